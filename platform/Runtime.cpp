@@ -1,0 +1,55 @@
+#include "platform/Runtime.h"
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/redirect_error.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/thread_pool.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <thread>
+
+namespace asio = boost::asio;
+
+namespace velmora {
+
+struct WorkerPool::Threads {
+    explicit Threads(std::size_t count) : pool(count) {}
+    asio::thread_pool pool;
+};
+
+WorkerPool::WorkerPool(std::size_t threads) : threads_(std::make_unique<Threads>(threads)) {}
+
+WorkerPool::~WorkerPool() {
+    threads_->pool.stop();
+    threads_->pool.join();
+}
+
+Executor WorkerPool::executor() const {
+    return threads_->pool.get_executor();
+}
+
+struct SystemClock::Timers {
+    asio::io_context context{1};
+    asio::executor_work_guard<asio::io_context::executor_type> work = asio::make_work_guard(context);
+    std::thread thread{[this] { context.run(); }};
+};
+
+SystemClock::SystemClock() : timers_(std::make_unique<Timers>()) {}
+
+SystemClock::~SystemClock() {
+    timers_->context.stop();
+    timers_->thread.join();
+}
+
+TimePoint SystemClock::now() const {
+    return std::chrono::system_clock::now();
+}
+
+Task<> SystemClock::sleep(std::chrono::nanoseconds duration) {
+    co_await throwIfCancelled();
+    asio::steady_timer timer(timers_->context, duration);
+    boost::system::error_code ignored;  // the only failure is the cancellation that is looked at next
+    co_await timer.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
+    co_await throwIfCancelled();
+}
+
+}  // namespace velmora

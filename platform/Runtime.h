@@ -1,0 +1,42 @@
+#pragma once
+
+#include "core/Clock.h"
+
+#include <memory>
+
+namespace velmora {
+
+/// The threads on which actors do their blocking work.
+///
+/// Owns: its threads; destroying it drops work that has not begun and waits for what has.
+class WorkerPool {
+  public:
+    explicit WorkerPool(std::size_t threads);
+    ~WorkerPool();
+    WorkerPool(const WorkerPool&) = delete;
+    WorkerPool& operator=(const WorkerPool&) = delete;
+
+    [[nodiscard]] Executor executor() const;
+
+  private:
+    struct Threads;
+    std::unique_ptr<Threads> threads_;
+};
+
+/// The machine's own clocks. Waits are kept by one background thread; the waiting task resumes on its own executor.
+class SystemClock final : public Clock {
+  public:
+    SystemClock();
+    ~SystemClock() override;
+    SystemClock(const SystemClock&) = delete;
+    SystemClock& operator=(const SystemClock&) = delete;
+
+    [[nodiscard]] TimePoint now() const override;
+    [[nodiscard]] Task<> sleep(std::chrono::nanoseconds duration) override;
+
+  private:
+    struct Timers;
+    std::unique_ptr<Timers> timers_;
+};
+
+}  // namespace velmora

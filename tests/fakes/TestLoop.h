@@ -1,0 +1,68 @@
+#pragma once
+
+#include "core/Async.h"
+
+#include <boost/asio/io_context.hpp>
+#include <chrono>
+#include <optional>
+#include <stdexcept>
+
+namespace velmora::test {
+
+/// The main thread of a test: an `io_context` that the test runs by hand.
+class TestLoop {
+  public:
+    [[nodiscard]] Executor executor() { return context_.get_executor(); }
+
+    /// Runs whatever is ready now, and what becomes ready by it. Work of other threads is not waited for.
+    void settle() {
+        context_.restart();
+        context_.poll();
+    }
+
+    /// Runs until `condition` holds; fails the test after ten seconds.
+    template <class Condition>
+    void until(Condition condition) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (!condition()) {
+            if (std::chrono::steady_clock::now() > deadline) throw std::runtime_error("the test waited in vain");
+            context_.restart();
+            context_.run_one_for(std::chrono::milliseconds(20));
+        }
+    }
+
+    /// Runs a task to its end and returns its result or throws its failure.
+    template <class Work>
+    auto run(Work work) {
+        using Result = typename decltype(work())::value_type;
+        std::exception_ptr failure;
+        if constexpr (std::is_void_v<Result>) {
+            const TaskHandle task = spawn(executor(), [&]() -> Task<> {
+                try {
+                    co_await work();
+                } catch (...) {
+                    failure = std::current_exception();
+                }
+            });
+            until([&] { return task.done(); });
+            if (failure) std::rethrow_exception(failure);
+        } else {
+            std::optional<Result> result;
+            const TaskHandle task = spawn(executor(), [&]() -> Task<> {
+                try {
+                    result.emplace(co_await work());
+                } catch (...) {
+                    failure = std::current_exception();
+                }
+            });
+            until([&] { return task.done(); });
+            if (failure) std::rethrow_exception(failure);
+            return std::move(*result);
+        }
+    }
+
+  private:
+    boost::asio::io_context context_;
+};
+
+}  // namespace velmora::test
