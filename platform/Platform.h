@@ -12,7 +12,8 @@ class ApplicationBundles;
 class Pasteboard;
 class Workspace;
 
-/// Everything the program needs of the desktop it runs on. The entry makes it; what it refers to outlives every service.
+/// Everything the program needs of the desktop it runs on. The entry makes it; what it refers to outlives every
+/// service, and the main executor also the threads of the pool and the clock.
 struct Platform {
     MainExecutor main;
     Executor pool;  ///< the worker pool, for actors

@@ -9,7 +9,8 @@ namespace velmora {
 
 /// The one place where the user is asked to allow something.
 ///
-/// Runs on: the main thread. Fails with: `AppError` (permission) "The operation was cancelled." when the user does not allow.
+/// Runs on: the main thread. Fails with: `AppError` (permission) "The operation was cancelled." when the user does not
+/// allow.
 class PermissionService {
   public:
     explicit PermissionService(Alerts& alerts) : alerts_(alerts) {}

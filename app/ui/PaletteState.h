@@ -15,10 +15,11 @@ namespace velmora {
 
 class AppServices;
 
-/// The state machine behind the palette: what is typed, which mode it is in, what is listed and selected, which menu is open.
+/// The state machine behind the palette: what is typed, which mode it is in, what is listed and selected, which menu is
+/// open.
 ///
-/// Keys and clicks arrive as calls, the views read the fields and redraw on `changed`. Calls return at once; what takes time
-/// runs in tasks, of which a search is cancelled by the next one and whose late answers are dropped.
+/// Keys and clicks arrive as calls, the views read the fields and redraw on `changed`. Calls return at once; what takes
+/// time runs in tasks, of which a search is cancelled by the next one and whose late answers are dropped.
 ///
 /// Runs on: the main thread. Owns: the command registry. Fails with: nothing; failures become `error()`.
 class PaletteState : public std::enable_shared_from_this<PaletteState> {
@@ -61,7 +62,12 @@ class PaletteState : public std::enable_shared_from_this<PaletteState> {
     [[nodiscard]] std::string aiIntroduction() const;
 
     /// Called after every change of one or more fields.
-    [[nodiscard]] Subscription onChange(std::function<void()> callback) { return changed_.subscribe(std::move(callback)); }
+    [[nodiscard]] Subscription onChange(std::function<void()> callback) {
+        return changed_.subscribe(std::move(callback));
+    }
+
+    /// The commands of the commands mode; call `search` after changing them.
+    [[nodiscard]] CommandRegistry& registry() { return registry_; }
 
     // What the user does.
     void setQuery(std::string query);
@@ -99,6 +105,7 @@ class PaletteState : public std::enable_shared_from_this<PaletteState> {
     void searchCommands();
     void searchArguments();
     void searchLater();
+    [[nodiscard]] std::shared_ptr<ResultSource> sourceFor(Mode mode) const;
     [[nodiscard]] Task<> answer(std::string query, Mode mode);
     void showResults(std::vector<ResultPointer> results);
     [[nodiscard]] ResultPointer argumentResult(const AppLaunchRecord& record) const;
