@@ -23,8 +23,8 @@ constexpr auto endless = "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 
 
 class DatabaseFaultTest : public StorageTest {
   protected:
-    std::string openingFailure(const std::string& at) {
-        return failureOf([&] { open(at); });
+    std::string openingFailure(const std::string& file) {
+        return failureOf([&] { open(file); });
     }
     static std::size_t openDescriptors() {
         return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
@@ -33,26 +33,26 @@ class DatabaseFaultTest : public StorageTest {
 
 TEST_F(DatabaseFaultTest, RefusesWhatCannotBeADatabaseFile) {
     using namespace std::string_literals;
-    std::filesystem::create_directory(folder / "directory");
-    std::ofstream(folder / "file") << "text";
-    ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+    std::filesystem::create_directory(at("directory"));
+    std::ofstream(at("file")) << "text";
+    ASSERT_EQ(mkfifo(at("pipe").c_str(), 0600), 0);
     const std::string paths[] = {
         "",
         ":memory:",
         "relative.sqlite",
-        "file:" + folder / "uri.sqlite",
-        folder / "directory",
-        folder / "missing/velmora.sqlite",
-        folder / "file/velmora.sqlite",
-        folder / "pipe",
-        folder / "nul\0byte"s,
-        folder / std::string(5000, 'x'),
+        "file:" + at("uri.sqlite"),
+        at("directory"),
+        at("missing/velmora.sqlite"),
+        at("file/velmora.sqlite"),
+        at("pipe"),
+        at("nul\0byte"s),
+        at(std::string(5000, 'x')),
         "/proc/velmora.sqlite",  // where not even root may create a file
     };
-    for (const std::string& at : paths)
-        EXPECT_EQ(openingFailure(at), "Could not open the local database.") << at;
-    EXPECT_FALSE(std::filesystem::exists(folder / "uri.sqlite"));
-    EXPECT_EQ(std::filesystem::status(folder / "directory").permissions(), std::filesystem::perms(0755));
+    for (const std::string& file : paths)
+        EXPECT_EQ(openingFailure(file), "Could not open the local database.") << file;
+    EXPECT_FALSE(std::filesystem::exists(at("uri.sqlite")));
+    EXPECT_EQ(std::filesystem::status(at("directory")).permissions(), std::filesystem::perms(0755));
 }
 
 TEST_F(DatabaseFaultTest, ACorruptFileFailsToOpenAndNothingStaysOpen) {
@@ -74,14 +74,14 @@ TEST_F(DatabaseFaultTest, ACorruptFileFailsToOpenAndNothingStaysOpen) {
                                    std::string(10'000, 'g')};
     const std::size_t before = openDescriptors();
     for (const std::string& content : damaged) {
-        const std::string at = folder / "damaged.sqlite";
-        std::ofstream(at, std::ios::binary | std::ios::trunc) << content;
-        EXPECT_EQ(openingFailure(at), "Could not migrate the local database.") << content.size();
-        std::ifstream after(at, std::ios::binary);
+        const std::string damagedPath = at("damaged.sqlite");
+        std::ofstream(damagedPath, std::ios::binary | std::ios::trunc) << content;
+        EXPECT_EQ(openingFailure(damagedPath), "Could not migrate the local database.") << content.size();
+        std::ifstream after(damagedPath, std::ios::binary);
         EXPECT_TRUE(std::string(std::istreambuf_iterator<char>(after), {}) == content)
             << "left for its owner to rescue";
-        std::filesystem::remove(at + "-wal");
-        std::filesystem::remove(at + "-shm");
+        std::filesystem::remove(damagedPath + "-wal");
+        std::filesystem::remove(damagedPath + "-shm");
     }
     EXPECT_EQ(openDescriptors(), before);
 }
@@ -110,8 +110,8 @@ TEST_F(DatabaseFaultTest, AFileLeftHalfMadeByAKilledProcessIsCompleted) {
     int copies = 0;
     while ((end = all.find(";\n", end)) != std::string::npos) {
         end += 2;
-        const std::string source = folder / ("source" + std::to_string(copies));
-        const std::string copy = folder / ("copy" + std::to_string(copies++));
+        const std::string source = at("source" + std::to_string(copies));
+        const std::string copy = at("copy" + std::to_string(copies++));
         RawConnection killed(source);
         ASSERT_EQ(killed.run(all.substr(0, end)), SQLITE_OK);
         // What a process that is killed now leaves behind: the file and its log, neither closed nor folded.
@@ -122,8 +122,8 @@ TEST_F(DatabaseFaultTest, AFileLeftHalfMadeByAKilledProcessIsCompleted) {
         EXPECT_EQ(one("SELECT COUNT(*) AS c FROM sqlite_master WHERE type='trigger'"), "3");
     }
     EXPECT_EQ(copies, 29);
-    std::ofstream(folder / "empty").close();
-    EXPECT_EQ(openingFailure(folder / "empty"), "") << "killed between creating the file and the first write";
+    std::ofstream(at("empty")).close();
+    EXPECT_EQ(openingFailure(at("empty")), "") << "killed between creating the file and the first write";
 }
 
 TEST_F(DatabaseFaultTest, AForeignLockIsWaitedForAndThenReported) {

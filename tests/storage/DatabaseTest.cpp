@@ -93,8 +93,8 @@ TEST_F(DatabaseTest, OnlyTheOwnerMayReadTheFiles) {
         EXPECT_EQ(::stat(file.c_str(), &status), 0) << file;
         return status.st_mode & 0777U;
     };
-    const std::string fresh = folder / "fresh.sqlite";
-    const std::string loose = folder / "loose.sqlite";
+    const std::string fresh = at("fresh.sqlite");
+    const std::string loose = at("loose.sqlite");
     const mode_t mask = umask(0);
     {
         RawConnection other(loose);

@@ -4,6 +4,7 @@
 #include "core/AppError.h"
 #include "platform/Runtime.h"
 #include "tests/fakes/ManualClock.h"
+#include "tests/fakes/TemporaryFolder.h"
 #include "tests/fakes/TestLoop.h"
 
 #include <gtest/gtest.h>
@@ -15,27 +16,6 @@
 #include <vector>
 
 namespace velmora::test {
-
-/// A folder that is gone when the test ends.
-class TemporaryFolder {
-  public:
-    TemporaryFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "velmora-test-XXXXXX").string();
-        if (!mkdtemp(pattern.data())) throw std::runtime_error("no temporary folder");
-        path_ = pattern;
-    }
-    ~TemporaryFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    [[nodiscard]] std::string operator/(const std::string& name) const { return path_ + "/" + name; }
-
-  private:
-    std::string path_;
-};
 
 /// A second connection to a database file, as another program would have it.
 class RawConnection {
@@ -58,8 +38,11 @@ class StorageTest : public testing::Test {
   protected:
     using Values = std::vector<SQLValue>;
 
-    std::shared_ptr<Database> open(const std::string& at) {
-        return loop.run([&] { return Database::open(at, pool.executor()); });
+    /// The path of a file in the test's own folder.
+    [[nodiscard]] std::string at(const std::string& name) const { return folder.path() + "/" + name; }
+
+    std::shared_ptr<Database> open(const std::string& file) {
+        return loop.run([&] { return Database::open(file, pool.executor()); });
     }
     void execute(std::string_view sql, const Values& values = {}) {
         loop.run([&] { return database->execute(sql, values); });
@@ -88,7 +71,7 @@ class StorageTest : public testing::Test {
     }
 
     TemporaryFolder folder;
-    const std::string path = folder / "velmora.sqlite";
+    const std::string path = at("velmora.sqlite");
     TestLoop loop;
     WorkerPool pool{4};
     ManualClock clock;
