@@ -127,9 +127,9 @@ TEST(TaskHandle, FinishedWakesEveryWaiterAndSurvivesTheirCancellation) {
 }
 
 TEST(Actor, RunsOnePieceAtATimeAndReturnsToTheCallersThread) {
+    TestLoop loop;
     WorkerPool pool(4);
     Actor actor(pool.executor());
-    TestLoop loop;
     int counter = 0;  // guarded by nothing but the actor
     int finished = 0;
     const auto here = std::this_thread::get_id();
@@ -150,18 +150,18 @@ TEST(Actor, RunsOnePieceAtATimeAndReturnsToTheCallersThread) {
 }
 
 TEST(Actor, PassesFailuresToTheCaller) {
+    TestLoop loop;
     WorkerPool pool(1);
     Actor actor(pool.executor());
-    TestLoop loop;
     EXPECT_THROW(loop.run([&]() -> Task<> { co_await actor.run([] { throw std::out_of_range("x"); }); }),
                  std::out_of_range);
     EXPECT_EQ(loop.run([&]() -> Task<int> { co_return co_await actor.run([] { return 5; }); }), 5);
 }
 
 TEST(Actor, CancellationSkipsQueuedWorkAndKeepsWhatHasBegun) {
+    TestLoop loop;
     WorkerPool pool(1);
     Actor actor(pool.executor());
-    TestLoop loop;
     std::latch begun(1);
     std::latch release(1);
     int result = 0;
@@ -195,9 +195,9 @@ TEST(Actor, CancellationSkipsQueuedWorkAndKeepsWhatHasBegun) {
 }
 
 TEST(Actor, TellsRunningWorkOfTheCancellation) {
+    TestLoop loop;
     WorkerPool pool(1);
     Actor actor(pool.executor());
-    TestLoop loop;
     std::latch begun(1);
     const TaskHandle task = spawn(loop.executor(), [&]() -> Task<> {
         co_await actor.run([&](const std::stop_token& stop) {
@@ -213,8 +213,8 @@ TEST(Actor, TellsRunningWorkOfTheCancellation) {
 }
 
 TEST(SystemClock, SleepsAndIsCancelledFromTheTasksOwnThread) {
-    SystemClock clock;
     TestLoop loop;
+    SystemClock clock;
     const auto before = std::chrono::steady_clock::now();
     loop.run([&]() -> Task<> { co_await clock.sleep(5ms); });
     EXPECT_GE(std::chrono::steady_clock::now() - before, 5ms);
@@ -300,8 +300,8 @@ TEST(Stream, EndsAsTheWriterEnded) {
 }
 
 TEST(Stream, CrossesThreads) {
-    WorkerPool pool(2);
     TestLoop loop;
+    WorkerPool pool(2);
     auto [stream, held] = makeStream<int>(3);
     auto writer = std::make_shared<StreamWriter<int>>(std::move(held));
     spawn(pool.executor(), [writer]() -> Task<> {
