@@ -3,6 +3,7 @@
 #include "app/services/UserPath.h"
 #include "core/AppError.h"
 #include "core/Assert.h"
+#include "core/FileNames.h"
 #include "core/Text.h"
 
 #include <algorithm>
@@ -36,7 +37,7 @@ FileService::FileService(Executor pool, Workspace& workspace, Pasteboard& pasteb
 
 Task<std::string> FileService::location(std::string path) {
     VELMORA_ASSERT_MAIN();
-    const std::string location = standardizedPath(path, home_);
+    const std::string location = standardizedPath(fileNameBytes(path), home_);
     Actor files(pool_);
     const auto look = [&location] {
         std::error_code ignored;

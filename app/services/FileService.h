@@ -18,7 +18,7 @@ namespace velmora {
 /// One file found by a search.
 struct FileRecord {
     std::string name;
-    std::string path;  ///< absolute; its identity
+    std::string path;  ///< absolute; its identity. Bytes that are no UTF-8 are written as core/FileNames.h says
     bool isDirectory = false;
     std::int64_t size = 0;              ///< bytes
     std::optional<TimePoint> modified;  ///< absent when the index holds no time for it
