@@ -195,6 +195,17 @@ std::size_t characterCount(std::string_view text) {
     return count;
 }
 
+std::vector<std::string_view> characters(std::string_view text) {
+    std::vector<std::string_view> all;
+    std::size_t start = 0;
+    forEachCharacter(text, [&](std::size_t end) {
+        all.push_back(text.substr(start, end - start));
+        start = end;
+        return true;
+    });
+    return all;
+}
+
 std::string_view prefix(std::string_view text, std::size_t count) {
     if (text.size() <= count) return text;  // a character takes at least one byte
     std::size_t end = 0;

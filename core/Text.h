@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// Text as users see it: UTF-8 in, UTF-8 out, by the Unicode rules of the current locale. Bytes that are not UTF-8
 /// count as U+FFFD. Runs on: any thread.
@@ -31,6 +32,9 @@ std::string validUtf8(std::string_view text);
 
 /// The number of user-perceived characters.
 std::size_t characterCount(std::string_view text);
+
+/// The user-perceived characters one by one, as views into `text`.
+std::vector<std::string_view> characters(std::string_view text);
 
 /// The first `count` user-perceived characters.
 std::string_view prefix(std::string_view text, std::size_t count);

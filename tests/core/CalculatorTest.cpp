@@ -7,9 +7,20 @@
 namespace velmora {
 namespace {
 
+std::string join(std::initializer_list<std::string> parts) {
+    std::string joined;
+    for (const std::string& part : parts)
+        joined.append(part);
+    return joined;
+}
+
+std::string repeated(std::size_t times, char c) {
+    return std::string(times, c);
+}
+
 TEST(Calculator, ShowsTheValueOfExpressionsOnly) {
-    const std::string deep = std::string(100'000, '(') + "1+1" + std::string(100'000, ')');
-    const std::string signs = std::string(1'000'000, '-') + "1";
+    const std::string deep = join({repeated(100'000, '('), "1+1", repeated(100'000, ')')});
+    const std::string signs = join({repeated(1'000'000, '-'), "1"});
     const struct {
         std::string text;
         std::optional<std::string> shown;
@@ -55,10 +66,10 @@ TEST(Calculator, ShowsTheValueOfExpressionsOnly) {
         {"1\u00A0+\u30001", "2"},  // white space of every kind
         {"\u0661+1", std::nullopt},
         {"1+\xFF", std::nullopt},
-        {std::string(400, '9') + "-1", std::nullopt},
-        {"1/" + std::string(400, '9'), "0"},
-        {"1." + std::string(400, '0') + "1+0", "1"},
-        {"0." + std::string(400, '0') + "1+0", "0"},
+        {join({repeated(400, '9'), "-1"}), std::nullopt},
+        {join({"1/", repeated(400, '9')}), "0"},
+        {join({"1.", repeated(400, '0'), "1+0"}), "1"},
+        {join({"0.", repeated(400, '0'), "1+0"}), "0"},
         {deep, std::nullopt},
         {signs, "1"},
     };

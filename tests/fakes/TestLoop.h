@@ -9,10 +9,8 @@
 
 namespace velmora::test {
 
-/// The main thread of a test: an `io_context` that the test runs by hand.
-///
-/// Make it before the worker pool and the system clock, so that it outlives their threads: one may still be on its way
-/// out of handing a result over when the test has seen it. End every task before the test ends.
+/// The main thread of a test: an `io_context` that the test runs by hand. Make it before the worker pool and the system
+/// clock, whose threads hand tasks back to it until they have ended.
 class TestLoop {
   public:
     [[nodiscard]] Executor executor() { return context_.get_executor(); }

@@ -1,0 +1,59 @@
+#include "app/AppServices.h"
+
+#include "app/services/ApplicationIndexer.h"
+#include "app/services/ApplicationService.h"
+#include "app/services/SystemService.h"
+#include "core/Assert.h"
+
+#include <sys/stat.h>
+
+#include <filesystem>
+
+namespace velmora {
+namespace {
+
+/// Makes the folder that holds the program's data, readable by its user alone even where it existed with other
+/// permissions.
+std::string makeDataFolder(const std::string& applicationSupport) {
+    namespace fs = std::filesystem;
+    const fs::path folder = fs::path(applicationSupport) / "Velmora";
+    fs::create_directories(applicationSupport);
+    if (mkdir(folder.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
+        throw fs::filesystem_error("The data folder cannot be made", folder,
+                                   std::error_code(errno, std::generic_category()));
+    }
+    fs::permissions(folder, fs::perms::owner_all);
+    return folder;
+}
+
+}  // namespace
+
+Task<std::shared_ptr<AppServices>> AppServices::create(Platform platform, SettingsFactory makeSettings) {
+    Actor background(platform.pool);
+    const auto makeFolder = [support = platform.paths.applicationSupport] { return makeDataFolder(support); };
+    const std::string folder = co_await background.run(makeFolder);
+    const std::string file = folder + "/velmora.sqlite";
+    auto database = co_await Database::open(file, platform.pool);
+    co_return std::make_shared<AppServices>(platform, std::move(database), std::move(makeSettings));
+}
+
+AppServices::AppServices(Platform given, std::shared_ptr<Database> opened, SettingsFactory makeSettings)
+    : platform(std::move(given)),
+      database(std::move(opened)),
+      applications(std::make_shared<ApplicationService>(
+          platform.main, platform.pool, platform.clock, platform.workspace,
+          std::make_shared<ApplicationIndexer>(platform.pool, platform.applicationBundles), platform.paths.home)),
+      system(std::make_shared<SystemService>(platform.workspace, platform.paths.home)),
+      permissions(platform.alerts),
+      usage(database, platform.clock),
+      settings(database),
+      appLaunches(database, platform.clock),
+      makeSettings_(std::move(makeSettings)) {}
+
+SettingsState& AppServices::preferences() {
+    VELMORA_ASSERT_MAIN();
+    if (!preferences_) preferences_ = makeSettings_(*this);
+    return *preferences_;
+}
+
+}  // namespace velmora

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "core/Commands.h"
+#include "platform/Alerts.h"
+
+#include <string>
+
+namespace velmora {
+
+/// The one place where the user is asked to allow something.
+///
+/// Runs on: the main thread. Fails with: `AppError` (permission) "The operation was cancelled." when the user does not
+/// allow.
+class PermissionService {
+  public:
+    explicit PermissionService(Alerts& alerts) : alerts_(alerts) {}
+
+    /// Asks, whatever it is.
+    [[nodiscard]] Task<> confirm(std::string title, std::string detail);
+
+    /// Asks before destructive actions; the others pass at once.
+    [[nodiscard]] Task<> authorize(ActionRole role, std::string title, std::string detail);
+
+  private:
+    Alerts& alerts_;
+};
+
+}  // namespace velmora

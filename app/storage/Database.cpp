@@ -1,0 +1,166 @@
+#include "app/storage/Database.h"
+
+#include "app/storage/Schema.h"
+#include "app/storage/Statement.h"
+#include "core/Assert.h"
+
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <stop_token>
+#include <utility>
+
+namespace velmora {
+namespace {
+
+constexpr int openFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX;
+constexpr int busyTimeoutMilliseconds = 3000;
+constexpr mode_t ownerOnly = 0600;
+
+bool run(sqlite3* connection, const char* sql) {
+    return sqlite3_exec(connection, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
+/// Creates the file for its owner alone, before SQLite would create it by the process's mask; SQLite gives its side
+/// files the same permissions. Takes the permissions of others away from a file that is already there.
+///
+/// An existing file is never opened here: closing any descriptor of it would drop the locks that another connection of
+/// this process holds.
+bool makePrivate(const std::string& path) {
+    // A relative path could be one of SQLite's special names, which are not files.
+    if (!path.starts_with('/') || path.find('\0') != std::string::npos) return false;
+    const int created = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, ownerOnly);
+    if (created >= 0) {
+        ::close(created);
+        return true;
+    }
+    if (errno != EEXIST) return false;
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return false;
+    const mode_t kept = status.st_mode & ownerOnly;
+    // Best effort: where it is refused (another owner, a file system without permissions) the file is still usable.
+    if ((status.st_mode & 0777U) != kept) static_cast<void>(::chmod(path.c_str(), kept));
+    return true;
+}
+
+/// While it lives, a statement running on the connection is interrupted once a stop is requested. Unlike
+/// `sqlite3_interrupt` it can never hit another caller's statement.
+class Interruption {
+  public:
+    Interruption(sqlite3* connection, std::stop_token stop) : connection_(connection), stop_(std::move(stop)) {
+        sqlite3_progress_handler(connection_, instructionsBetweenLooks, &Interruption::look, this);
+    }
+    ~Interruption() { sqlite3_progress_handler(connection_, 0, nullptr, nullptr); }
+    Interruption(const Interruption&) = delete;
+    Interruption& operator=(const Interruption&) = delete;
+
+  private:
+    static constexpr int instructionsBetweenLooks = 100;  // about ten rows of a table scan
+
+    static int look(void* self) { return static_cast<const Interruption*>(self)->stop_.stop_requested() ? 1 : 0; }
+
+    sqlite3* connection_;
+    std::stop_token stop_;
+};
+
+}  // namespace
+
+void Database::Closer::operator()(sqlite3* connection) const noexcept {
+    sqlite3_close_v2(connection);
+}
+
+Database::Database(Private, const Executor& pool) : actor_(pool) {}
+
+Database::~Database() = default;
+
+Task<std::shared_ptr<Database>> Database::open(std::string path, Executor pool) {
+    const auto database = std::make_shared<Database>(Private{}, pool);
+    const auto work = [&] { database->openFile(path); };
+    co_await database->actor_.run(work);
+    co_return database;
+}
+
+Task<> Database::execute(std::string_view sql, std::vector<SQLValue> values) {
+    const auto self = shared_from_this();
+    const auto work = [&] {
+        Statement statement(connection(), sql);
+        statement.bind(values);
+        statement.execute();
+    };
+    co_await actor_.run(work);
+}
+
+Task<> Database::executeBatch(std::string_view sql, std::vector<std::vector<SQLValue>> rows) {
+    if (rows.empty()) co_return;
+    const auto self = shared_from_this();
+    const auto work = [&] { writeBatch(sql, rows); };
+    co_await actor_.run(work);
+}
+
+Task<std::vector<Row>> Database::rows(std::string_view sql, std::vector<SQLValue> values) {
+    const auto self = shared_from_this();
+    const auto work = [&](std::stop_token stop) {
+        const Interruption interruption(connection(), std::move(stop));
+        Statement statement(connection(), sql);
+        statement.bind(values);
+        std::vector<Row> result;
+        while (auto row = statement.next())
+            result.push_back(*std::move(row));
+        return result;
+    };
+    co_return co_await actor_.run(work);
+}
+
+Task<> Database::close() {
+    const auto self = shared_from_this();
+    const auto work = [&] { handle_.reset(); };
+    co_await actor_.run(work);
+}
+
+sqlite3* Database::connection() const {
+    VELMORA_ASSERT(actor_.isRunningHere());
+    if (!handle_) throw AppError::database("The database is closed.");
+    return handle_.get();
+}
+
+void Database::openFile(const std::string& path) {
+    constexpr auto cannotOpen = "Could not open the local database.";
+    if (!makePrivate(path)) throw databaseFailure(cannotOpen, nullptr);
+    sqlite3* opened = nullptr;
+    const int code = sqlite3_open_v2(path.c_str(), &opened, openFlags, nullptr);
+    // SQLite hands out a connection even when it fails; kept here, it is closed whatever happens next.
+    std::unique_ptr<sqlite3, Closer> handle(opened);
+    if (code != SQLITE_OK) throw databaseFailure(cannotOpen, opened);
+    sqlite3_busy_timeout(opened, busyTimeoutMilliseconds);
+    for (const char* const migration : schema::migrations) {
+        if (!run(opened, migration)) throw databaseFailure("Could not migrate the local database.", opened);
+    }
+    for (const char* const statement : schema::fullText)
+        run(opened, statement);
+    if (!run(opened, schema::configuration)) throw databaseFailure("Could not configure the local database.", opened);
+    handle_ = std::move(handle);
+}
+
+void Database::writeBatch(std::string_view sql, const std::vector<std::vector<SQLValue>>& rows) {
+    constexpr auto notSaved = "Could not save local data.";
+    sqlite3* const open = connection();
+    if (!run(open, "BEGIN IMMEDIATE")) throw databaseFailure(notSaved, open);
+    try {
+        {
+            Statement statement(open, sql);
+            for (const auto& values : rows) {
+                statement.bind(values);
+                statement.execute();
+            }
+        }
+        if (!run(open, "COMMIT")) throw databaseFailure(notSaved, open);
+    } catch (...) {
+        run(open, "ROLLBACK");
+        throw;
+    }
+}
+
+}  // namespace velmora

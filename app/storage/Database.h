@@ -1,0 +1,65 @@
+#pragma once
+
+#include "app/storage/Row.h"
+#include "app/storage/SQLValue.h"
+#include "core/Async.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+struct sqlite3;
+
+namespace velmora {
+
+/// The one connection to the local database file.
+///
+/// Calls may come from any task; they run one at a time on the worker pool and nothing of one runs inside another.
+/// `sql` is the fixed text of a repository: it is not copied and must stay until the task has ended, as a constant or a
+/// local of the awaiting function does. Values are always bound.
+///
+/// Owns: the connection, closed by `close` or, failing that, with the last reference.
+/// Fails with: `AppError::database`; after `close` every operation with "The database is closed.".
+class Database : public std::enable_shared_from_this<Database> {
+    struct Private {};
+
+  public:
+    /// Opens or creates the file at the absolute `path` and brings its schema up to date. A new file is readable by its
+    /// owner only, and an existing one is made so.
+    [[nodiscard]] static Task<std::shared_ptr<Database>> open(std::string path, Executor pool);
+
+    /// Use `open`.
+    Database(Private, const Executor& pool);
+    ~Database();
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    /// Runs one statement that returns no rows.
+    [[nodiscard]] Task<> execute(std::string_view sql, std::vector<SQLValue> values = {});
+
+    /// Runs one statement for each entry of `rows`, all in one transaction: after a failure none of them is written.
+    /// Every entry carries the same number of values. Without entries nothing happens at all.
+    [[nodiscard]] Task<> executeBatch(std::string_view sql, std::vector<std::vector<SQLValue>> rows);
+
+    /// Runs one query and returns its rows in SQLite's order. Cancelling the caller interrupts the running query, which
+    /// then ends as `Cancelled`.
+    [[nodiscard]] Task<std::vector<Row>> rows(std::string_view sql, std::vector<SQLValue> values = {});
+
+    /// Closes the connection once the calls before it have ended. Closing again does nothing.
+    [[nodiscard]] Task<> close();
+
+  private:
+    struct Closer {
+        void operator()(sqlite3* connection) const noexcept;
+    };
+
+    [[nodiscard]] sqlite3* connection() const;
+    void openFile(const std::string& path);
+    void writeBatch(std::string_view sql, const std::vector<std::vector<SQLValue>>& rows);
+
+    Actor actor_;
+    std::unique_ptr<sqlite3, Closer> handle_;  // absent while closed
+};
+
+}  // namespace velmora

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <array>
+
+/// The whole schema of the database file. Every statement is idempotent: all of them run on every open, so that a file
+/// left half-made by a killed process is completed by the next.
+namespace velmora::schema {
+
+/// Each runs as one piece; a failure ends the opening.
+inline constexpr std::array migrations{
+    "PRAGMA journal_mode=WAL;\n"
+    "PRAGMA foreign_keys=ON;\n"
+    "BEGIN IMMEDIATE;\n"
+    "CREATE TABLE IF NOT EXISTS schema_migrations(version INTEGER PRIMARY KEY);\n"
+    "CREATE TABLE IF NOT EXISTS command_usage(id TEXT PRIMARY KEY, count INTEGER NOT NULL DEFAULT 0, "
+    "last_used REAL NOT NULL);\n"
+    "CREATE TABLE IF NOT EXISTS clipboard_history(id TEXT PRIMARY KEY, content TEXT NOT NULL UNIQUE, "
+    "kind TEXT NOT NULL, created_at REAL NOT NULL, source_app TEXT);\n"
+    "CREATE INDEX IF NOT EXISTS clipboard_date ON clipboard_history(created_at DESC);\n"
+    "CREATE TABLE IF NOT EXISTS settings(key TEXT PRIMARY KEY, value TEXT NOT NULL);\n"
+    "CREATE TABLE IF NOT EXISTS quicklinks(id TEXT PRIMARY KEY, title TEXT NOT NULL, url_template TEXT NOT NULL);\n"
+    "CREATE TABLE IF NOT EXISTS extensions(id TEXT PRIMARY KEY, manifest TEXT NOT NULL, "
+    "enabled INTEGER NOT NULL DEFAULT 0);\n"
+    "CREATE TABLE IF NOT EXISTS agents(id TEXT PRIMARY KEY, configuration TEXT NOT NULL);\n"
+    "CREATE TABLE IF NOT EXISTS skills(id TEXT PRIMARY KEY, name TEXT NOT NULL, path TEXT NOT NULL, "
+    "description TEXT NOT NULL);\n"
+    "CREATE TABLE IF NOT EXISTS mcp_servers(id TEXT PRIMARY KEY, configuration TEXT NOT NULL);\n"
+    "CREATE TABLE IF NOT EXISTS conversations(id TEXT PRIMARY KEY, messages TEXT NOT NULL, "
+    "updated_at REAL NOT NULL);\n"
+    "INSERT OR IGNORE INTO schema_migrations(version) VALUES(1);\n"
+    "PRAGMA user_version=1;\n"
+    "COMMIT;",
+
+    "BEGIN IMMEDIATE;\n"
+    "CREATE TABLE IF NOT EXISTS file_index(path TEXT PRIMARY KEY, name TEXT NOT NULL, parent TEXT NOT NULL, "
+    "is_directory INTEGER NOT NULL DEFAULT 0, size INTEGER NOT NULL DEFAULT 0, modified REAL NOT NULL DEFAULT 0);\n"
+    "CREATE INDEX IF NOT EXISTS file_index_name ON file_index(name COLLATE NOCASE);\n"
+    "CREATE TABLE IF NOT EXISTS index_roots(id TEXT PRIMARY KEY, path TEXT NOT NULL, added_at REAL NOT NULL);\n"
+    "INSERT OR IGNORE INTO schema_migrations(version) VALUES(2);\n"
+    "PRAGMA user_version=2;\n"
+    "COMMIT;",
+
+    "BEGIN IMMEDIATE;\n"
+    "CREATE TABLE IF NOT EXISTS app_launches(app_path TEXT NOT NULL, arguments TEXT NOT NULL, "
+    "count INTEGER NOT NULL DEFAULT 1, last_used REAL NOT NULL, PRIMARY KEY(app_path, arguments));\n"
+    "INSERT OR IGNORE INTO schema_migrations(version) VALUES(3);\n"
+    "PRAGMA user_version=3;\n"
+    "COMMIT;",
+};
+
+/// Run one by one after the migrations; their failures are ignored, so that an SQLite without FTS5 still opens.
+inline constexpr std::array fullText{
+    "CREATE VIRTUAL TABLE IF NOT EXISTS file_index_fts USING fts5(name, content='file_index', "
+    "content_rowid='rowid', tokenize='trigram');",
+    "CREATE INDEX IF NOT EXISTS file_index_parent ON file_index(parent);",
+    "CREATE TRIGGER IF NOT EXISTS file_index_ai AFTER INSERT ON file_index BEGIN "
+    "INSERT INTO file_index_fts(rowid, name) VALUES (new.rowid, new.name); END;",
+    "CREATE TRIGGER IF NOT EXISTS file_index_ad AFTER DELETE ON file_index BEGIN "
+    "INSERT INTO file_index_fts(file_index_fts, rowid, name) VALUES('delete', old.rowid, old.name); END;",
+    "CREATE TRIGGER IF NOT EXISTS file_index_au AFTER UPDATE OF name ON file_index BEGIN "
+    "INSERT INTO file_index_fts(file_index_fts, rowid, name) VALUES('delete', old.rowid, old.name); "
+    "INSERT INTO file_index_fts(rowid, name) VALUES (new.rowid, new.name); END;",
+};
+
+inline constexpr const char* configuration = "PRAGMA synchronous=NORMAL;";
+
+}  // namespace velmora::schema

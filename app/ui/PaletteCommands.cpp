@@ -1,0 +1,138 @@
+// The part of the palette's state that knows which commands there are and builds the results that it owns itself.
+
+#include "app/AppServices.h"
+#include "app/services/ApplicationService.h"
+#include "app/services/SystemService.h"
+#include "app/ui/PaletteState.h"
+#include "core/AppError.h"
+#include "core/Assert.h"
+#include "core/Calculator.h"
+#include "core/Text.h"
+#include "platform/Pasteboard.h"
+
+namespace velmora {
+namespace {
+
+/// A command whose one action has the command's own identifier and title.
+CommandResult simpleCommand(std::string id, std::string title, std::string subtitle, std::vector<std::string> keywords,
+                            std::string symbol, bool keepsOpen, std::function<Task<>()> execute) {
+    CommandResult result;
+    result.id = id;
+    result.title = title;
+    result.subtitle = std::move(subtitle);
+    result.keywords = std::move(keywords);
+    result.icon = CommandIcon::symbol(std::move(symbol));
+    result.keepsOpen = keepsOpen;
+    result.actions.push_back({std::move(id), std::move(title), std::nullopt, ActionRole::normal, std::move(execute)});
+    return result;
+}
+
+struct FolderCommand {
+    const char* id;
+    const char* title;
+    const char* symbol;
+    const char* path;
+};
+
+constexpr FolderCommand folderCommands[] = {
+    {"finder", "Open Finder", "folder", "~"},
+    {"downloads", "Open Downloads", "arrow.down.circle", "~/Downloads"},
+    {"applications", "Open Applications", "square.grid.2x2", "/Applications"},
+};
+
+struct ModeCommand {
+    const char* id;
+    const char* symbol;
+    PaletteState::Mode mode;
+};
+
+constexpr ModeCommand modeCommands[] = {
+    {"files", "doc.text.magnifyingglass", PaletteState::Mode::files},
+    {"clipboard", "clipboard", PaletteState::Mode::clipboard},
+    {"ai", "sparkles", PaletteState::Mode::ai},
+};
+
+}  // namespace
+
+void PaletteState::registerCommand(CommandResult result) {
+    registry_.registerCommand(std::make_shared<StaticCommand>(std::move(result)));
+}
+
+void PaletteState::registerBuiltInCommands() {
+    for (const FolderCommand& folder : folderCommands) {
+        registerCommand(simpleCommand(
+            folder.id, folder.title, "System Command", {}, folder.symbol, false,
+            [system = services_->system, path = std::string(folder.path)] { return system->openDirectory(path); }));
+    }
+    for (const ModeCommand& entry : modeCommands) {
+        const std::string name(title(entry.mode));
+        registerCommand(simpleCommand(entry.id, name, "Open " + name, {entry.id}, entry.symbol, true,
+                                      [weak = weak_from_this(), mode = entry.mode]() -> Task<> {
+                                          if (const auto state = weak.lock()) state->enter(mode);
+                                          co_return;
+                                      }));
+    }
+}
+
+void PaletteState::updateApplicationCommands() {
+    VELMORA_ASSERT_MAIN();
+    std::vector<std::shared_ptr<const Command>> commands;
+    for (const auto& command : services_->applications->commands())
+        commands.push_back(command);
+    if (commands == applicationCommands_) return;  // an unchanged list must not close a menu the user has open
+    applicationCommands_ = commands;
+    try {
+        registry_.replace("app:", std::move(commands));
+    } catch (const AppError&) {
+        return showError(AppError::friendly(std::current_exception()));
+    }
+    if (mode_ != Mode::commands) return;
+    const ResultPointer selected = selectedResult();
+    search();
+    if (!selected) return;
+    const auto again = std::find_if(results_.begin(), results_.end(),
+                                    [&](const ResultPointer& result) { return result->id == selected->id; });
+    if (again != results_.end()) setSelection(again - results_.begin());
+}
+
+void PaletteState::refreshApplications() {
+    spawn(services_->platform.main, [applications = services_->applications] { return applications->refresh(); });
+}
+
+std::optional<CommandResult> PaletteState::calculatorResult() const {
+    const auto value = Calculator::value(query_);
+    if (!value) return std::nullopt;
+    CommandResult result;
+    result.id = "calculator";
+    result.title = Calculator::format(*value);
+    result.subtitle = query_;
+    result.keywords = {"calculator"};
+    result.icon = CommandIcon::symbol("equal.circle");
+    result.keepsOpen = true;
+    result.actions.push_back({"copy", "Copy Result", std::nullopt, ActionRole::write,
+                              [services = services_, text = result.title]() -> Task<> {
+                                  if (!services->platform.pasteboard.setText(text)) {
+                                      throw AppError::recoverable("Could not update the clipboard.");
+                                  }
+                                  co_return;
+                              }});
+    return result;
+}
+
+ResultPointer PaletteState::argumentResult(const AppLaunchRecord& record) const {
+    const TimePoint now = services_->platform.clock.now();
+    auto result = std::make_shared<CommandResult>();
+    result->id = "args:" + record.appPath + '\x1F' + record.arguments;
+    result->title = record.arguments;
+    result->subtitle = "Used " + std::to_string(record.count) + "× · " + text::relativeTime(record.lastUsed, now);
+    result->icon = CommandIcon::symbol("clock.arrow.circlepath");
+    result->actions.push_back({"run", "Launch With Arguments", "↵", ActionRole::normal,
+                               [weak = std::weak_ptr(std::const_pointer_cast<PaletteState>(shared_from_this())),
+                                arguments = record.arguments]() -> Task<> {
+                                   if (const auto state = weak.lock()) state->launchWithArguments(arguments);
+                                   co_return;
+                               }});
+    return result;
+}
+
+}  // namespace velmora

@@ -1,0 +1,87 @@
+#pragma once
+
+#include "app/services/ResultSource.h"
+#include "platform/Alerts.h"
+#include "platform/Pasteboard.h"
+#include "tests/fakes/ManualClock.h"
+
+#include <deque>
+#include <optional>
+#include <stdexcept>
+
+namespace velmora::test {
+
+/// A clipboard that can refuse.
+class FakePasteboard final : public Pasteboard {
+  public:
+    [[nodiscard]] bool setText(const std::string& value) override {
+        if (refuses) return false;
+        text = value;
+        return true;
+    }
+
+    bool refuses = false;
+    std::optional<std::string> text;
+};
+
+/// Answers questions as told, and remembers them. A question without an answer waits for `clock` to come round.
+class FakeAlerts final : public Alerts {
+  public:
+    explicit FakeAlerts(ManualClock& clock) : clock_(clock) {}
+
+    [[nodiscard]] Task<bool> confirm(std::string title, std::string detail) override {
+        asked.push_back(title + "|" + detail);
+        while (answers.empty())
+            co_await clock_.sleep(std::chrono::seconds(1));
+        const bool answer = answers.front();
+        answers.pop_front();
+        co_return answer;
+    }
+
+    [[nodiscard]] Task<> showFailure(std::string title, std::string detail) override {
+        asked.push_back(title + "|" + detail);
+        co_return;
+    }
+
+    std::deque<bool> answers;
+    std::vector<std::string> asked;
+
+  private:
+    ManualClock& clock_;
+};
+
+/// A searchable source whose every answer takes as long as told.
+class FakeSource final : public ResultSource {
+  public:
+    explicit FakeSource(ManualClock& clock) : clock_(clock) {}
+
+    [[nodiscard]] Task<std::vector<ResultPointer>> search(std::string query,
+                                                          std::optional<std::string> directory) override {
+        searches.push_back(query + (directory ? "@" + *directory : ""));
+        // An answer that is already on its way does not notice that nobody wants it any more.
+        if (ignoresCancellation) {
+            const std::function<void(std::shared_ptr<detail::Waiter>)> park =
+                [&](std::shared_ptr<detail::Waiter> waiter) { late.push_back(std::move(waiter)); };
+            const std::function<void(detail::Waiter&)> ignore = [](detail::Waiter&) {};
+            co_await detail::suspend(park, ignore);
+        } else if (delay.count() > 0) {
+            co_await clock_.sleep(delay);
+        }
+        if (fails) throw std::runtime_error("the disk is on fire");
+        auto result = std::make_shared<CommandResult>();
+        result->id = "found:" + query;
+        result->title = query;
+        co_return std::vector<ResultPointer>{result};
+    }
+
+    std::chrono::milliseconds delay{0};
+    bool fails = false;
+    bool ignoresCancellation = false;
+    std::vector<std::shared_ptr<detail::Waiter>> late;
+    std::vector<std::string> searches;
+
+  private:
+    ManualClock& clock_;
+};
+
+}  // namespace velmora::test

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "platform/Workspace.h"
+#include "tests/fakes/ManualClock.h"
+
+#include <chrono>
+#include <stdexcept>
+
+namespace velmora::test {
+
+/// Remembers what it was asked to open. It can refuse, and take as long as told.
+class FakeWorkspace final : public Workspace {
+  public:
+    struct Launch {
+        std::string path;
+        std::vector<std::string> arguments;
+
+        bool operator==(const Launch&) const = default;
+    };
+
+    explicit FakeWorkspace(ManualClock& clock) : clock_(clock) {}
+
+    [[nodiscard]] Task<> open(std::string path) override {
+        co_await answer();
+        opened.push_back(path);
+    }
+
+    [[nodiscard]] Task<> openApplication(std::string path, std::vector<std::string> arguments) override {
+        co_await answer();
+        launches.push_back({path, arguments});
+    }
+
+    bool fails = false;
+    std::chrono::milliseconds delay{0};
+    std::vector<std::string> opened;
+    std::vector<Launch> launches;
+
+  private:
+    [[nodiscard]] Task<> answer() {
+        if (delay.count() > 0) co_await clock_.sleep(delay);
+        if (fails) throw std::runtime_error("the desktop refuses");
+    }
+
+    ManualClock& clock_;
+};
+
+}  // namespace velmora::test
