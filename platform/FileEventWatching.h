@@ -27,6 +27,9 @@ class FileEventWatching {
     /// Ends the reports: the handler is not called again. `start` may follow.
     virtual void stop() = 0;
 
+    /// An identifier for this moment: watching that starts from it later reports everything that changed since.
+    [[nodiscard]] virtual std::uint64_t currentEventID() const = 0;
+
     /// How many folders the system's limits leave to a slow sweep, whose changes are reported minutes late; 0 while
     /// every folder is watched.
     [[nodiscard]] virtual std::size_t sweptFolders() const = 0;

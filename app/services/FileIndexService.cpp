@@ -106,7 +106,8 @@ Task<> FileIndexService::bootstrap() {
     pendingEventID_ = co_await repository_.loadEventID();
     coveredEventID_ = pendingEventID_;
     startWatcher(pendingEventID_);
-    if (fileCount_ == 0) {
+    // Without a bookmark no scan has ever been completed.
+    if (fileCount_ == 0 || pendingEventID_ == 0) {
         rebuild();
         co_return;
     }
@@ -140,9 +141,9 @@ Task<> FileIndexService::stop() {
     flushTask_.cancel();
     disk_.watcher->stop();
     // Paths that were seen but not applied must be seen again by the next run.
-    if (pendingPaths_.empty() && !isFlushing_) coveredEventID_ = pendingEventID_;
+    if (pendingPaths_.empty() && !isFlushing_ && !replayAfterScan_) coveredEventID_ = pendingEventID_;
     try {
-        co_await repository_.saveEventID(coveredEventID_);
+        if (!isScanning_) co_await repository_.saveEventID(coveredEventID_);
     } catch (
         const std::exception&) {  // NOLINT(bugprone-empty-catch): the next start looks at a little more than it had to
     }
@@ -220,7 +221,8 @@ Task<> FileIndexService::flush() {
         co_await apply(batch);
         if (covered && !replayAfterScan_) {
             coveredEventID_ = *covered;
-            co_await repository_.saveEventID(coveredEventID_);
+            // While a scan runs, there is no bookmark: cut off, it has to be done again.
+            if (!isScanning_) co_await repository_.saveEventID(coveredEventID_);
         }
         fileCount_ = co_await repository_.count();
     } catch (const Cancelled&) {
@@ -264,18 +266,32 @@ void FileIndexService::rebuild() {
     replayAfterScan_ = false;
     const int generation = ++scanGeneration_;
     AppLog::search.info("File index scan started (" + std::to_string(roots_.size()) + " roots)");
-    for (const IndexRoot& root : roots_) {
-        rootScans_.push_back(spawn(main_, [weak = weak_from_this(), path = root.path, generation] {
-            return scanRoot(weak, path, generation);
-        }));
-    }
-    scanTask_ = spawn(main_, [weak = weak_from_this(), scans = rootScans_, generation]() -> Task<> {
-        for (const TaskHandle& scan : scans)
-            co_await scan.finished();
-        const auto self = weak.lock();
-        if (self && self->scanGeneration_ == generation) co_await self->finishScan();
-    });
+    scanTask_ = spawn(main_, [weak = weak_from_this(), generation] { return scanRoots(weak, generation); });
     changed_.emit();
+}
+
+Task<> FileIndexService::scanRoots(std::weak_ptr<FileIndexService> weak, int generation) {
+    auto self = weak.lock();
+    if (!self) co_return;
+    const FileIndexRepository repository = self->repository_;
+    const std::uint64_t begun = self->disk_.watcher->currentEventID();
+    try {
+        // While a scan runs there is no bookmark: one that is cut off has to be done again.
+        co_await repository.saveEventID(0);
+    } catch (const AppError&) {  // NOLINT(bugprone-empty-catch): a database that cannot be written shows in every batch
+    }
+    if (self->scanGeneration_ != generation) co_return;
+    std::vector<TaskHandle> scans;
+    for (const IndexRoot& root : self->roots_) {
+        scans.push_back(
+            spawn(self->main_, [weak, path = root.path, generation] { return scanRoot(weak, path, generation); }));
+    }
+    self->rootScans_ = scans;
+    self.reset();
+    for (const TaskHandle& scan : scans)
+        co_await scan.finished();
+    self = weak.lock();
+    if (self && self->scanGeneration_ == generation) co_await self->finishScan(begun);
 }
 
 Task<> FileIndexService::scanRoot(std::weak_ptr<FileIndexService> weak, std::string path, int generation) {
@@ -290,7 +306,7 @@ Task<> FileIndexService::scanRoot(std::weak_ptr<FileIndexService> weak, std::str
 
 Task<> FileIndexService::scanBatches(std::weak_ptr<FileIndexService> weak, std::string path, int generation) {
     auto self = weak.lock();
-    if (!self) co_return;
+    if (!self || self->scanGeneration_ != generation) co_return;
     const FileIndexRepository repository = self->repository_;
     co_await repository.deleteTree(path);
     AppLog::search.info("File index root scan began: " + text::validUtf8(path));
@@ -309,10 +325,14 @@ Task<> FileIndexService::scanBatches(std::weak_ptr<FileIndexService> weak, std::
     }
 }
 
-Task<> FileIndexService::finishScan() {
+Task<> FileIndexService::finishScan(std::uint64_t begun) {
     const auto self = shared_from_this();
     isScanning_ = false;
     rootScans_.clear();
+    // The scan has seen everything up to its beginning; what came later arrived as events, unless they were dropped.
+    pendingEventID_ = std::max(pendingEventID_, begun);
+    const bool allApplied = pendingPaths_.empty() && !isFlushing_ && !replayAfterScan_;
+    coveredEventID_ = allApplied ? pendingEventID_ : begun;
     std::exception_ptr failure;
     try {
         fileCount_ = co_await repository_.count();
@@ -326,8 +346,9 @@ Task<> FileIndexService::finishScan() {
     }
     showWatching();
     try {
+        co_await repository_.saveEventID(coveredEventID_);
         co_await repository_.markFTSBackfillDone();
-    } catch (const AppError&) {  // NOLINT(bugprone-empty-catch): the next start prepares the index once more
+    } catch (const AppError&) {  // NOLINT(bugprone-empty-catch): the next start does once more what this one did
     }
     AppLog::search.info("File index scan completed: " + std::to_string(fileCount_) + " files");
     if (std::exchange(replayAfterScan_, false)) restartWatcherFrom(coveredEventID_);

@@ -85,9 +85,10 @@ class FileIndexService final : public std::enable_shared_from_this<FileIndexServ
     [[nodiscard]] Task<> flush();
     [[nodiscard]] Task<> apply(std::vector<std::string> batch);
     void cancelScan();
+    [[nodiscard]] static Task<> scanRoots(std::weak_ptr<FileIndexService> weak, int generation);
     [[nodiscard]] static Task<> scanRoot(std::weak_ptr<FileIndexService> weak, std::string path, int generation);
     [[nodiscard]] static Task<> scanBatches(std::weak_ptr<FileIndexService> weak, std::string path, int generation);
-    [[nodiscard]] Task<> finishScan();
+    [[nodiscard]] Task<> finishScan(std::uint64_t begun);
     [[nodiscard]] Task<> add(std::string path);
     [[nodiscard]] Task<> remove(std::string id);
     [[nodiscard]] bool isSkipped(std::string_view path) const;
