@@ -38,6 +38,7 @@ struct X11WindowManager::Display {
     xcb_atom_t skipTaskbar = XCB_NONE;
     xcb_atom_t skipPager = XCB_NONE;
     xcb_atom_t activeWindow = XCB_NONE;
+    xcb_atom_t frameExtents = XCB_NONE;
 
     explicit Display(xcb_connection_t* opened) : connection(opened) {
         const int number = screenNumber();
@@ -52,6 +53,7 @@ struct X11WindowManager::Display {
         skipTaskbar = atom("_NET_WM_STATE_SKIP_TASKBAR");
         skipPager = atom("_NET_WM_STATE_SKIP_PAGER");
         activeWindow = atom("_NET_ACTIVE_WINDOW");
+        frameExtents = atom("_GTK_FRAME_EXTENTS");
     }
 
     [[nodiscard]] xcb_atom_t atom(std::string_view name) const {
@@ -88,7 +90,7 @@ bool X11WindowManager::composited() const {
     return reply && reply->owner != XCB_NONE;
 }
 
-void X11WindowManager::makePanel(Window window) {
+void X11WindowManager::makePanel(Window window, const Edges& shadow) {
     if (!display_) return;
     const auto id = static_cast<xcb_window_t>(window);
     xcb_change_property(display_->connection, XCB_PROP_MODE_REPLACE, id, display_->desktop, XCB_ATOM_CARDINAL, 32, 1,
@@ -96,6 +98,9 @@ void X11WindowManager::makePanel(Window window) {
     const std::array<xcb_atom_t, 3> states{display_->sticky, display_->skipTaskbar, display_->skipPager};
     xcb_change_property(display_->connection, XCB_PROP_MODE_APPEND, id, display_->state, XCB_ATOM_ATOM, 32,
                         states.size(), states.data());
+    const std::array<std::uint32_t, 4> edges{shadow.left, shadow.right, shadow.top, shadow.bottom};
+    xcb_change_property(display_->connection, XCB_PROP_MODE_REPLACE, id, display_->frameExtents, XCB_ATOM_CARDINAL, 32,
+                        edges.size(), edges.data());
 }
 
 void X11WindowManager::activate(Window window) {
