@@ -1,0 +1,27 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velmora {
+
+/// What the session's environment says about applications. Folders are absolute, most important first.
+struct DesktopEnvironment {
+    std::string home;
+    std::string dataHome;
+    std::vector<std::string> dataFolders;
+    std::vector<std::string> currentDesktops;
+    std::vector<std::string> languages;      ///< locale names, "de_AT" before "de"
+    std::vector<std::string> searchFolders;  ///< where programs are looked for
+
+    /// As the variables of this process have it. Entries that are not absolute count for nothing.
+    static DesktopEnvironment ofProcess(std::string home);
+
+    /// The program that `name` means: itself when absolute, else found in `searchFolders`. Nothing unless it is a file
+    /// that may be executed.
+    [[nodiscard]] std::optional<std::string> findProgram(std::string_view name) const;
+};
+
+}  // namespace velmora

@@ -1,0 +1,91 @@
+#include "platform/linux/LinuxWorkspace.h"
+
+#include "platform/linux/DesktopEntry.h"
+#include "platform/linux/DetachedProcess.h"
+#include "platform/linux/ExecLine.h"
+#include "platform/linux/Glib.h"
+#include "platform/linux/PropertyList.h"
+#include "platform/linux/SessionBus.h"
+#include "platform/linux/TerminalEmulator.h"
+
+#include <gio/gdesktopappinfo.h>
+
+#include <array>
+#include <filesystem>
+#include <stdexcept>
+
+namespace velmora {
+namespace {
+
+void start(const DesktopEnvironment& environment, std::vector<std::string> arguments, std::string directory,
+           const std::string& label, bool inTerminal) {
+    auto program = environment.findProgram(arguments.front());
+    if (!program) throw std::runtime_error("The application's program is missing");
+    arguments.front() = std::move(*program);
+    if (inTerminal) {
+        const auto terminal = terminalCommand(environment);
+        if (!terminal) throw std::runtime_error("No terminal emulator is installed");
+        arguments.insert(arguments.begin(), terminal->begin(), terminal->end());
+    }
+    if (directory.empty()) directory = environment.home;
+    const DetachedProcess process{std::move(arguments), std::move(directory), label};
+    SessionBus::separate(process.start(), label);
+}
+
+/// Launches a desktop entry. `files` and `urls` are what it is to open, the same things in both forms.
+void launchEntry(const DesktopEnvironment& environment, const std::string& path, std::vector<std::string> files,
+                 std::vector<std::string> urls, bool mayActivate) {
+    const auto entry = DesktopEntry::load(path, environment.languages);
+    if (!entry || entry->hidden) throw std::runtime_error("The desktop entry is not an application's");
+    const std::string id = std::filesystem::path(path).stem().string();
+    if (entry->dbusActivatable && mayActivate) {
+        if (SessionBus::activate(id, urls) == SessionBus::Activation::done) return;
+    }
+    const ExecFields fields{entry->name, entry->icon, path, std::move(files), std::move(urls)};
+    start(environment, expandExec(entry->exec, fields), entry->path, id, entry->terminal);
+}
+
+void launchBundle(const DesktopEnvironment& environment, const std::string& path, std::vector<std::string> arguments) {
+    static constexpr std::array<std::string_view, 1> keys{"CFBundleExecutable"};
+    const auto strings = bundleStrings(path, keys);
+    const std::string name =
+        strings && strings->contains("CFBundleExecutable") ? strings->at("CFBundleExecutable") : "";
+    if (name.empty() || name == "." || name == ".." || name.find('/') != std::string::npos) {
+        throw std::runtime_error("The bundle names no program");
+    }
+    arguments.insert(arguments.begin(), path + "/Contents/MacOS/" + name);
+    start(environment, std::move(arguments), {}, std::filesystem::path(path).stem().string(), false);
+}
+
+void openWithDefault(const DesktopEnvironment& environment, const std::string& path) {
+    const glib::Object<GFile> file(g_file_new_for_path(path.c_str()));
+    const glib::Object<GAppInfo> handler(g_file_query_default_handler(file.get(), nullptr, nullptr));
+    if (!handler || !G_IS_DESKTOP_APP_INFO(handler.get())) throw std::runtime_error("Nothing opens this kind of file");
+    const char* const entry = g_desktop_app_info_get_filename(G_DESKTOP_APP_INFO(handler.get()));
+    if (!entry) throw std::runtime_error("The default application has no desktop entry");
+    const glib::String url(g_file_get_uri(file.get()));
+    launchEntry(environment, entry, {path}, {url.get()}, true);
+}
+
+}  // namespace
+
+LinuxWorkspace::LinuxWorkspace(Executor pool, DesktopEnvironment environment)
+    : pool_(std::move(pool)), environment_(std::make_shared<const DesktopEnvironment>(std::move(environment))) {}
+
+Task<> LinuxWorkspace::open(std::string path) {
+    // An actor for each call: an application that is slow to answer holds nobody else up.
+    Actor worker(pool_);
+    const auto work = [environment = environment_, &path] { openWithDefault(*environment, path); };
+    co_await worker.run(work);
+}
+
+Task<> LinuxWorkspace::openApplication(std::string path, std::vector<std::string> arguments) {
+    Actor worker(pool_);
+    const auto work = [environment = environment_, &path, &arguments] {
+        if (!path.ends_with(".desktop")) return launchBundle(*environment, path, arguments);
+        launchEntry(*environment, path, arguments, arguments, arguments.empty());
+    };
+    co_await worker.run(work);
+}
+
+}  // namespace velmora
