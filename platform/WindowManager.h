@@ -17,6 +17,9 @@ class WindowManager {
     /// Whether windows may be translucent now. It changes when a compositor starts or ends.
     [[nodiscard]] virtual bool composited() const = 0;
 
+    /// Whether there is a tray for status items that needs no message bus.
+    [[nodiscard]] virtual bool hasTray() const = 0;
+
     /// The width of the shadow that a window draws inside itself, in device pixels.
     struct Edges {
         std::uint32_t left = 0;

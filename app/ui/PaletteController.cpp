@@ -50,7 +50,6 @@ PaletteController::PaletteController(std::shared_ptr<PaletteState> state, Deskto
     panel_.onKey = [this](CommandPanel::Key key) { handle(key); };
     panel_.onDeactivate = [this] { deactivated(); };
     panel_.onDismiss = [this] { hide(); };
-    spawn(desktop.main, [state = state_] { return state->start(); });
 }
 
 PaletteController::~PaletteController() {
@@ -58,14 +57,17 @@ PaletteController::~PaletteController() {
 }
 
 void PaletteController::toggle() {
-    if (QDialog* const dialog = openDialog()) {
-        if (panel_.isVisible()) panel_.raise();
-        bringForward(*dialog);
-    } else if (panel_.isVisible()) {
-        hide();
-    } else {
-        show();
+    panel_.isVisible() && !openDialog() ? hide() : show();
+}
+
+void PaletteController::show() {
+    QDialog* const dialog = openDialog();
+    if (panel_.isVisible()) {
+        bringForward(panel_);
+    } else if (!dialog) {
+        open();
     }
+    if (dialog) bringForward(*dialog);
 }
 
 void PaletteController::hide() {
@@ -75,7 +77,7 @@ void PaletteController::hide() {
     AppLog::app.info("Palette hidden");
 }
 
-void PaletteController::show() {
+void PaletteController::open() {
     state_->enter(PaletteState::Mode::commands);
     state_->refreshApplications();
     panel_.setComposited(windowManager_.composited());

@@ -33,16 +33,18 @@ class PaletteController {
     PaletteController(const PaletteController&) = delete;
     PaletteController& operator=(const PaletteController&) = delete;
 
-    /// Shows the palette, or hides it when it is shown. While one of our dialogs waits for an answer, brings it to the
-    /// front instead.
+    /// Shows the palette, or hides it when it is shown. While one of our dialogs waits for an answer, this and `show`
+    /// bring that to the front instead.
     void toggle();
+    /// Shows the palette afresh; only brings it to the front when it is shown already.
+    void show();
     void hide();
     [[nodiscard]] bool visible() const { return panel_.isVisible(); }
 
     [[nodiscard]] CommandPanel& panel() { return panel_; }
 
   private:
-    void show();
+    void open();
     void place();
     void bringForward(QWidget& window);
     void handle(CommandPanel::Key key);

@@ -48,6 +48,10 @@ StatusItem::StatusItem(Actions actions, bool legacyTray) : actions_(std::move(ac
     patience_.start(legacyTray ? 1s : patience);
 }
 
+bool StatusItem::isVisible() const {
+    return icon_ && QSystemTrayIcon::isSystemTrayAvailable();
+}
+
 void StatusItem::buildMenu() {
     connect(menu_.addAction(QStringLiteral("Open Velmora")), &QAction::triggered, this, [this] { actions_.open(); });
     if (actions_.settings) {

@@ -29,6 +29,9 @@ class StatusItem final : public QObject {
 
     [[nodiscard]] QMenu& menu() { return menu_; }
 
+    /// Whether a desktop that shows such items has been given this one.
+    [[nodiscard]] bool isVisible() const;
+
   private Q_SLOTS:
     void hostRegistered();
 

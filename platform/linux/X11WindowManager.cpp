@@ -32,6 +32,7 @@ struct X11WindowManager::Display {
     xcb_connection_t* connection = nullptr;
     xcb_window_t root = XCB_NONE;
     xcb_atom_t compositor = XCB_NONE;
+    xcb_atom_t tray = XCB_NONE;
     xcb_atom_t desktop = XCB_NONE;
     xcb_atom_t state = XCB_NONE;
     xcb_atom_t sticky = XCB_NONE;
@@ -47,6 +48,7 @@ struct X11WindowManager::Display {
             xcb_screen_next(&screens);
         root = screens.data->root;
         compositor = atom("_NET_WM_CM_S" + std::to_string(number));
+        tray = atom("_NET_SYSTEM_TRAY_S" + std::to_string(number));
         desktop = atom("_NET_WM_DESKTOP");
         state = atom("_NET_WM_STATE");
         sticky = atom("_NET_WM_STATE_STICKY");
@@ -61,6 +63,13 @@ struct X11WindowManager::Display {
         const ReplyPointer<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection, cookie, nullptr),
                                                           &std::free);
         return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_NONE);
+    }
+
+    [[nodiscard]] bool isOwned(xcb_atom_t selection) const {
+        const auto cookie = xcb_get_selection_owner(connection, selection);
+        const ReplyPointer<xcb_get_selection_owner_reply_t> reply(
+            xcb_get_selection_owner_reply(connection, cookie, nullptr), &std::free);
+        return reply && reply->owner != XCB_NONE;
     }
 
     void tellManager(xcb_window_t window, xcb_atom_t type, const std::array<std::uint32_t, 5>& data) const {
@@ -84,10 +93,11 @@ X11WindowManager::~X11WindowManager() = default;
 
 bool X11WindowManager::composited() const {
     if (!display_) return QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
-    const auto cookie = xcb_get_selection_owner(display_->connection, display_->compositor);
-    const ReplyPointer<xcb_get_selection_owner_reply_t> reply(
-        xcb_get_selection_owner_reply(display_->connection, cookie, nullptr), &std::free);
-    return reply && reply->owner != XCB_NONE;
+    return display_->isOwned(display_->compositor);
+}
+
+bool X11WindowManager::hasTray() const {
+    return display_ && display_->isOwned(display_->tray);
 }
 
 void X11WindowManager::makePanel(Window window, const Edges& shadow) {
