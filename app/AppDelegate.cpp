@@ -66,7 +66,6 @@ Task<> AppDelegate::start() {
     controller_ = std::make_unique<PaletteController>(
         state_, PaletteController::Desktop{
                     platform_.main, platform_.pool, viewPlatform_.windowManager, viewPlatform_.fileIcons, {}});
-    spawn(platform_.main, [state = state_] { return state->start(); });
     AppLog::app.info("Velmora is ready");
     if (std::exchange(showWhenReady_, false)) controller_->show();
 }
