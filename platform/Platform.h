@@ -9,7 +9,12 @@ namespace velmora {
 
 class Alerts;
 class ApplicationBundles;
+class FileAttributeReading;
+class FileEventWatching;
+class FileScanner;
+class FolderPanel;
 class Pasteboard;
+class PopUpMenu;
 class Workspace;
 
 /// Everything the program needs of the desktop it runs on. The entry makes it; what it refers to outlives every
@@ -22,7 +27,12 @@ struct Platform {
     Workspace& workspace;
     Pasteboard& pasteboard;
     Alerts& alerts;
+    PopUpMenu& popUpMenu;
+    FolderPanel& folderPanel;
     std::shared_ptr<const ApplicationBundles> applicationBundles;
+    std::shared_ptr<FileScanner> fileScanner;
+    std::shared_ptr<FileEventWatching> fileEvents;
+    std::shared_ptr<const FileAttributeReading> fileAttributes;
 };
 
 }  // namespace velmora

@@ -23,24 +23,6 @@ std::string countText(std::int64_t count) {
     return text::formattedCount(static_cast<std::size_t>(std::max<std::int64_t>(count, 0)));
 }
 
-/// The folders of `paths` that lie below none of the others: deleting their trees deletes all.
-std::vector<std::string> topmost(std::vector<std::string> paths) {
-    std::sort(paths.begin(), paths.end(), [](const auto& a, const auto& b) { return a.size() < b.size(); });
-    std::unordered_set<std::string> kept;
-    std::vector<std::string> result;
-    for (std::string& path : paths) {
-        bool covered = false;
-        for (auto slash = path.find('/', 1); slash != std::string::npos && !covered;
-             slash = path.find('/', slash + 1)) {
-            covered = kept.contains(path.substr(0, slash));
-        }
-        if (covered) continue;
-        kept.insert(path);
-        result.push_back(std::move(path));
-    }
-    return result;
-}
-
 /// What a batch of changed paths turned out to be.
 struct Examined {
     std::vector<IndexedFile> found;
@@ -112,8 +94,6 @@ Task<> FileIndexService::bootstrap() {
         co_return;
     }
     showWatching();
-    const bool indexed = co_await repository_.hasFullText();
-    if (!indexed) co_return;
     const bool done = co_await repository_.ftsBackfillDone();
     if (!done) spawn(main_, [self = shared_from_this()] { return self->backfill(); });
 }

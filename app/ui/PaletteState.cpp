@@ -4,6 +4,7 @@
 #include "app/AppServices.h"
 #include "app/services/AppActions.h"
 #include "app/services/ApplicationService.h"
+#include "app/services/FileService.h"
 #include "app/services/PermissionService.h"
 #include "app/ui/SettingsState.h"
 #include "core/AppError.h"
@@ -152,6 +153,13 @@ void PaletteState::setFileDirectory(std::optional<std::string> directory) {
     const Changes changes(*this);
     set(fileDirectory_, std::move(directory));
     search();
+}
+
+void PaletteState::chooseFileDirectory() {
+    spawn(services_->platform.main, [self = shared_from_this()]() -> Task<> {
+        const std::optional<std::string> chosen = co_await self->services_->files->chooseDirectory();
+        if (chosen) self->setFileDirectory(chosen);
+    });
 }
 
 void PaletteState::search() {

@@ -126,7 +126,7 @@ class FileIndexServiceTest : public testing::Test {
 
     void make() {
         service = std::make_shared<FileIndexService>(
-            loop.executor(), loop.executor(), clock, FileIndexRepository(database, clock, "/home/me"),
+            loop.executor(), loop.executor(), clock, FileIndexRepository(database, "/home/me", clock),
             FileIndexService::Disk{std::make_shared<FakeScanner>(disk, loop.executor()),
                                    std::make_shared<FakeWatcher>(disk), std::make_shared<FakeAttributes>(disk)},
             FileIndexService::Folders{"/home/me", "/home/me/.local/share/Velmora"});
@@ -164,7 +164,7 @@ class FileIndexServiceTest : public testing::Test {
 
     std::uint64_t bookmark() {
         return loop.run([this]() -> Task<std::uint64_t> {
-            const FileIndexRepository repository(database, clock, "/home/me");
+            const FileIndexRepository repository(database, "/home/me", clock);
             co_return co_await repository.loadEventID();
         });
     }
