@@ -137,7 +137,9 @@ Task<std::optional<std::string>> FileService::chooseDirectory() {
         .message = "Choose a folder to narrow results to that scope. Search still covers every indexed root.",
         .startFolder = home_,
     };
-    co_return co_await panel_.chooseFolder(request);
+    std::optional<std::string> chosen = co_await panel_.chooseFolder(request);
+    if (chosen) chosen = fileNameText(*chosen);
+    co_return chosen;
 }
 
 }  // namespace velmora
