@@ -97,7 +97,7 @@ void setUnhandledTaskError(void (*handler)(const std::exception_ptr&) noexcept);
 /// Runs on: `run` may be awaited from any task; the work itself runs on the pool.
 class Actor {
     template <class Work>
-    static auto call(Work& work, std::stop_token stop) {
+    static auto call(Work& work, std::stop_token stop) {  // NOLINT(performance-unnecessary-value-param)
         if constexpr (std::invocable<Work&, std::stop_token>) {
             return work(std::move(stop));
         } else {
@@ -133,7 +133,7 @@ class Actor {
             };
             co_await perform(body);
             if (failure) std::rethrow_exception(failure);
-            co_return std::move(*result);
+            co_return std::move(*result);  // NOLINT(bugprone-unchecked-optional-access): set unless `failure` was
         }
     }
 

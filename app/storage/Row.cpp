@@ -14,8 +14,9 @@ std::optional<Number> parsed(std::optional<std::string_view> text) {
     std::string_view digits = *text;
     if (digits.size() > 1 && digits[0] == '+' && digits[1] != '-') digits.remove_prefix(1);
     Number number{};
-    const char* const end = digits.data() + digits.size();
-    const auto [stop, error] = std::from_chars(digits.data(), end, number);
+    const char* const begin = digits.data();
+    const char* const end = begin + digits.size();
+    const auto [stop, error] = std::from_chars(begin, end, number);
     if (error != std::errc{} || stop != end) return std::nullopt;
     return number;
 }

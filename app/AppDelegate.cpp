@@ -1,0 +1,110 @@
+#include "app/AppDelegate.h"
+
+#include "app/AppLog.h"
+#include "app/services/ApplicationService.h"
+#include "app/ui/PaletteController.h"
+#include "app/ui/PaletteState.h"
+#include "app/ui/SettingsState.h"
+#include "app/ui/StatusItem.h"
+#include "core/Assert.h"
+
+#include <QApplication>
+
+namespace velmora {
+namespace {
+
+/// What a start-up failure says of itself.
+std::string description(const std::exception_ptr& failure) {
+    try {
+        std::rethrow_exception(failure);
+    } catch (const std::exception& error) {
+        return error.what();
+    } catch (...) {
+        return "Unknown failure.";
+    }
+}
+
+}  // namespace
+
+AppDelegate::AppDelegate(Platform platform, ViewPlatform viewPlatform, bool showAtStart)
+    : platform_(std::move(platform)), viewPlatform_(viewPlatform), showWhenReady_(showAtStart) {}
+
+AppDelegate::~AppDelegate() = default;
+
+void AppDelegate::launch() {
+    VELMORA_ASSERT_MAIN();
+    startTask_ = spawn(platform_.main, [this] { return start(); });
+    status_ = std::make_unique<StatusItem>(StatusItem::Actions{
+                                               .open = [this] { toggle(); },
+                                               .settings = {},
+                                               .quit = [this] { terminate(); },
+                                           },
+                                           viewPlatform_.windowManager.hasTray());
+}
+
+Task<> AppDelegate::prepareServices() {
+    const AppServices::SettingsFactory makeSettings = [](AppServices& services) {
+        return std::make_shared<SettingsState>(services);
+    };
+    services_ = co_await AppServices::create(platform_, makeSettings);
+    co_await services_->preferences().load();
+}
+
+Task<> AppDelegate::start() {
+    std::exception_ptr failure;
+    try {
+        co_await prepareServices();
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (terminating_) co_return;
+    if (failure) {
+        co_await reportFailure(failure);
+        co_return;
+    }
+    state_ = std::make_shared<PaletteState>(services_);
+    controller_ = std::make_unique<PaletteController>(
+        state_, PaletteController::Desktop{
+                    platform_.main, platform_.pool, viewPlatform_.windowManager, viewPlatform_.fileIcons, {}});
+    spawn(platform_.main, [state = state_] { return state->start(); });
+    AppLog::app.info("Velmora is ready");
+    if (std::exchange(showWhenReady_, false)) controller_->show();
+}
+
+Task<> AppDelegate::reportFailure(std::exception_ptr failure) {
+    AppLog::app.error("Velmora could not start");
+    const std::string detail = description(failure);
+    co_await platform_.alerts.showFailure("Velmora could not start", detail);
+    // Where nothing shows a status item, nothing would be left to end the program with.
+    if (!status_->isVisible()) terminate(1);
+}
+
+void AppDelegate::toggle() {
+    if (controller_ && !terminating_) controller_->toggle();
+}
+
+void AppDelegate::show() {
+    if (terminating_) return;
+    if (controller_) {
+        controller_->show();
+    } else {
+        showWhenReady_ = true;
+    }
+}
+
+void AppDelegate::terminate(int exitCode) {
+    VELMORA_ASSERT_MAIN();
+    if (std::exchange(terminating_, true)) return;
+    if (controller_) controller_->hide();
+    if (state_) state_->cancelWork();
+    startTask_.cancel();
+    spawn(platform_.main, [this, exitCode] { return shutDown(exitCode); });
+}
+
+Task<> AppDelegate::shutDown(int exitCode) {
+    co_await startTask_.finished();
+    if (services_) co_await services_->database->close();
+    QCoreApplication::exit(exitCode);
+}
+
+}  // namespace velmora

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "app/AppServices.h"
+#include "platform/Platform.h"
+
+#include <memory>
+
+namespace velmora {
+
+class PaletteController;
+class PaletteState;
+class StatusItem;
+class WindowManager;
+class FileIcons;
+
+/// What the desktop offers the views, besides the services' platform.
+struct ViewPlatform {
+    WindowManager& windowManager;
+    std::shared_ptr<const FileIcons> fileIcons;
+};
+
+/// The life of the program: start-up in order, the palette and the status item while it runs, shut-down in order.
+///
+/// Runs on: the main thread. Owns: the services, the palette's state and window, the status item.
+class AppDelegate {
+  public:
+    AppDelegate(Platform platform, ViewPlatform viewPlatform, bool showAtStart);
+    ~AppDelegate();
+    AppDelegate(const AppDelegate&) = delete;
+    AppDelegate& operator=(const AppDelegate&) = delete;
+
+    /// Begins the start-up; call once.
+    void launch();
+
+    /// Shows the palette, or hides it. Does nothing before start-up has finished.
+    void toggle();
+
+    /// Brings the palette to the front, now or as soon as start-up has finished.
+    void show();
+
+    /// Ends the program in order: pending work is cancelled, then the database closed, then the loop left. Later calls
+    /// do nothing.
+    void terminate(int exitCode = 0);
+
+  private:
+    [[nodiscard]] Task<> start();
+    [[nodiscard]] Task<> prepareServices();
+    [[nodiscard]] Task<> reportFailure(std::exception_ptr failure);
+    [[nodiscard]] Task<> shutDown(int exitCode);
+
+    Platform platform_;
+    ViewPlatform viewPlatform_;
+    bool showWhenReady_;
+    bool terminating_ = false;
+    TaskHandle startTask_;
+    std::shared_ptr<AppServices> services_;
+    std::shared_ptr<PaletteState> state_;
+    std::unique_ptr<PaletteController> controller_;
+    std::unique_ptr<StatusItem> status_;
+};
+
+}  // namespace velmora

@@ -1,0 +1,112 @@
+// The program's entry: command line, single instance, and the platform that everything else runs on.
+
+#include "app/AppDelegate.h"
+#include "app/AppLog.h"
+#include "app/TerminationSignals.h"
+#include "core/AppError.h"
+#include "core/Assert.h"
+#include "platform/Runtime.h"
+#include "platform/linux/DesktopEnvironment.h"
+#include "platform/linux/LinuxApplicationBundles.h"
+#include "platform/linux/LinuxFileIcons.h"
+#include "platform/linux/LinuxWorkspace.h"
+#include "platform/linux/QtAlerts.h"
+#include "platform/linux/QtMainExecutor.h"
+#include "platform/linux/QtPasteboard.h"
+#include "platform/linux/SessionName.h"
+#include "platform/linux/X11WindowManager.h"
+
+#include <QApplication>
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <iostream>
+#include <string_view>
+
+namespace velmora {
+namespace {
+
+constexpr std::size_t workerThreads = 3;
+
+std::string homeFolder() {
+    const char* home = std::getenv("HOME");
+    if (home && *home == '/') return home;
+    const passwd* entry = getpwuid(getuid());
+    return entry && entry->pw_dir ? entry->pw_dir : "/";
+}
+
+bool hasGraphicalSession() {
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
+        const char* value = std::getenv(name);
+        if (value && *value) return true;
+    }
+    return false;
+}
+
+/// Watches the session bus for another start of the program asking this one to show itself.
+std::unique_ptr<QSocketNotifier> watch(SessionName& name) {
+    if (name.descriptor() < 0) return nullptr;
+    auto notifier = std::make_unique<QSocketNotifier>(name.descriptor(), QSocketNotifier::Read);
+    QObject::connect(notifier.get(), &QSocketNotifier::activated, notifier.get(), [&name, raw = notifier.get()] {
+        if (!name.process()) raw->setEnabled(false);
+    });
+    // What came in while the name was being asked for waits inside the connection and shows on no descriptor.
+    QMetaObject::invokeMethod(
+        notifier.get(), [&name] { static_cast<void>(name.process()); }, Qt::QueuedConnection);
+    return notifier;
+}
+
+int run(int argc, char** argv, bool showAtStart, SessionName& name) {
+    QApplication application(argc, argv);
+    QApplication::setApplicationName("velmora");
+    QApplication::setApplicationDisplayName("Velmora");
+    QApplication::setDesktopFileName("dev.velmora.brisklane");
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    const DesktopEnvironment desktop = DesktopEnvironment::ofProcess(homeFolder());
+    QtMainExecutor main;
+    WorkerPool pool(workerThreads);
+    SystemClock clock;
+    LinuxWorkspace workspace(pool.executor(), desktop);
+    QtPasteboard pasteboard;
+    X11WindowManager windowManager;
+    QtAlerts alerts(windowManager);
+    const auto fileIcons = std::make_shared<const LinuxFileIcons>();
+    AppDelegate delegate(Platform{main.executor(), pool.executor(), clock, Paths{desktop.home, desktop.dataHome},
+                                  workspace, pasteboard, alerts, std::make_shared<LinuxApplicationBundles>(desktop)},
+                         ViewPlatform{windowManager, fileIcons}, showAtStart);
+    const TerminationSignals signals([&delegate] { delegate.terminate(); });
+    name.onShow = [&delegate] { delegate.show(); };
+    const auto watcher = watch(name);
+    delegate.launch();
+    return QApplication::exec();
+}
+
+}  // namespace
+}  // namespace velmora
+
+int main(int argc, char** argv) {
+    using namespace velmora;
+    bool show = false;
+    for (int i = 1; i < argc; ++i) {
+        if (std::string_view(argv[i]) != "--show") {
+            std::cerr << "velmora: the only option is --show\n";
+            return 2;
+        }
+        show = true;
+    }
+    setMainThread();
+    setUnhandledTaskError(
+        [](const std::exception_ptr&) noexcept { AppLog::app.error("A task ended in an unexpected failure"); });
+    SessionName name;
+    if (name.role() == SessionName::Role::second) return !show || name.showFirst() ? 0 : 1;
+    if (!hasGraphicalSession()) {
+        std::cerr << "velmora: there is no graphical session to show itself in\n";
+        return 1;
+    }
+    if (name.role() == SessionName::Role::alone)
+        AppLog::app.error("No session bus: further starts will not find this one");
+    return run(argc, argv, show, name);
+}

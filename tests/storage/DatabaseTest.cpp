@@ -1,0 +1,290 @@
+#include "app/storage/Database.h"
+
+#include "tests/storage/StorageFixture.h"
+
+#include <sys/stat.h>
+
+#include <map>
+
+namespace velmora::test {
+namespace {
+
+constexpr auto insertSetting = "INSERT INTO settings(key,value) VALUES(?,?)";
+
+class DatabaseTest : public StorageTest {
+  protected:
+    /// Each column of a table as "name type", with its constraints.
+    std::string columns(const std::string& table) {
+        std::string all;
+        const auto described = rows(
+            "SELECT name||' '||type||iif(pk>0,' key'||pk,'')||iif(\"notnull\",' required','')"
+            "||coalesce(' ='||dflt_value,'') AS c FROM pragma_table_info(?)",
+            {table});
+        for (const Row& row : described)
+            all += (all.empty() ? "" : ", ") + std::string(row.text("c").value());
+        return all;
+    }
+    std::string names(const std::string& type) {
+        std::string all;
+        const auto found = rows(
+            "SELECT name AS c FROM sqlite_master WHERE type=? AND name NOT LIKE 'sqlite_%' "
+            "AND name NOT LIKE 'file_index_fts_%' ORDER BY name",
+            {type});
+        for (const Row& row : found)
+            all += (all.empty() ? "" : " ") + std::string(row.text("c").value());
+        return all;
+    }
+};
+
+TEST_F(DatabaseTest, CreatesTheWholeSchema) {
+    const std::map<std::string, std::string> tables{
+        {"schema_migrations", "version INTEGER key1"},
+        {"command_usage", "id TEXT key1, count INTEGER required =0, last_used REAL required"},
+        {"clipboard_history",
+         "id TEXT key1, content TEXT required, kind TEXT required, created_at REAL required, source_app TEXT"},
+        {"settings", "key TEXT key1, value TEXT required"},
+        {"quicklinks", "id TEXT key1, title TEXT required, url_template TEXT required"},
+        {"extensions", "id TEXT key1, manifest TEXT required, enabled INTEGER required =0"},
+        {"agents", "id TEXT key1, configuration TEXT required"},
+        {"skills", "id TEXT key1, name TEXT required, path TEXT required, description TEXT required"},
+        {"mcp_servers", "id TEXT key1, configuration TEXT required"},
+        {"conversations", "id TEXT key1, messages TEXT required, updated_at REAL required"},
+        {"file_index",
+         "path TEXT key1, name TEXT required, parent TEXT required, is_directory INTEGER required =0, "
+         "size INTEGER required =0, modified REAL required =0"},
+        {"index_roots", "id TEXT key1, path TEXT required, added_at REAL required"},
+        {"app_launches",
+         "app_path TEXT key1 required, arguments TEXT key2 required, count INTEGER required =1, "
+         "last_used REAL required"},
+    };
+    for (const auto& [table, expected] : tables)
+        EXPECT_EQ(columns(table), expected) << table;
+    EXPECT_EQ(names("table"),
+              "agents app_launches clipboard_history command_usage conversations extensions file_index "
+              "file_index_fts index_roots mcp_servers quicklinks schema_migrations settings skills");
+    EXPECT_EQ(names("index"), "clipboard_date file_index_name file_index_parent");
+    EXPECT_EQ(names("trigger"), "file_index_ad file_index_ai file_index_au");
+    EXPECT_EQ(column("SELECT version AS c FROM schema_migrations ORDER BY version"), "1\n2\n3\n");
+    EXPECT_EQ(one("SELECT user_version AS c FROM pragma_user_version"), "3");
+    EXPECT_EQ(one("SELECT journal_mode AS c FROM pragma_journal_mode"), "wal");
+    EXPECT_EQ(one("SELECT foreign_keys AS c FROM pragma_foreign_keys"), "1");
+    EXPECT_EQ(one("SELECT synchronous AS c FROM pragma_synchronous"), "1") << "NORMAL";
+    execute("INSERT INTO clipboard_history(id,content,kind,created_at) VALUES('1','same','text',0)");
+    EXPECT_EQ(failureOf([&] {
+                  execute("INSERT INTO clipboard_history(id,content,kind,created_at) VALUES('2','same','text',0)");
+              }),
+              "Could not save local data.");
+}
+
+TEST_F(DatabaseTest, ReopensAnExistingFileUnchanged) {
+    constexpr auto schema = "SELECT type||name||coalesce(sql,'') AS c FROM sqlite_master ORDER BY c";
+    execute(insertSetting, {"kept", "value"});
+    const std::string before = column(schema);
+    close();
+    EXPECT_FALSE(std::filesystem::exists(path + "-wal")) << "closing folds the log into the file";
+    database = open(path);
+    EXPECT_EQ(column(schema), before);
+    EXPECT_EQ(one("SELECT value AS c FROM settings WHERE key='kept'"), "value");
+}
+
+TEST_F(DatabaseTest, OnlyTheOwnerMayReadTheFiles) {
+    const auto mode = [](const std::string& file) {
+        struct stat status {};
+        EXPECT_EQ(::stat(file.c_str(), &status), 0) << file;
+        return status.st_mode & 0777U;
+    };
+    const std::string fresh = at("fresh.sqlite");
+    const std::string loose = at("loose.sqlite");
+    const mode_t mask = umask(0);
+    {
+        RawConnection other(loose);
+        EXPECT_EQ(other.run("CREATE TABLE t(x)"), SQLITE_OK);
+    }
+    EXPECT_EQ(mode(loose), 0644U) << "what SQLite would do by itself";
+    for (const std::string& file : {fresh, loose}) {
+        database = open(file);
+        execute(insertSetting, {"a", "b"});
+        for (const char* suffix : {"", "-wal", "-shm"})
+            EXPECT_EQ(mode(file + suffix), 0600U) << file << suffix;
+    }
+    umask(mask);
+}
+
+TEST_F(DatabaseTest, ReadsEveryColumnAsText) {
+    execute("INSERT INTO file_index(path,name,parent,is_directory,size,modified) VALUES(?,?,?,?,?,?)",
+            {"/a", std::string("a"), std::string_view("/"), true, std::int64_t{1} << 53, timeFromSeconds(1.5e9)});
+    const struct {
+        const char* expression;
+        const char* text;
+    } cases[] = {
+        {"is_directory", "1"},
+        {"size", "9007199254740992"},
+        {"modified", "1500000000.0"},
+        {"COUNT(*)", "1"},
+        {"12345", "12345"},
+        {"-0.25", "-0.25"},
+        {"1e300", "1.0e+300"},
+        {"9e999", "Inf"},
+        {"''", ""},
+        {"NULL", "(absent)"},
+        {"x'6869'", "hi"},
+        {"typeof(size)||typeof(modified)", "integerreal"},
+    };
+    for (const auto& [expression, text] : cases) {
+        const std::string sql = "SELECT " + std::string(expression) + " AS c FROM file_index";
+        EXPECT_EQ(one(sql), text) << expression;
+    }
+    const auto bound = rows("SELECT ? AS number, ? AS flag, ? AS absent, ? AS text, ? AS none",
+                            {2.5, false, std::optional<std::string>(), std::optional<std::string>("x"), nullptr});
+    EXPECT_EQ(bound[0].text("number"), "2.5");
+    EXPECT_EQ(bound[0].number("flag"), 0);
+    EXPECT_EQ(bound[0].text("text"), "x");
+    EXPECT_FALSE(bound[0].text("absent") || bound[0].text("none") || bound[0].text("unknown"));
+    const auto twins = rows("SELECT 'first' AS t, 'second' AS t, NULL AS t");
+    EXPECT_EQ(twins[0].text("t"), "second") << "the last one that is not NULL";
+    EXPECT_TRUE(rows("SELECT 1 AS c WHERE 0").empty());
+}
+
+TEST_F(DatabaseTest, RowsConvertStrictly) {
+    const struct {
+        std::string text;
+        std::optional<std::int64_t> integer;
+        std::optional<double> number;
+    } cases[] = {
+        {"42", 42, 42},
+        {"+42", 42, 42},
+        {"-7", -7, -7},
+        {"", {}, {}},
+        {" 1", {}, {}},
+        {"1 ", {}, {}},
+        {"+-1", {}, {}},
+        {"+", {}, {}},
+        {"1.5", {}, 1.5},
+        {"1e3", {}, 1000},
+        {"0x10", {}, {}},
+        {"many", {}, {}},
+        {"inf", {}, {}},
+        {"nan", {}, {}},
+        {"1e999", {}, {}},
+        {"9223372036854775807", INT64_MAX, 9223372036854775807.0},
+        {"9223372036854775808", {}, 9223372036854775808.0},
+    };
+    for (const auto& [text, integer, number] : cases) {
+        const auto row = rows("SELECT ? AS c", {text});
+        EXPECT_EQ(row[0].integer("c"), integer) << text;
+        EXPECT_EQ(row[0].number("c"), number) << text;
+    }
+    EXPECT_EQ(rows("SELECT 1.5 AS c")[0].time("c"), timeFromSeconds(1.5));
+}
+
+TEST_F(DatabaseTest, KeepsAnyBytesOfAText) {
+    using namespace std::string_literals;
+    for (const std::string& text :
+         {"a\0b"s, "\xff\xfe\x80"s, "\xed\xa0\x80"s, "naïve 🙂"s, std::string(1 << 20, 'x')}) {
+        execute("INSERT INTO settings(key,value) VALUES('k',?) ON CONFLICT(key) DO UPDATE SET value=excluded.value",
+                {text});
+        const auto stored = rows("SELECT value FROM settings WHERE key='k'");
+        EXPECT_EQ(stored[0].text("value"), text);
+        EXPECT_EQ(rows("SELECT 1 AS c FROM settings WHERE value=?", {text}).size(), 1U);
+    }
+}
+
+TEST_F(DatabaseTest, FailuresHaveTheirSentence) {
+    const struct {
+        const char* sql;
+        Values values;
+        const char* execute;
+        const char* rows;
+    } cases[] = {
+        {"SELEC 1", {}, "The database query could not be prepared.", "The database query could not be prepared."},
+        {"SELECT * FROM nowhere",
+         {},
+         "The database query could not be prepared.",
+         "The database query could not be prepared."},
+        {"", {}, "The database query could not be prepared.", "The database query could not be prepared."},
+        {"-- nothing", {}, "The database query could not be prepared.", "The database query could not be prepared."},
+        {"SELECT ?", {1, 2}, "Could not bind database values.", "Could not bind database values."},
+        {"SELECT 1", {}, "Could not save local data.", ""},
+        {"INSERT INTO settings(key) VALUES('k')", {}, "Could not save local data.", "Could not read local data."},
+        {"SELECT abs(-9223372036854775807 - 1)", {}, "Could not save local data.", "Could not read local data."},
+    };
+    for (const auto& [sql, values, executing, reading] : cases) {
+        EXPECT_EQ(failureOf([&] { execute(sql, values); }), executing) << sql;
+        EXPECT_EQ(failureOf([&] { rows(sql, values); }), reading) << sql;
+    }
+}
+
+TEST_F(DatabaseTest, ABatchIsWrittenWhollyOrNotAtAll) {
+    constexpr auto saved = "SELECT key AS c FROM settings ORDER BY key";
+    batch(insertSetting, {{"a", "1"}, {"b", "2"}, {"c", "3"}});
+    EXPECT_EQ(column(saved), "a\nb\nc\n");
+    const struct {
+        const char* sql;
+        std::vector<Values> entries;
+        const char* sentence;
+    } cases[] = {
+        {insertSetting, {{"d", "4"}, {"a", "twice"}, {"e", "5"}}, "Could not save local data."},
+        {insertSetting, {{"d", "4"}, {"e", nullptr}}, "Could not save local data."},
+        {insertSetting, {{"d", "4"}, {"e", "5", "6"}}, "Could not bind database values."},
+        {"INSERT INTO nowhere VALUES(?)", {{1}}, "The database query could not be prepared."},
+        {"COMMIT", {{}}, "Could not save local data."},
+    };
+    for (const auto& [sql, entries, sentence] : cases) {
+        EXPECT_EQ(failureOf([&] { batch(sql, entries); }), sentence) << sql;
+        EXPECT_EQ(column(saved), "a\nb\nc\n") << sql;
+    }
+    batch(insertSetting, {{"d", "4"}});
+    EXPECT_EQ(column(saved), "a\nb\nc\nd\n") << "a failed batch leaves no transaction behind";
+}
+
+TEST_F(DatabaseTest, CloseWaitsForWhatCameBeforeAndRefusesWhatComesAfter) {
+    int ended = 0;
+    const std::function<Task<>()> write = [&]() -> Task<> {
+        co_await database->execute("INSERT INTO settings(key,value) VALUES(hex(randomblob(8)),'')");
+        ++ended;
+    };
+    for (int i = 0; i < 20; ++i)
+        spawn(loop.executor(), write);
+    close();
+    EXPECT_EQ(ended, 20);
+    close();
+    constexpr auto closed = "The database is closed.";
+    EXPECT_EQ(failureOf([&] { execute("SELEC"); }), closed);
+    EXPECT_EQ(failureOf([&] { rows("SELECT 1"); }), closed);
+    EXPECT_EQ(failureOf([&] { batch(insertSetting, {{"a", "b"}}); }), closed);
+    EXPECT_EQ(failureOf([&] { batch(insertSetting, {}); }), "") << "an empty batch touches nothing";
+    database = open(path);
+    EXPECT_EQ(one("SELECT COUNT(*) AS c FROM settings"), "20");
+}
+
+TEST_F(DatabaseTest, TheFullTextIndexFollowsEveryChange) {
+    constexpr auto insert = "INSERT INTO file_index(path,name,parent) VALUES(?,?,'/')";
+    // Rank 1 asks for the comparison with the table that holds the content.
+    constexpr auto check = "INSERT INTO file_index_fts(file_index_fts, rank) VALUES('integrity-check', 1)";
+    constexpr auto find = "SELECT COUNT(*) AS c FROM file_index_fts WHERE file_index_fts MATCH ?";
+    const std::vector<std::string> names{"report.txt",    "Übersicht.md",    "ab",          "",
+                                         "nul\0byte.txt", "bad\xff\xfename", "🙂🙂🙂"};
+    std::vector<Values> entries;
+    for (int i = 0; i < 300; ++i) {
+        const auto text = names[static_cast<std::size_t>(i) % names.size()] + std::to_string(i);
+        entries.push_back({"/" + std::to_string(i), text});
+    }
+    batch(insert, entries);
+    execute(check);
+    EXPECT_EQ(one(find, {"\"report\""}), "43");
+    execute("DELETE FROM file_index WHERE rowid % 3 = 0");
+    execute("UPDATE file_index SET name='renamed'||name WHERE rowid % 4 = 0");
+    execute("UPDATE file_index SET size=5, path=path||'moved'");
+    execute(
+        "INSERT INTO file_index(path,name,parent) VALUES('/1moved','upserted','/') "
+        "ON CONFLICT(path) DO UPDATE SET name=excluded.name");
+    execute(check);
+    EXPECT_EQ(one(find, {"\"renamed\""}), one("SELECT COUNT(*) AS c FROM file_index WHERE name LIKE 'renamed%'"));
+    EXPECT_EQ(one(find, {"\"upserted\""}), "1");
+    execute("DROP TRIGGER file_index_ai");
+    execute(insert, {"/unseen", "unseen"});
+    EXPECT_EQ(failureOf([&] { execute(check); }), "Could not save local data.") << "the check itself notices";
+}
+
+}  // namespace
+}  // namespace velmora::test
