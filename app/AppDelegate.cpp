@@ -2,6 +2,7 @@
 
 #include "app/AppLog.h"
 #include "app/services/ApplicationService.h"
+#include "app/ui/Measure.h"
 #include "app/ui/PaletteController.h"
 #include "app/ui/PaletteState.h"
 #include "app/ui/SettingsState.h"
@@ -83,6 +84,7 @@ void AppDelegate::toggle() {
 }
 
 void AppDelegate::show() {
+    measure::mark("show");
     if (terminating_) return;
     if (controller_) {
         controller_->show();
