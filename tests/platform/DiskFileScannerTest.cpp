@@ -56,7 +56,7 @@ class DiskFileScannerTest : public testing::Test {
     }
 
     TestLoop loop;
-    TemporaryFolder folder;
+    FolderIn folder{"/dev/shm"};
     const std::string root = folder.path();
     DiskFileScanner scanner{root + "/home"};
 };

@@ -1,3 +1,3 @@
 velmora_test(disk_tests
-  SOURCES DiskFileScannerTest.cpp
+  SOURCES DiskFileScannerTest.cpp FSEventsWatcherTest.cpp
   LINKS velmora_disk)
