@@ -1,8 +1,10 @@
 #pragma once
 
 #include "core/Clock.h"
+#include "platform/FileEventWatching.h"
 #include "platform/Paths.h"
 
+#include <functional>
 #include <memory>
 
 namespace velmora {
@@ -10,7 +12,6 @@ namespace velmora {
 class Alerts;
 class ApplicationBundles;
 class FileAttributeReading;
-class FileEventWatching;
 class FileScanner;
 class FolderPanel;
 class Pasteboard;
@@ -31,7 +32,7 @@ struct Platform {
     FolderPanel& folderPanel;
     std::shared_ptr<const ApplicationBundles> applicationBundles;
     std::shared_ptr<FileScanner> fileScanner;
-    std::shared_ptr<FileEventWatching> fileEvents;
+    std::function<std::shared_ptr<FileEventWatching>(FileEventWatching::IndexedChildren)> makeFileEvents;
     std::shared_ptr<const FileAttributeReading> fileAttributes;
 };
 

@@ -16,6 +16,7 @@ AppError unreadableRoot() {
 }
 
 Descriptor openRoot(const std::string& root) {
+    if (!root.starts_with('/')) throw unreadableRoot();
     Descriptor folder = openPath(root, O_RDONLY | O_DIRECTORY | O_NONBLOCK);
     if (!folder) throw unreadableRoot();
     return folder;

@@ -66,13 +66,12 @@ MountTable::MountTable(const std::string& root, const std::string& canonicalRoot
         }
         fields >> type;
         const std::string path = unescaped(target);
-        if (path.size() > below.size() && path.starts_with(below))
-            add(prefix + path.substr(below.size()), type, device);
+        if (path.size() > below.size() && path.starts_with(below)) add(prefix + path.substr(below.size()), type, id);
     }
 }
 
-void MountTable::add(const std::string& path, std::string_view type, std::string_view device) {
-    mounts_.push_back(path + '\n' + std::string(device) + '\n' + std::string(type));
+void MountTable::add(const std::string& path, const std::string& type, const std::string& id) {
+    mounts_.emplace(path, id);
     if (!isBlockedType(type)) return;
     blocked_.insert(path);
     const std::size_t slash = path.rfind('/');

@@ -1,9 +1,10 @@
 #pragma once
 
+#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_set>
-#include <vector>
+#include <utility>
 
 namespace velmora {
 
@@ -23,15 +24,15 @@ class MountTable {
 
     [[nodiscard]] bool isBlocked(const std::string& path) const { return blocked_.contains(path); }
 
-    /// Every mount below the root, blocked or not, in the order of mounting: path, device number and type.
-    [[nodiscard]] const std::vector<std::string>& mounts() const { return mounts_; }
+    /// Every mount below the root, blocked or not: the path and which mount it is.
+    [[nodiscard]] const std::set<std::pair<std::string, std::string>>& mounts() const { return mounts_; }
 
   private:
-    void add(const std::string& path, std::string_view type, std::string_view device);
+    void add(const std::string& path, const std::string& type, const std::string& id);
 
     std::unordered_set<std::string> blocked_;
     std::unordered_set<std::string> parents_;
-    std::vector<std::string> mounts_;
+    std::set<std::pair<std::string, std::string>> mounts_;
 };
 
 /// Whether a folder of that name is one thing to the user and not looked into.

@@ -5,7 +5,14 @@ velmora_library(velmora_disk
     DirectoryReader.cpp
     DiskFileAttributes.cpp
     DiskFileScanner.cpp
+    FSEventsWatcher.cpp
+    FanotifyMarks.cpp
+    FolderVisitor.cpp
     FolderWalk.cpp
+    InotifyMarks.cpp
     LowPriority.cpp
+    MarkSet.cpp
     MountTable.cpp
+    TreeWatch.cpp
+    WatchedFolders.cpp
   LINKS velmora_platform)
