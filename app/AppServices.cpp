@@ -16,7 +16,9 @@
 namespace velmora {
 namespace {
 
-std::string dataFolder(const std::string& applicationSupport) { return applicationSupport + "/Velmora"; }
+std::string dataFolder(const std::string& applicationSupport) {
+    return applicationSupport + "/Velmora";
+}
 
 /// What the index has in a folder, as the watcher of the disk asks for it.
 FileEventWatching::IndexedChildren childrenIn(const std::shared_ptr<Database>& database, const Platform& platform) {
