@@ -93,7 +93,7 @@ int run(int argc, char** argv, bool showAtStart, SessionName& name) {
         .popUpMenu = popUpMenu,
         .folderPanel = folderPanel,
         .applicationBundles = std::make_shared<LinuxApplicationBundles>(desktop),
-        .fileScanner = std::make_shared<DiskFileScanner>(pool.executor(), desktop.home),
+        .fileScanner = std::make_shared<DiskFileScanner>(desktop.home),
         .makeFileEvents =
             [&main](FileEventWatching::IndexedChildren children) {
                 return std::make_shared<FSEventsWatcher>(main.executor(), std::move(children),
