@@ -95,6 +95,12 @@ void ActionsMenu::show(const ResultPointer& result, std::ptrdiff_t selection) {
     if (moved) list_->announceSelection();
 }
 
+void ActionsMenu::dismiss() {
+    hide();
+    result_ = nullptr;
+    model_->clear();
+}
+
 void ActionsMenu::place(const QPoint& corner, int highest) {
     const int height = std::min(highest, model_->rowCount() * rowHeight + 2 * margin);
     const int left = layoutDirection() == Qt::RightToLeft ? corner.x() : corner.x() - menuWidth;

@@ -72,12 +72,14 @@ void PaletteController::toggle() {
 
 void PaletteController::show() {
     QDialog* const dialog = openDialog();
-    if (shown_) {
+    if (dialog) {
+        if (shown_) panel_.raise();
+        bringForward(*dialog);
+    } else if (shown_) {
         bringForward(panel_);
-    } else if (!dialog) {
+    } else {
         open();
     }
-    if (dialog) bringForward(*dialog);
 }
 
 void PaletteController::hide() {

@@ -384,13 +384,15 @@ def read_trees():
     for line in sys.stdin:
         wanted = line.strip()
         found = []
-        # A window that closes while it is read is read again when the caller asks again.
-        with contextlib.suppress(Exception):
+        try:
             desktop = pyatspi.Registry.getDesktop(0)
             desktop.clearCache()
             for application in desktop:
                 if application is not None and application.name == wanted:
                     found += [described(window) for window in application]
+        except Exception as failure:  # pylint: disable=broad-exception-caught
+            # A window that closes while it is read is read again when the caller asks again.
+            print(f"{wanted}: {failure!r}", file=sys.stderr, flush=True)
         print(json.dumps(found), flush=True)
 
 
