@@ -35,10 +35,11 @@ void AppDelegate::launch() {
     VELMORA_ASSERT_MAIN();
     startTask_ = spawn(platform_.main, [this] { return start(); });
     status_ = std::make_unique<StatusItem>(StatusItem::Actions{
-        .open = [this] { toggle(); },
-        .settings = {},
-        .quit = [this] { terminate(); },
-    });
+                                               .open = [this] { toggle(); },
+                                               .settings = {},
+                                               .quit = [this] { terminate(); },
+                                           },
+                                           viewPlatform_.windowManager.hasTray());
 }
 
 Task<> AppDelegate::prepareServices() {
@@ -62,7 +63,9 @@ Task<> AppDelegate::start() {
         co_return;
     }
     state_ = std::make_shared<PaletteState>(services_);
-    controller_ = std::make_unique<PaletteController>(state_, viewPlatform_.windowManager, viewPlatform_.fileIcons);
+    controller_ = std::make_unique<PaletteController>(
+        state_, PaletteController::Desktop{
+                    platform_.main, platform_.pool, viewPlatform_.windowManager, viewPlatform_.fileIcons, {}});
     spawn(platform_.main, [state = state_] { return state->start(); });
     AppLog::app.info("Velmora is ready");
     if (std::exchange(showWhenReady_, false)) controller_->show();

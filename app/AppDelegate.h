@@ -16,7 +16,7 @@ class FileIcons;
 /// What the desktop offers the views, besides the services' platform.
 struct ViewPlatform {
     WindowManager& windowManager;
-    FileIcons& fileIcons;
+    std::shared_ptr<const FileIcons> fileIcons;
 };
 
 /// The life of the program: start-up in order, the palette and the status item while it runs, shut-down in order.

@@ -73,7 +73,7 @@ int run(int argc, char** argv, bool showAtStart, SessionName& name) {
     QtPasteboard pasteboard;
     X11WindowManager windowManager;
     QtAlerts alerts(windowManager);
-    LinuxFileIcons fileIcons;
+    const auto fileIcons = std::make_shared<const LinuxFileIcons>();
     AppDelegate delegate(Platform{main.executor(), pool.executor(), clock, Paths{desktop.home, desktop.dataHome},
                                   workspace, pasteboard, alerts, std::make_shared<LinuxApplicationBundles>(desktop)},
                          ViewPlatform{windowManager, fileIcons}, showAtStart);

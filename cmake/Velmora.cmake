@@ -29,7 +29,7 @@ endif()
 
 add_library(velmora_options INTERFACE)
 target_include_directories(velmora_options INTERFACE "${CMAKE_SOURCE_DIR}")
-target_compile_definitions(velmora_options INTERFACE BOOST_ASIO_SEPARATE_COMPILATION BOOST_ASIO_NO_DEPRECATED)
+target_compile_definitions(velmora_options INTERFACE BOOST_ASIO_SEPARATE_COMPILATION BOOST_ASIO_NO_DEPRECATED QT_NO_KEYWORDS)
 target_compile_options(velmora_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror -fPIC)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # GCC's -Wtsan only says that fences are not modelled; Boost's headers have some. Under the

@@ -79,9 +79,12 @@ class Command {
     /// Equal to the `id` of the result.
     [[nodiscard]] virtual const std::string& id() const = 0;
 
-    /// The result to show, asked for again on every query. A command whose result has not changed returns the same
-    /// pointer, which lets the registry keep the folded texts it ranks by.
+    /// The result to show. Asked for again on every query unless the command is constant; one that has not changed
+    /// returns the same pointer.
     [[nodiscard]] virtual ResultPointer result(const CommandContext& context) const = 0;
+
+    /// Whether the result is the same for ever, so that it need not be asked for on every keystroke.
+    [[nodiscard]] virtual bool isConstant() const { return false; }
 };
 
 /// A command whose result never changes.
@@ -92,6 +95,7 @@ class StaticCommand final : public Command {
     [[nodiscard]] const CommandResult& value() const { return *value_; }
     [[nodiscard]] const std::string& id() const override { return value_->id; }
     [[nodiscard]] ResultPointer result(const CommandContext&) const override { return value_; }
+    [[nodiscard]] bool isConstant() const override { return true; }
 
   private:
     ResultPointer value_;

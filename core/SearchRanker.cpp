@@ -13,18 +13,20 @@ constexpr char separator = '\xFF';  // occurs in no UTF-8 text, so no match span
 
 }  // namespace
 
-SearchKey::SearchKey(std::string_view title, std::span<const std::string> keywords) : texts_(text::fold(title)) {
-    titleLength_ = texts_.size();
-    texts_ += separator;
+SearchTexts SearchTexts::append(std::string& storage, std::string_view title, std::span<const std::string> keywords) {
+    const std::size_t start = storage.size();
+    storage += text::fold(title);
+    const std::size_t titleLength = storage.size() - start;
+    storage += separator;
     for (const std::string& keyword : keywords) {
-        texts_ += text::fold(keyword);
-        texts_ += separator;
+        storage += text::fold(keyword);
+        storage += separator;
     }
-    texts_.shrink_to_fit();
-    pairs_ = pairs(texts_);
+    const std::string_view bytes = std::string_view(storage).substr(start);
+    return {bytes, titleLength, pairsOf(bytes)};
 }
 
-std::uint64_t SearchKey::pairs(std::string_view folded) {
+std::uint64_t SearchTexts::pairsOf(std::string_view folded) {
     std::uint64_t set = 0;
     for (std::size_t i = 1; i < folded.size(); ++i) {
         const auto first = static_cast<unsigned char>(folded[i - 1]);
@@ -34,20 +36,20 @@ std::uint64_t SearchKey::pairs(std::string_view folded) {
     return set;
 }
 
-std::optional<double> SearchKey::baseScore(std::string_view foldedQuery, std::uint64_t queryPairs) const {
-    if (foldedQuery.empty()) return 1;
-    if ((pairs_ & queryPairs) != queryPairs) return std::nullopt;
-    const void* found = memmem(texts_.data(), texts_.size(), foldedQuery.data(), foldedQuery.size());
+SearchRanker::SearchRanker(std::string_view query)
+    : query_(text::trimmed(text::fold(query))), pairs_(SearchTexts::pairsOf(query_)) {}
+
+std::optional<double> SearchRanker::baseScore(const SearchTexts& texts) const {
+    if (query_.empty()) return 1;
+    if ((texts.pairs & pairs_) != pairs_) return std::nullopt;
+    const void* found = memmem(texts.bytes.data(), texts.bytes.size(), query_.data(), query_.size());
     if (!found) return std::nullopt;
     // The title comes first, so the first occurrence decides the rule.
-    const auto position = static_cast<std::size_t>(static_cast<const char*>(found) - texts_.data());
-    if (position > titleLength_) return 40;
+    const auto position = static_cast<std::size_t>(static_cast<const char*>(found) - texts.bytes.data());
+    if (position > texts.titleLength) return 40;
     if (position > 0) return 65;
-    return foldedQuery.size() == titleLength_ ? 120 : 90;
+    return query_.size() == texts.titleLength ? 120 : 90;
 }
-
-SearchRanker::SearchRanker(std::string_view query)
-    : query_(text::trimmed(text::fold(query))), pairs_(SearchKey::pairs(query_)) {}
 
 double SearchRanker::boost(const CommandUsage& usage, TimePoint now) {
     const auto count = static_cast<double>(std::max<std::int64_t>(usage.count, 0));
@@ -56,16 +58,13 @@ double SearchRanker::boost(const CommandUsage& usage, TimePoint now) {
     return frequency + std::max(0.0, 5 - days);
 }
 
-std::optional<double> SearchRanker::score(const SearchKey& key, const CommandUsage* usage, TimePoint now) const {
-    const auto base = baseScore(key);
-    if (!base || !usage) return base;
-    return *base + boost(*usage, now);
-}
-
 std::optional<double> SearchRanker::score(std::string_view query, std::string_view title,
                                           std::span<const std::string> keywords,
                                           const std::optional<CommandUsage>& usage, TimePoint now) {
-    return SearchRanker(query).score(SearchKey(title, keywords), usage ? &*usage : nullptr, now);
+    std::string storage;
+    const auto base = SearchRanker(query).baseScore(SearchTexts::append(storage, title, keywords));
+    if (!base || !usage) return base;
+    return *base + boost(*usage, now);
 }
 
 }  // namespace velmora

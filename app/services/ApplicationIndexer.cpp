@@ -55,7 +55,6 @@ class Walk {
         std::vector<Folder> open{{root, 0}};
         // Folders before links to folders: what can be reached without a link is found under its own name.
         while (!open.empty() || !linked.empty()) {
-            if (stop_.stop_requested()) throw Cancelled{};
             auto& next = open.empty() ? linked : open;
             const Folder folder = std::move(next.back());
             next.pop_back();
@@ -91,6 +90,7 @@ class Walk {
     };
 
     bool isNew(const fs::path& folder) {
+        if (stop_.stop_requested()) throw Cancelled{};
         struct stat status {};
         return stat(folder.c_str(), &status) == 0 && visited_.emplace(status.st_dev, status.st_ino).second;
     }
@@ -125,6 +125,7 @@ class Walk {
     }
 
     void add(const fs::path& path, const std::string& root) {
+        if (stop_.stop_requested()) throw Cancelled{};
         const auto bundle = bundles_.read(path.string(), root);
         std::error_code ignored;
         if (!bundle && !fs::exists(path, ignored)) return;  // gone since its folder was read

@@ -136,9 +136,11 @@ std::vector<ApplicationRecord> ApplicationService::search(std::string_view query
     VELMORA_ASSERT_MAIN();
     const SearchRanker ranker(query);
     std::vector<std::pair<double, const ApplicationRecord*>> scored;
+    std::string storage;
     for (const ApplicationRecord& record : applications_) {
-        const SearchKey key(record.name, std::span(&record.bundleIdentifier, 1));
-        if (const auto score = ranker.baseScore(key)) scored.emplace_back(*score, &record);
+        storage.clear();
+        const auto texts = SearchTexts::append(storage, record.name, std::span(&record.bundleIdentifier, 1));
+        if (const auto score = ranker.baseScore(texts)) scored.emplace_back(*score, &record);
     }
     std::ranges::stable_sort(scored, std::ranges::greater{}, [](const auto& candidate) { return candidate.first; });
     std::vector<ApplicationRecord> found;

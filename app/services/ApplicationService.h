@@ -41,6 +41,7 @@ class ApplicationCommand final : public Command {
     [[nodiscard]] const ApplicationRecord& record() const { return record_; }
     [[nodiscard]] const std::string& id() const override { return result_->id; }
     [[nodiscard]] ResultPointer result(const CommandContext&) const override { return result_; }
+    [[nodiscard]] bool isConstant() const override { return true; }
 
   private:
     ApplicationRecord record_;

@@ -12,6 +12,14 @@ bool isFileCode(char code) {
     return code == 'f' || code == 'F' || code == 'u' || code == 'U';
 }
 
+/// A field code may not choose the program: what it stands for comes from elsewhere.
+bool isProgram(std::string_view word) {
+    for (std::size_t at = word.find('%'); at != std::string_view::npos; at = word.find('%', at + 2)) {
+        if (!word.substr(at).starts_with("%%")) return false;
+    }
+    return !word.empty();
+}
+
 class Expansion {
   public:
     explicit Expansion(const ExecFields& fields) : fields_(fields) {}
@@ -83,14 +91,11 @@ std::vector<std::string> expandExec(const std::string& exec, const ExecFields& f
     const bool isWhole = g_shell_parse_argv(exec.c_str(), nullptr, &parsed, nullptr) != FALSE;
     const glib::Strings words(parsed);
     if (!isWhole) throw std::invalid_argument("The command line of the desktop entry cannot be read");
+    if (!isProgram(words.get()[0])) throw std::invalid_argument("The desktop entry names no program");
     Expansion expansion(fields);
     for (gchar** word = words.get(); *word; ++word)
         expansion.add(*word);
-    std::vector<std::string> arguments = std::move(expansion).finish();
-    if (arguments.empty() || arguments.front().empty() || isFileCode(words.get()[0][1])) {
-        throw std::invalid_argument("The desktop entry names no program");
-    }
-    return arguments;
+    return std::move(expansion).finish();
 }
 
 }  // namespace velmora

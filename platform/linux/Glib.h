@@ -22,9 +22,6 @@ struct FreeError {
 struct FreeKeyFile {
     void operator()(GKeyFile* file) const { g_key_file_unref(file); }
 };
-struct UnrefVariant {
-    void operator()(GVariant* variant) const { g_variant_unref(variant); }
-};
 
 template <class T>
 using Object = std::unique_ptr<T, Unref>;
@@ -32,6 +29,5 @@ using String = std::unique_ptr<gchar, Free>;
 using Strings = std::unique_ptr<gchar*, FreeStrings>;
 using Error = std::unique_ptr<GError, FreeError>;
 using KeyFile = std::unique_ptr<GKeyFile, FreeKeyFile>;
-using Variant = std::unique_ptr<GVariant, UnrefVariant>;
 
 }  // namespace velmora::glib

@@ -18,10 +18,15 @@ namespace velmora {
 namespace {
 
 void start(const DesktopEnvironment& environment, std::vector<std::string> arguments, std::string directory,
-           const std::string& label) {
-    const auto program = environment.findProgram(arguments.front());
+           const std::string& label, bool inTerminal) {
+    auto program = environment.findProgram(arguments.front());
     if (!program) throw std::runtime_error("The application's program is missing");
-    arguments.front() = *program;
+    arguments.front() = std::move(*program);
+    if (inTerminal) {
+        const auto terminal = terminalCommand(environment);
+        if (!terminal) throw std::runtime_error("No terminal emulator is installed");
+        arguments.insert(arguments.begin(), terminal->begin(), terminal->end());
+    }
     if (directory.empty()) directory = environment.home;
     const DetachedProcess process{std::move(arguments), std::move(directory), label};
     SessionBus::separate(process.start(), label);
@@ -37,15 +42,7 @@ void launchEntry(const DesktopEnvironment& environment, const std::string& path,
         if (SessionBus::activate(id, urls) == SessionBus::Activation::done) return;
     }
     const ExecFields fields{entry->name, entry->icon, path, std::move(files), std::move(urls)};
-    std::vector<std::string> arguments = expandExec(entry->exec, fields);
-    if (entry->terminal) {
-        auto words = terminalCommand(environment);
-        if (!words) throw std::runtime_error("No terminal emulator is installed");
-        if (!environment.findProgram(arguments.front()))
-            throw std::runtime_error("The application's program is missing");
-        arguments.insert(arguments.begin(), words->begin(), words->end());
-    }
-    start(environment, std::move(arguments), entry->path, id);
+    start(environment, expandExec(entry->exec, fields), entry->path, id, entry->terminal);
 }
 
 void launchBundle(const DesktopEnvironment& environment, const std::string& path, std::vector<std::string> arguments) {
@@ -57,7 +54,7 @@ void launchBundle(const DesktopEnvironment& environment, const std::string& path
         throw std::runtime_error("The bundle names no program");
     }
     arguments.insert(arguments.begin(), path + "/Contents/MacOS/" + name);
-    start(environment, std::move(arguments), {}, std::filesystem::path(path).stem().string());
+    start(environment, std::move(arguments), {}, std::filesystem::path(path).stem().string(), false);
 }
 
 void openWithDefault(const DesktopEnvironment& environment, const std::string& path) {

@@ -1,27 +1,39 @@
 #include "platform/linux/SessionBus.h"
 
-#include "platform/linux/Glib.h"
-
-#include <unistd.h>
+#include <systemd/sd-bus.h>
 
 #include <algorithm>
-#include <cstdlib>
+#include <cstdint>
+#include <memory>
 #include <stdexcept>
 #include <string_view>
 
 namespace velmora {
 namespace {
 
-/// Nothing where the session has no bus; GLib by itself would start one.
-glib::Object<GDBusConnection> connection() {
-    const char* const address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
-    const char* const runtime = std::getenv("XDG_RUNTIME_DIR");
-    const bool isThere =
-        (address && *address) || (runtime && access((std::string(runtime) + "/bus").c_str(), W_OK) == 0);
-    if (!isThere) return nullptr;
-    glib::Object<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
-    if (bus) g_dbus_connection_set_exit_on_close(bus.get(), FALSE);  // a bus that ends is no reason for us to
-    return bus;
+struct CloseBus {
+    void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
+};
+struct UnrefMessage {
+    void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
+};
+using Bus = std::unique_ptr<sd_bus, CloseBus>;
+using Message = std::unique_ptr<sd_bus_message, UnrefMessage>;
+
+constexpr std::uint64_t activationMicroseconds = 25'000'000;
+constexpr std::uint64_t separationMicroseconds = 2'000'000;
+
+Bus open() {
+    sd_bus* bus = nullptr;
+    return Bus(sd_bus_open_user(&bus) >= 0 ? bus : nullptr);
+}
+
+Message methodCall(const Bus& bus, const char* destination, const std::string& path, const char* interface,
+                   const char* member) {
+    sd_bus_message* message = nullptr;
+    const bool made =
+        sd_bus_message_new_method_call(bus.get(), &message, destination, path.c_str(), interface, member) >= 0;
+    return Message(made ? message : nullptr);
 }
 
 std::string objectPath(const std::string& desktopId) {
@@ -31,25 +43,19 @@ std::string objectPath(const std::string& desktopId) {
     return path;
 }
 
-GVariant* parameters(const std::vector<std::string>& urls) {
-    GVariantBuilder platformData;
-    g_variant_builder_init(&platformData, G_VARIANT_TYPE_VARDICT);
-    if (urls.empty()) return g_variant_new("(a{sv})", &platformData);
-    GVariantBuilder addresses;
-    g_variant_builder_init(&addresses, G_VARIANT_TYPE_STRING_ARRAY);
-    for (const std::string& url : urls)
-        g_variant_builder_add(&addresses, "s", url.c_str());
-    return g_variant_new("(asa{sv})", &addresses, &platformData);
+bool isLetterOrDigit(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
 }
 
 /// "app-velmora-<id>-<process>.scope", where what may not stand in a unit's name is written as its bytes.
 std::string unitName(int process, std::string_view desktopId) {
+    constexpr std::size_t longest = 50;  // a unit's name has at most 255 bytes, and each of these may become four
+    constexpr std::string_view digits = "0123456789abcdef";
     std::string escaped;
-    for (const char c : desktopId.substr(0, 150)) {
-        if (g_ascii_isalnum(c) || c == '_' || c == '.' || c == ':') {
+    for (const char c : desktopId.substr(0, longest)) {
+        if (isLetterOrDigit(c) || c == '_' || c == '.' || c == ':') {
             escaped += c;
         } else {
-            constexpr std::string_view digits = "0123456789abcdef";
             const auto byte = static_cast<unsigned char>(c);
             escaped += {'\\', 'x', digits[byte >> 4U], digits[byte & 0xFU]};
         }
@@ -61,35 +67,43 @@ std::string unitName(int process, std::string_view desktopId) {
 
 SessionBus::Activation SessionBus::activate(const std::string& desktopId, const std::vector<std::string>& urls) {
     const std::string path = objectPath(desktopId);
-    if (!g_dbus_is_name(desktopId.c_str()) || !g_variant_is_object_path(path.c_str())) return Activation::unavailable;
-    const auto bus = connection();
+    if (!sd_bus_service_name_is_valid(desktopId.c_str()) || !sd_bus_object_path_is_valid(path.c_str())) {
+        return Activation::unavailable;
+    }
+    const Bus bus = open();
     if (!bus) return Activation::unavailable;
-    GError* failure = nullptr;
-    const glib::Variant answer(g_dbus_connection_call_sync(
-        bus.get(), desktopId.c_str(), path.c_str(), "org.freedesktop.Application", urls.empty() ? "Activate" : "Open",
-        parameters(urls), nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, &failure));
-    const glib::Error error(failure);
-    if (answer) return Activation::done;
-    if (g_error_matches(error.get(), G_DBUS_ERROR, G_DBUS_ERROR_SERVICE_UNKNOWN)) return Activation::unavailable;
-    throw std::runtime_error("The application did not answer on the session bus");
+    const Message message =
+        methodCall(bus, desktopId.c_str(), path, "org.freedesktop.Application", urls.empty() ? "Activate" : "Open");
+    std::vector<char*> addresses;
+    for (const std::string& url : urls)
+        addresses.push_back(
+            const_cast<char*>(url.c_str()));  // NOLINT(cppcoreguidelines-pro-type-const-cast): only read
+    addresses.push_back(nullptr);
+    bool isWhole = message != nullptr;
+    if (!urls.empty()) isWhole = isWhole && sd_bus_message_append_strv(message.get(), addresses.data()) >= 0;
+    isWhole = isWhole && sd_bus_message_append(message.get(), "a{sv}", 0) >= 0;
+    if (!isWhole) return Activation::unavailable;
+    sd_bus_error error = SD_BUS_ERROR_NULL;
+    const int answer = sd_bus_call(bus.get(), message.get(), activationMicroseconds, &error, nullptr);
+    const bool isUnknown = sd_bus_error_has_name(&error, SD_BUS_ERROR_SERVICE_UNKNOWN) != 0;
+    sd_bus_error_free(&error);
+    if (answer >= 0) return Activation::done;
+    if (isUnknown) return Activation::unavailable;
+    throw std::runtime_error("The application did not come up on the session bus");
 }
 
 void SessionBus::separate(int process, const std::string& desktopId) {
-    const auto bus = connection();
+    const Bus bus = open();
     if (!bus) return;
-    GVariantBuilder properties;
-    g_variant_builder_init(&properties, G_VARIANT_TYPE("a(sv)"));
-    const auto pid = static_cast<guint32>(process);
-    g_variant_builder_add(&properties, "(sv)", "PIDs",
-                          g_variant_new_fixed_array(G_VARIANT_TYPE_UINT32, &pid, 1, sizeof pid));
-    g_variant_builder_add(&properties, "(sv)", "Slice", g_variant_new_string("app.slice"));
-    g_variant_builder_add(&properties, "(sv)", "CollectMode", g_variant_new_string("inactive-or-failed"));
-    g_dbus_connection_call(
-        bus.get(), "org.freedesktop.systemd1", "/org/freedesktop/systemd1", "org.freedesktop.systemd1.Manager",
-        "StartTransientUnit",
-        g_variant_new("(ssa(sv)a(sa(sv)))", unitName(process, desktopId).c_str(), "fail", &properties, nullptr),
-        nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, nullptr, nullptr, nullptr);
-    g_dbus_connection_flush_sync(bus.get(), nullptr, nullptr);
+    const Message message = methodCall(bus, "org.freedesktop.systemd1", "/org/freedesktop/systemd1",
+                                       "org.freedesktop.systemd1.Manager", "StartTransientUnit");
+    if (!message || sd_bus_message_set_auto_start(message.get(), 0) < 0) return;
+    const std::string unit = unitName(process, desktopId);
+    const int built = sd_bus_message_append(message.get(), "ssa(sv)a(sa(sv))", unit.c_str(), "fail", 3,           //
+                                            "PIDs", "au", 1, static_cast<std::uint32_t>(process),                 //
+                                            "Slice", "s", "app.slice", "CollectMode", "s", "inactive-or-failed",  //
+                                            0);
+    if (built >= 0) sd_bus_call(bus.get(), message.get(), separationMicroseconds, nullptr, nullptr);
 }
 
 }  // namespace velmora

@@ -19,7 +19,7 @@ enum class Activation {
 Activation activate(const std::string& desktopId, const std::vector<std::string>& urls);
 
 /// Asks the service manager, where there is one, to keep a started process apart from ours, so that it lives on when
-/// we are stopped as a service. Does not wait for the answer: a session without one needs nothing of the sort.
+/// we are stopped as a service. Takes two seconds at most; whether it worked is nobody's concern.
 void separate(int process, const std::string& desktopId);
 
 }  // namespace SessionBus

@@ -32,12 +32,14 @@ struct X11WindowManager::Display {
     xcb_connection_t* connection = nullptr;
     xcb_window_t root = XCB_NONE;
     xcb_atom_t compositor = XCB_NONE;
+    xcb_atom_t tray = XCB_NONE;
     xcb_atom_t desktop = XCB_NONE;
     xcb_atom_t state = XCB_NONE;
     xcb_atom_t sticky = XCB_NONE;
     xcb_atom_t skipTaskbar = XCB_NONE;
     xcb_atom_t skipPager = XCB_NONE;
     xcb_atom_t activeWindow = XCB_NONE;
+    xcb_atom_t frameExtents = XCB_NONE;
 
     explicit Display(xcb_connection_t* opened) : connection(opened) {
         const int number = screenNumber();
@@ -46,12 +48,14 @@ struct X11WindowManager::Display {
             xcb_screen_next(&screens);
         root = screens.data->root;
         compositor = atom("_NET_WM_CM_S" + std::to_string(number));
+        tray = atom("_NET_SYSTEM_TRAY_S" + std::to_string(number));
         desktop = atom("_NET_WM_DESKTOP");
         state = atom("_NET_WM_STATE");
         sticky = atom("_NET_WM_STATE_STICKY");
         skipTaskbar = atom("_NET_WM_STATE_SKIP_TASKBAR");
         skipPager = atom("_NET_WM_STATE_SKIP_PAGER");
         activeWindow = atom("_NET_ACTIVE_WINDOW");
+        frameExtents = atom("_GTK_FRAME_EXTENTS");
     }
 
     [[nodiscard]] xcb_atom_t atom(std::string_view name) const {
@@ -59,6 +63,13 @@ struct X11WindowManager::Display {
         const ReplyPointer<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection, cookie, nullptr),
                                                           &std::free);
         return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_NONE);
+    }
+
+    [[nodiscard]] bool isOwned(xcb_atom_t selection) const {
+        const auto cookie = xcb_get_selection_owner(connection, selection);
+        const ReplyPointer<xcb_get_selection_owner_reply_t> reply(
+            xcb_get_selection_owner_reply(connection, cookie, nullptr), &std::free);
+        return reply && reply->owner != XCB_NONE;
     }
 
     void tellManager(xcb_window_t window, xcb_atom_t type, const std::array<std::uint32_t, 5>& data) const {
@@ -82,13 +93,14 @@ X11WindowManager::~X11WindowManager() = default;
 
 bool X11WindowManager::composited() const {
     if (!display_) return QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
-    const auto cookie = xcb_get_selection_owner(display_->connection, display_->compositor);
-    const ReplyPointer<xcb_get_selection_owner_reply_t> reply(
-        xcb_get_selection_owner_reply(display_->connection, cookie, nullptr), &std::free);
-    return reply && reply->owner != XCB_NONE;
+    return display_->isOwned(display_->compositor);
 }
 
-void X11WindowManager::makePanel(Window window) {
+bool X11WindowManager::hasTray() const {
+    return display_ && display_->isOwned(display_->tray);
+}
+
+void X11WindowManager::makePanel(Window window, const Edges& shadow) {
     if (!display_) return;
     const auto id = static_cast<xcb_window_t>(window);
     xcb_change_property(display_->connection, XCB_PROP_MODE_REPLACE, id, display_->desktop, XCB_ATOM_CARDINAL, 32, 1,
@@ -96,6 +108,9 @@ void X11WindowManager::makePanel(Window window) {
     const std::array<xcb_atom_t, 3> states{display_->sticky, display_->skipTaskbar, display_->skipPager};
     xcb_change_property(display_->connection, XCB_PROP_MODE_APPEND, id, display_->state, XCB_ATOM_ATOM, 32,
                         states.size(), states.data());
+    const std::array<std::uint32_t, 4> edges{shadow.left, shadow.right, shadow.top, shadow.bottom};
+    xcb_change_property(display_->connection, XCB_PROP_MODE_REPLACE, id, display_->frameExtents, XCB_ATOM_CARDINAL, 32,
+                        edges.size(), edges.data());
 }
 
 void X11WindowManager::activate(Window window) {

@@ -16,7 +16,8 @@ class X11WindowManager final : public WindowManager {
     X11WindowManager& operator=(const X11WindowManager&) = delete;
 
     [[nodiscard]] bool composited() const override;
-    void makePanel(Window window) override;
+    [[nodiscard]] bool hasTray() const override;
+    void makePanel(Window window, const Edges& shadow) override;
     void activate(Window window) override;
 
   private:

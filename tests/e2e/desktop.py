@@ -35,14 +35,14 @@ class TimedOut(AssertionError):
 
 
 def wait_until(condition, what, seconds=10.0, interval=0.02):
-    """Calls `condition` until it returns something true, and returns that."""
+    """Calls `condition` until it returns something true, and returns that. `what` is a text, or makes one in the end."""
     deadline = time.monotonic() + seconds
     while True:
         result = condition()
         if result:
             return result
         if time.monotonic() > deadline:
-            raise TimedOut(f"waited {seconds:g} s in vain for {what}")
+            raise TimedOut(f"waited {seconds:g} s in vain for {what() if callable(what) else what}")
         time.sleep(interval)
 
 
@@ -173,8 +173,20 @@ class Desktop:
             stdin=subprocess.DEVNULL,
         )
 
+    def run_for_bytes(self, command, seconds=20):
+        """As `run`, for programs that print something other than text."""
+        return subprocess.run(
+            command, env=self.environment, check=True, capture_output=True, timeout=seconds, stdin=subprocess.DEVNULL
+        ).stdout
+
     def log_of(self, program):
         return (self.logs / f"{pathlib.Path(program).name}.log").read_text(errors="replace")
+
+    def prefer_dark(self):
+        """Lets the desktop say that it wants dark windows, through the settings portal. Programs started later see it."""
+        portal = self.start([sys.executable, os.path.abspath(__file__), "--dark-portal"], stdout=subprocess.PIPE, text=True)
+        if not portal.stdout.readline():
+            raise AssertionError("the settings portal did not start")
 
     # Windows and keys
 
@@ -204,8 +216,11 @@ class Desktop:
         values = dict(line.split("=", 1) for line in text.splitlines() if "=" in line)
         return tuple(int(values[name]) for name in ("X", "Y", "WIDTH", "HEIGHT"))
 
-    def type(self, text, delay_ms=12):
-        self.run(["xdotool", "type", "--clearmodifiers", "--delay", str(delay_ms), "--", text])
+    def type(self, text):
+        # A character that is on no key is lent one while it is pressed; the program must look it up in that time.
+        for piece in re.findall(r"[ -~]+|[^ -~]", text):
+            delay = "12" if piece.isascii() else "250"
+            self.run(["xdotool", "type", "--clearmodifiers", "--delay", delay, "--", piece])
 
     def press(self, *keys):
         """Presses keys one after the other, named as X11 does: "Return", "Down", "ctrl+k"."""
@@ -222,7 +237,7 @@ class Desktop:
             command += ["-crop", f"{width + x - left + margin}x{height + y - top + margin}+{left}+{top}", "+repage"]
         # Without a date in it, equal pictures are equal bytes.
         command += ["-define", "png:exclude-chunks=date,time", "png:-"]
-        return subprocess.run(command, env=self.environment, check=True, capture_output=True, timeout=20).stdout
+        return self.run_for_bytes(command)
 
     def stable_capture(self, window=None, seconds=10.0):
         """A picture taken once nothing has moved for a while; a blinking cursor, every half second, is no movement."""
@@ -379,8 +394,39 @@ def read_trees():
         print(json.dumps(found), flush=True)
 
 
+# The settings portal of a desktop that wants dark windows
+
+PORTAL = """<node><interface name="org.freedesktop.portal.Settings">
+<method name="Read"><arg type="s" direction="in"/><arg type="s" direction="in"/><arg type="v" direction="out"/></method>
+</interface></node>"""
+
+
+def dark_portal():
+    from gi.repository import Gio, GLib  # pylint: disable=import-outside-toplevel
+
+    def answer(_bus, _sender, _path, _interface, _method, parameters, invocation):
+        if parameters.unpack() == ("org.freedesktop.appearance", "color-scheme"):
+            # Portals wrap this one twice.
+            dark = GLib.Variant("v", GLib.Variant("u", 1))
+            invocation.return_value(GLib.Variant("(v)", (dark,)))
+        else:
+            invocation.return_dbus_error("org.freedesktop.portal.Error.NotFound", "Requested setting not found")
+
+    def offer(bus, _name):
+        description = Gio.DBusNodeInfo.new_for_xml(PORTAL).interfaces[0]
+        bus.register_object("/org/freedesktop/portal/desktop", description, answer, None, None)
+
+    def ready(_bus, _name):
+        print("ready", flush=True)
+
+    Gio.bus_own_name(Gio.BusType.SESSION, "org.freedesktop.portal.Desktop", Gio.BusNameOwnerFlags.NONE, offer, ready, None)
+    GLib.MainLoop().run()
+
+
 if __name__ == "__main__":
     if sys.argv[1] == "--guard":
         guard(sys.argv[2], sys.argv[3])
+    elif sys.argv[1] == "--dark-portal":
+        dark_portal()
     else:
         read_trees()

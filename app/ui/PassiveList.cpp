@@ -1,0 +1,53 @@
+#include "app/ui/PassiveList.h"
+
+#include "app/ui/SlimScrollBar.h"
+
+#include <QAccessible>
+
+namespace velmora {
+namespace {
+
+void tellAssistiveTechnology(QListView& list, QAccessible::Event type) {
+    if (!QAccessible::isActive() || !list.currentIndex().isValid()) return;
+    QAccessibleEvent event(&list, type);
+    event.setChild(list.currentIndex().row());
+    QAccessible::updateAccessibility(&event);
+}
+
+}  // namespace
+
+PassiveList::PassiveList(QWidget* parent) : QListView(parent) {
+    setUniformItemSizes(true);
+    setFrameShape(QFrame::NoFrame);
+    setFocusPolicy(Qt::NoFocus);
+    setSelectionMode(QAbstractItemView::SingleSelection);
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
+    setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setVerticalScrollBar(new SlimScrollBar(this));
+    setMouseTracking(true);
+    setAutoFillBackground(false);
+    viewport()->setAutoFillBackground(false);
+}
+
+void PassiveList::select(std::ptrdiff_t row) {
+    const QModelIndex index = model()->index(static_cast<int>(row), 0);
+    if (index.isValid() ? selectionModel()->isSelected(index) : !selectionModel()->hasSelection()) return;
+    setCurrentIndex(index);
+    scrollTo(index, QAbstractItemView::EnsureVisible);
+}
+
+void PassiveList::announceSelection() {
+    tellAssistiveTechnology(*this, QAccessible::Focus);
+}
+
+QItemSelectionModel::SelectionFlags PassiveList::selectionCommand(const QModelIndex& index, const QEvent* event) const {
+    return event ? QItemSelectionModel::NoUpdate : QListView::selectionCommand(index, event);
+}
+
+void PassiveList::currentChanged(const QModelIndex& current, const QModelIndex& previous) {
+    QListView::currentChanged(current, previous);
+    tellAssistiveTechnology(*this, QAccessible::Selection);
+}
+
+}  // namespace velmora

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "core/Async.h"
+#include "core/Commands.h"
+#include "platform/FileIcons.h"
+
+#include <QCache>
+#include <QPixmap>
+#include <QSet>
+#include <functional>
+#include <memory>
+
+namespace velmora {
+
+/// The pictures of results, 32 × 32 logical pixels: symbols with 5 pixels of padding, icons of files without.
+///
+/// The icons of files are found and read on the pool, one after another, and kept while they are among the most
+/// recently used; until one is there, an empty picture stands for it.
+///
+/// Runs on: the main thread.
+class ResultIcons : public std::enable_shared_from_this<ResultIcons> {
+  public:
+    /// Without `fileIcons`, files have the neutral icon.
+    ResultIcons(MainExecutor main, const Executor& pool, std::shared_ptr<const FileIcons> fileIcons);
+
+    /// The picture, or a null one while it is being read.
+    [[nodiscard]] QPixmap pixmap(const CommandIcon& icon, qreal devicePixelRatio, const QColor& symbolColour);
+
+    /// Called when a picture that was asked for has become available.
+    std::function<void()> onLoaded = [] {};
+
+  private:
+    [[nodiscard]] QPixmap symbol(const QString& name, qreal devicePixelRatio, const QColor& colour);
+    [[nodiscard]] static Task<> load(std::weak_ptr<ResultIcons> weak, std::string path, qreal devicePixelRatio);
+    void keep(const std::string& path, qreal devicePixelRatio, const FileIcon& icon, const QImage& image);
+
+    MainExecutor main_;
+    Actor reader_;
+    std::shared_ptr<const FileIcons> fileIcons_;
+    QCache<QString, QPixmap> cache_;
+    QSet<QString> loading_;
+};
+
+}  // namespace velmora

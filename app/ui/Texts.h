@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QString>
+#include <string_view>
+
+/// Texts on their way to the screen.
+namespace velmora::texts {
+
+inline QString of(std::string_view text) {
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+/// As much of `text` as one line of a window can show, line breaks and other runs of white space as single blanks.
+inline QString line(std::string_view text) {
+    constexpr std::size_t longest = 1024;  // bytes; measuring a text costs time in proportion to its length
+    return of(text.substr(0, longest)).simplified();
+}
+
+}  // namespace velmora::texts

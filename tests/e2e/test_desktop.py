@@ -1,0 +1,73 @@
+#!/usr/bin/python3
+"""The private desktop itself, with the bare window of the benchmarks as the program. VELMORA_BARE_WINDOW names it."""
+
+import os
+import pathlib
+import subprocess
+import sys
+import unittest
+
+HERE = pathlib.Path(__file__).resolve().parent
+sys.path.insert(0, str(HERE))
+
+from desktop import Desktop, nodes, wait_until  # noqa: E402  # pylint: disable=wrong-import-position
+
+TITLE = "Velmora Bare Window"
+KILLED = """
+import os, signal, sys
+sys.path.insert(0, sys.argv[1])
+from desktop import Desktop
+desktop = Desktop(accessibility=True)
+desktop.__enter__()
+desktop.tree("nobody")
+stray = desktop.start(["setsid", "--fork", "sleep", "600"])
+print(desktop.root, desktop.mark, flush=True)
+os.kill(os.getpid(), signal.SIGKILL)
+"""
+
+
+def carrying(mark):
+    """The processes whose environment has the mark of a desktop, zombies aside."""
+    found = []
+    for process in pathlib.Path("/proc").glob("[0-9]*"):
+        try:
+            if mark.encode() in (process / "environ").read_bytes():
+                found.append(process.name)
+        except OSError:
+            pass
+    return found
+
+
+class DesktopTest(unittest.TestCase):
+    def test_types_into_a_window_and_reads_it(self):
+        with Desktop(accessibility=True) as desktop:
+            command = [os.environ["VELMORA_BARE_WINDOW"]]
+            program = desktop.start(command, stdin=subprocess.PIPE, text=True, bufsize=1)
+            window = desktop.wait_for_window(TITLE)
+            self.assertEqual(desktop.geometry(window)[2:], (700, 510))
+            before = desktop.stable_capture(window)
+            desktop.type('a "b" ⌘ é')
+
+            def texts():
+                return [node["text"] for node in nodes(desktop.tree("bare_window")) if node["name"] == "Text"]
+
+            wait_until(lambda: texts() == ['a "b" ⌘ é'], "the text to arrive")
+            self.assertNotEqual(desktop.stable_capture(window), before)
+            program.stdin.write("hide\n")
+            desktop.wait_until_hidden(TITLE)
+            program.stdin.write("quit\n")
+            self.assertEqual(program.wait(timeout=10), 0)
+        self.assertFalse(desktop.root.exists())
+        self.assertEqual(carrying(desktop.mark), [])
+
+    def test_leaves_nothing_behind_when_the_test_is_killed(self):
+        killed = subprocess.run(
+            [sys.executable, "-c", KILLED, str(HERE)], stdout=subprocess.PIPE, text=True, check=False, timeout=60
+        )
+        root, mark = killed.stdout.split()
+        wait_until(lambda: not os.path.exists(root), "the guard to remove the desktop's folder", 20)
+        self.assertEqual(carrying(mark), [])
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
