@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/storage/Database.h"
-#include "app/storage/IndexedFile.h"
+#include "core/IndexedFile.h"
 
 #include <string>
 #include <vector>
