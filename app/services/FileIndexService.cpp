@@ -223,11 +223,10 @@ Task<> FileIndexService::apply(std::vector<std::string> batch) {
     const auto read = [&batch, attributes = disk_.attributes.get()] { return examine(batch, *attributes); };
     const Examined examined = co_await reader.run(read);
     co_await repository_.upsert(examined.found);
-    const auto folders = co_await repository_.directories(examined.gone);
-    co_await repository_.remove(examined.gone);
-    const std::vector<std::string> trees = topmost({folders.begin(), folders.end()});
-    for (const std::string& tree : trees)
-        co_await repository_.deleteTree(tree);
+    const std::set<std::string> folders = co_await repository_.directories(examined.gone);
+    co_await repository_.deletePaths(examined.gone);
+    const std::vector<std::string> trees(folders.begin(), folders.end());
+    co_await repository_.deleteTrees(trees);
 }
 
 // Full scans.
