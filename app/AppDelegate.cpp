@@ -2,6 +2,7 @@
 
 #include "app/AppLog.h"
 #include "app/services/ApplicationService.h"
+#include "app/ui/Measure.h"
 #include "app/ui/PaletteController.h"
 #include "app/ui/PaletteState.h"
 #include "app/ui/SettingsState.h"
@@ -66,7 +67,6 @@ Task<> AppDelegate::start() {
     controller_ = std::make_unique<PaletteController>(
         state_, PaletteController::Desktop{
                     platform_.main, platform_.pool, viewPlatform_.windowManager, viewPlatform_.fileIcons, {}});
-    spawn(platform_.main, [state = state_] { return state->start(); });
     AppLog::app.info("Velmora is ready");
     if (std::exchange(showWhenReady_, false)) controller_->show();
 }
@@ -84,6 +84,7 @@ void AppDelegate::toggle() {
 }
 
 void AppDelegate::show() {
+    measure::mark("show");
     if (terminating_) return;
     if (controller_) {
         controller_->show();

@@ -3,6 +3,7 @@
 #include "app/AppDelegate.h"
 #include "app/AppLog.h"
 #include "app/TerminationSignals.h"
+#include "app/ui/SystemAppearance.h"
 #include "core/AppError.h"
 #include "core/Assert.h"
 #include "platform/Runtime.h"
@@ -61,7 +62,6 @@ std::unique_ptr<QSocketNotifier> watch(SessionName& name) {
 int run(int argc, char** argv, bool showAtStart, SessionName& name) {
     QApplication application(argc, argv);
     QApplication::setApplicationName("velmora");
-    QApplication::setApplicationDisplayName("Velmora");
     QApplication::setDesktopFileName("dev.velmora.brisklane");
     QApplication::setQuitOnLastWindowClosed(false);
 
@@ -70,6 +70,7 @@ int run(int argc, char** argv, bool showAtStart, SessionName& name) {
     WorkerPool pool(workerThreads);
     SystemClock clock;
     LinuxWorkspace workspace(pool.executor(), desktop);
+    const SystemAppearance appearance;
     QtPasteboard pasteboard;
     X11WindowManager windowManager;
     QtAlerts alerts(windowManager);

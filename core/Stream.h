@@ -95,8 +95,8 @@ class Stream {
             }
             detail::resumeIfAny(writer);
             if (item) co_return item;
-            co_await detail::parkUnless(state, &detail::StreamState<T>::reader,
-                                        [raw = state.get()] { return !raw->items.empty() || raw->ended; });
+            const auto ready = [raw = state.get()] { return !raw->items.empty() || raw->ended; };
+            co_await detail::parkUnless(state, &detail::StreamState<T>::reader, ready);
         }
     }
 
@@ -136,9 +136,8 @@ class StreamWriter {
             }
             detail::resumeIfAny(reader);
             if (written) co_return;
-            co_await detail::parkUnless(state, &detail::StreamState<T>::writer, [raw = state.get()] {
-                return raw->readerGone || raw->items.size() < raw->capacity;
-            });
+            const auto ready = [raw = state.get()] { return raw->readerGone || raw->items.size() < raw->capacity; };
+            co_await detail::parkUnless(state, &detail::StreamState<T>::writer, ready);
         }
     }
 

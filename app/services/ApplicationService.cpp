@@ -55,7 +55,7 @@ bool isApplicationPath(const std::string& path) {
 
 }  // namespace
 
-ApplicationCommand::ApplicationCommand(ApplicationRecord record, std::weak_ptr<ApplicationService> service)
+ApplicationCommand::ApplicationCommand(ApplicationRecord record, const std::weak_ptr<ApplicationService>& service)
     : record_(std::move(record)), result_(makeResult(record_, service)) {}
 
 ApplicationService::ApplicationService(MainExecutor main, Executor pool, Clock& clock, Workspace& workspace,

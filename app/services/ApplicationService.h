@@ -36,7 +36,7 @@ class ApplicationService;
 /// Its result never changes: an application whose record changes gets another command.
 class ApplicationCommand final : public Command {
   public:
-    ApplicationCommand(ApplicationRecord record, std::weak_ptr<ApplicationService> service);
+    ApplicationCommand(ApplicationRecord record, const std::weak_ptr<ApplicationService>& service);
 
     [[nodiscard]] const ApplicationRecord& record() const { return record_; }
     [[nodiscard]] const std::string& id() const override { return result_->id; }

@@ -17,7 +17,7 @@ namespace {
 
 constexpr int menuWidth = 300;
 constexpr int rowHeight = 36;
-constexpr int margin = 6;
+constexpr int margin = 8;
 constexpr int padding = 12;
 constexpr int radius = 12;
 constexpr int rowRadius = 8;
@@ -44,22 +44,17 @@ class ActionDelegate final : public QStyledItemDelegate {
             painter->drawRoundedRect(option.rect, rowRadius, rowRadius);
         }
         const bool rightToLeft = option.direction == Qt::RightToLeft;
-        QRect texts = option.rect.adjusted(padding, 0, -padding, 0);
+        QRect words = option.rect.adjusted(padding, 0, -padding, 0);
         const QString shortcut = index.data(shortcutRole).toString();
         if (!shortcut.isEmpty()) {
             const int width = keyCaps::width(shortcut);
-            const int left = rightToLeft ? texts.left() : texts.right() + 1 - width;
-            keyCaps::draw(*painter, QPoint(left, texts.center().y()), shortcut);
-            rightToLeft ? texts.setLeft(left + width + padding) : texts.setRight(left - padding);
+            const int left = rightToLeft ? words.left() : words.right() + 1 - width;
+            keyCaps::draw(*painter, QPoint(left, words.center().y()), shortcut);
+            rightToLeft ? words.setLeft(left + width + padding) : words.setRight(left - padding);
         }
         painter->setFont(Theme::font(Theme::textFont, QFont::Medium));
         painter->setPen(index.data(destructiveRole).toBool() ? theme.danger : theme.text);
-        const QFontMetrics metrics(painter->font(), painter->device());
-        painter->drawText(
-            texts,
-            static_cast<int>(QStyle::visualAlignment(option.direction, Qt::AlignLeft | Qt::AlignVCenter)) |
-                Qt::TextSingleLine,
-            metrics.elidedText(index.data().toString(), Qt::ElideRight, texts.width()));
+        texts::draw(*painter, words, index.data().toString(), option.direction);
         painter->restore();
     }
 };
@@ -67,7 +62,7 @@ class ActionDelegate final : public QStyledItemDelegate {
 }  // namespace
 
 ActionsMenu::ActionsMenu(QWidget* parent)
-    : QWidget(parent), model_(new QStandardItemModel(this)), list_(new PassiveList(this)) {
+    : QWidget(parent), model_(new QStandardItemModel(this)), list_(new PassiveList(margin, this)) {
     setAccessibleName(QStringLiteral("Actions"));
     list_->setAccessibleName(QStringLiteral("Actions"));
     list_->setModel(model_);
@@ -77,7 +72,7 @@ ActionsMenu::ActionsMenu(QWidget* parent)
         if (const ResultPointer shown = result_; row < shown->actions.size()) onClick(shown->actions[row]);
     });
     auto* const column = new QVBoxLayout(this);
-    column->setContentsMargins(shadow.margins() + margin);
+    column->setContentsMargins(shadow.margins());
     column->addWidget(list_);
     hide();
 }
@@ -98,6 +93,12 @@ void ActionsMenu::show(const ResultPointer& result, std::ptrdiff_t selection) {
     QWidget::show();
     raise();
     if (moved) list_->announceSelection();
+}
+
+void ActionsMenu::dismiss() {
+    hide();
+    result_ = nullptr;
+    model_->clear();
 }
 
 void ActionsMenu::place(const QPoint& corner, int highest) {

@@ -23,6 +23,9 @@ class ActionsMenu final : public QWidget {
 
     std::function<void(const CommandAction& action)> onClick = [](const CommandAction&) {};
 
+    /// Hides it and forgets what it showed.
+    void dismiss();
+
   protected:
     void paintEvent(QPaintEvent* event) override;
     /// Clicks beside a row are the menu's own: they neither reach the list below nor drag the window.

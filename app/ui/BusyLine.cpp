@@ -4,6 +4,7 @@
 
 #include <QPainter>
 #include <chrono>
+#include <utility>
 
 namespace velmora {
 namespace {
@@ -31,15 +32,25 @@ BusyLine::BusyLine(QWidget* parent) : QWidget(parent) {
 }
 
 void BusyLine::setBusy(bool busy) {
-    const bool running = delay_.isActive() || position_.state() == QAbstractAnimation::Running;
-    if (busy == running) return;
-    if (busy) {
+    if (std::exchange(busy_, busy) != busy) run();
+}
+
+void BusyLine::run() {
+    if (busy_ && active_) {
         delay_.start();
     } else {
         delay_.stop();
         position_.stop();
         update();
     }
+}
+
+bool BusyLine::event(QEvent* event) {
+    if (event->type() == QEvent::WindowActivate || event->type() == QEvent::WindowDeactivate) {
+        active_ = event->type() == QEvent::WindowActivate;
+        run();
+    }
+    return QWidget::event(event);
 }
 
 void BusyLine::paintEvent(QPaintEvent*) {

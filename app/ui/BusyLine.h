@@ -6,7 +6,8 @@
 
 namespace velmora {
 
-/// A hairline along which a highlight runs while something takes longer than a blink. Still, it costs nothing.
+/// A hairline along which a highlight runs while something takes longer than a blink. It rests, and costs nothing, when
+/// nothing does, and while the window waits behind a dialog.
 class BusyLine final : public QWidget {
   public:
     explicit BusyLine(QWidget* parent);
@@ -14,9 +15,14 @@ class BusyLine final : public QWidget {
     void setBusy(bool busy);
 
   protected:
+    bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
   private:
+    void run();
+
+    bool busy_ = false;
+    bool active_ = false;
     QTimer delay_;
     QVariantAnimation position_;
 };

@@ -1,6 +1,7 @@
 #include "app/ui/ChipButton.h"
 
 #include "app/ui/SymbolIcons.h"
+#include "app/ui/Texts.h"
 #include "app/ui/Theme.h"
 
 #include <QPainter>
@@ -38,19 +39,17 @@ void ChipButton::paintEvent(QPaintEvent*) {
     painter.setPen(Qt::NoPen);
     painter.setBrush(isDown() ? theme.separator : theme.chip);
     painter.drawRoundedRect(rect(), 8, 8);
-    QRect texts = rect().adjusted(padding, 0, -padding, 0);
+    QRect words = rect().adjusted(padding, 0, -padding, 0);
     const QColor colour = underMouse() ? theme.text : theme.secondary;
     if (!symbol_.isEmpty()) {
-        const QRect place(texts.left(), (chipHeight - symbolSize) / 2, symbolSize, symbolSize);
+        const QRect place(words.left(), (chipHeight - symbolSize) / 2, symbolSize, symbolSize);
         painter.drawPixmap(QStyle::visualRect(layoutDirection(), rect(), place).topLeft(),
                            SymbolIcons::pixmap(symbol_, symbolSize, devicePixelRatioF(), colour));
-        texts.setLeft(place.right() + 1 + gap);
+        words.setLeft(place.right() + 1 + gap);
     }
     painter.setPen(colour);
-    painter.drawText(QStyle::visualRect(layoutDirection(), rect(), texts),
-                     static_cast<int>(QStyle::visualAlignment(layoutDirection(), Qt::AlignLeft | Qt::AlignVCenter)) |
-                         Qt::TextSingleLine,
-                     fontMetrics().elidedText(text(), Qt::ElideMiddle, texts.width()));
+    texts::draw(painter, QStyle::visualRect(layoutDirection(), rect(), words), text(), layoutDirection(), Qt::AlignLeft,
+                Qt::ElideMiddle);
 }
 
 }  // namespace velmora

@@ -30,6 +30,7 @@ void EmptyView::paintEvent(QPaintEvent*) {
     if (heading_.isEmpty()) return;
     const Theme& theme = Theme::current();
     QPainter painter(this);
+    painter.setLayoutDirection(Qt::LayoutDirectionAuto);
     const QFont headingFont = Theme::font(Theme::titleFont, QFont::DemiBold);
     const QFont helpFont = Theme::font(Theme::textFont);
     const QFontMetrics headingMetrics(headingFont);

@@ -1,6 +1,7 @@
 #include "app/ui/NoticeLine.h"
 
 #include "app/ui/SymbolIcons.h"
+#include "app/ui/Texts.h"
 #include "app/ui/Theme.h"
 
 #include <QAccessible>
@@ -72,8 +73,7 @@ void NoticeLine::paintEvent(QPaintEvent*) {
     const QRect words(icon.right() + 1 + gap, box.top(), box.right() - padding - icon.right() - gap, box.height());
     painter.setFont(Theme::font(Theme::textFont));
     painter.setPen(colour);
-    painter.drawText(QStyle::visualRect(layoutDirection(), rect(), words), Qt::AlignVCenter | Qt::TextSingleLine,
-                     QFontMetrics(painter.font()).elidedText(text_, Qt::ElideRight, words.width()));
+    texts::draw(painter, QStyle::visualRect(layoutDirection(), rect(), words), text_, layoutDirection());
 }
 
 }  // namespace velmora

@@ -8,6 +8,7 @@
 #include <QApplication>
 #include <QCursor>
 #include <QDialog>
+#include <QIcon>
 #include <QInputMethod>
 #include <QScreen>
 #include <QWindow>
@@ -24,6 +25,13 @@ QDialog* openDialog() {
         if (dialog && dialog->isVisible() && dialog->isModal()) return dialog;
     }
     return nullptr;
+}
+
+/// Icon themes cover each other's gaps, and the bare fallback of all of them holds hardly more than applications.
+void ensureIconTheme() {
+    const QString fallback = QIcon::fallbackThemeName();
+    if (fallback.isEmpty() || fallback == QLatin1String("hicolor"))
+        QIcon::setFallbackThemeName(QStringLiteral("Adwaita"));
 }
 
 QScreen& screenWithMouse() {
@@ -44,12 +52,14 @@ PaletteController::PaletteController(std::shared_ptr<PaletteState> state, Deskto
       view_(new PaletteView(state_,
                             std::make_shared<ResultIcons>(desktop.main, desktop.pool, std::move(desktop.fileIcons)),
                             std::move(desktop.chooseFileDirectory), nullptr)) {
+    ensureIconTheme();
     panel_.setContent(view_);
     panel_.setFocusProxy(&view_->input());
     state_->hide = [this] { hide(); };
     panel_.onKey = [this](CommandPanel::Key key) { handle(key); };
     panel_.onDeactivate = [this] { deactivated(); };
     panel_.onDismiss = [this] { hide(); };
+    spawn(desktop.main, [palette = state_] { return palette->start(); });
 }
 
 PaletteController::~PaletteController() {
@@ -57,21 +67,23 @@ PaletteController::~PaletteController() {
 }
 
 void PaletteController::toggle() {
-    panel_.isVisible() && !openDialog() ? hide() : show();
+    shown_ && !openDialog() ? hide() : show();
 }
 
 void PaletteController::show() {
     QDialog* const dialog = openDialog();
-    if (panel_.isVisible()) {
+    if (dialog) {
+        if (shown_) panel_.raise();
+        bringForward(*dialog);
+    } else if (shown_) {
         bringForward(panel_);
-    } else if (!dialog) {
+    } else {
         open();
     }
-    if (dialog) bringForward(*dialog);
 }
 
 void PaletteController::hide() {
-    if (!panel_.isVisible()) return;
+    if (!std::exchange(shown_, false)) return;
     state_->cancelWork();
     panel_.hide();
     AppLog::app.info("Palette hidden");
@@ -83,6 +95,7 @@ void PaletteController::open() {
     panel_.setComposited(windowManager_.composited());
     place();
     windowManager_.makePanel(panel_.winId(), devicePixels(panel_.shadowMargins(), panel_.devicePixelRatioF()));
+    shown_ = true;
     panel_.show();
     bringForward(panel_);
     view_->input().setFocus();
@@ -125,7 +138,7 @@ void PaletteController::handle(CommandPanel::Key key) {
 }
 
 void PaletteController::deactivated() {
-    if (panel_.isVisible() && !openDialog() && !QApplication::activePopupWidget()) hide();
+    if (shown_ && !openDialog() && !QApplication::activePopupWidget()) hide();
 }
 
 }  // namespace velmora

@@ -39,7 +39,7 @@ class PaletteController {
     /// Shows the palette afresh; only brings it to the front when it is shown already.
     void show();
     void hide();
-    [[nodiscard]] bool visible() const { return panel_.isVisible(); }
+    [[nodiscard]] bool visible() const { return shown_; }
 
     [[nodiscard]] CommandPanel& panel() { return panel_; }
 
@@ -54,6 +54,7 @@ class PaletteController {
     WindowManager& windowManager_;
     CommandPanel panel_;
     PaletteView* view_;  // the panel's
+    bool shown_ = false;
 };
 
 }  // namespace velmora

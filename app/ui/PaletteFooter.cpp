@@ -2,6 +2,7 @@
 
 #include "app/ui/KeyCaps.h"
 #include "app/ui/SymbolIcons.h"
+#include "app/ui/Texts.h"
 #include "app/ui/Theme.h"
 
 #include <QPainter>
@@ -64,8 +65,7 @@ void PaletteFooter::paintEvent(QPaintEvent*) {
     painter.setFont(Theme::font(Theme::smallFont, QFont::DemiBold));
     painter.setPen(theme.secondary);
     const int titleWidth = QFontMetrics(painter.font()).horizontalAdvance(title_);
-    painter.drawText(QStyle::visualRect(layoutDirection(), rect(), area), Qt::AlignVCenter | Qt::TextSingleLine,
-                     title_);
+    texts::draw(painter, QStyle::visualRect(layoutDirection(), rect(), area), title_, layoutDirection());
     area.setLeft(area.left() + titleWidth + 2 * gap);
     hints_.isEmpty() ? paintHelp(painter, area) : paintHints(painter, area);
 }
@@ -90,22 +90,18 @@ void PaletteFooter::paintHints(QPainter& painter, QRect area) const {
         keyCaps::draw(painter, QPoint(mirrored(caps).left(), caps.center().y()), keys);
         painter.setFont(font);
         painter.setPen(theme.secondary);
-        painter.drawText(mirrored(word), Qt::AlignVCenter | Qt::TextSingleLine, meaning);
+        texts::draw(painter, mirrored(word), meaning, layoutDirection());
         area.setRight(place.left() - hintGap);
     }
 }
 
 void PaletteFooter::paintHelp(QPainter& painter, QRect area) const {
     const Theme& theme = Theme::current();
-    const auto alignment =
-        static_cast<int>(QStyle::visualAlignment(layoutDirection(), Qt::AlignRight | Qt::AlignVCenter)) |
-        Qt::TextSingleLine;
     const auto draw = [&](const QString& text, const QColor& colour) {
-        const QFontMetrics metrics(painter.font());
         painter.setPen(colour);
-        painter.drawText(QStyle::visualRect(layoutDirection(), rect(), area), alignment,
-                         metrics.elidedText(text, Qt::ElideRight, area.width()));
-        area.setRight(area.right() - metrics.horizontalAdvance(text) - 2 * gap);
+        texts::draw(painter, QStyle::visualRect(layoutDirection(), rect(), area), text, layoutDirection(),
+                    Qt::AlignRight);
+        area.setRight(area.right() - QFontMetrics(painter.font()).horizontalAdvance(text) - 2 * gap);
     };
     if (!remark_.isEmpty()) {
         painter.setFont(Theme::font(Theme::smallFont, QFont::DemiBold));

@@ -5,6 +5,7 @@
 
 #include <QInputMethodEvent>
 #include <QKeyEvent>
+#include <QRegularExpression>
 
 namespace velmora {
 namespace {
@@ -32,7 +33,10 @@ PaletteInput::PaletteInput(QWidget* parent) : QLineEdit(parent) {
     setFont(Theme::font(Theme::inputFont));
     setMinimumHeight(40);
     applyTheme();
-    connect(this, &QLineEdit::textEdited, this, [this](const QString& text) { onEdit(text.toStdString()); });
+    connect(this, &QLineEdit::textEdited, this, [this] {
+        joinLines();
+        onEdit(text().toStdString());
+    });
 }
 
 void PaletteInput::show(const std::string& text, const std::string& placeholder) {
@@ -40,6 +44,15 @@ void PaletteInput::show(const std::string& text, const std::string& placeholder)
     if (hint != placeholderText()) setPlaceholderText(hint);
     // Compared as the palette holds it: a text that has no UTF-8 form of its own would never be equal otherwise.
     if (this->text().toStdString() != text) setText(texts::of(text));
+}
+
+void PaletteInput::joinLines() {
+    static const QRegularExpression lineBreaks(QStringLiteral("\\r\\n|[\\n\\r\\x{2028}\\x{2029}]"));
+    QString joined = text();
+    if (joined.replace(lineBreaks, QStringLiteral(" ")) == text()) return;
+    const int position = cursorPosition();
+    setText(joined);
+    setCursorPosition(position);
 }
 
 void PaletteInput::keyPressEvent(QKeyEvent* event) {

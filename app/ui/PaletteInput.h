@@ -32,6 +32,8 @@ class PaletteInput final : public QLineEdit {
 
   private:
     bool handle(QKeyEvent& event);
+    /// What was pasted may have several lines; the field has one.
+    void joinLines();
     void applyTheme();
 
     QString preedit_;

@@ -219,7 +219,7 @@ void PaletteView::refreshFooter() {
 void PaletteView::refreshActions() {
     const ResultPointer selected = state_->selectedResult();
     if (!state_->showsActions() || !selected) {
-        actions_->hide();
+        actions_->dismiss();
         return;
     }
     actions_->show(selected, state_->actionSelection());

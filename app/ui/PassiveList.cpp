@@ -16,7 +16,7 @@ void tellAssistiveTechnology(QListView& list, QAccessible::Event type) {
 
 }  // namespace
 
-PassiveList::PassiveList(QWidget* parent) : QListView(parent) {
+PassiveList::PassiveList(int margin, QWidget* parent) : QListView(parent) {
     setUniformItemSizes(true);
     setFrameShape(QFrame::NoFrame);
     setFocusPolicy(Qt::NoFocus);
@@ -25,6 +25,10 @@ PassiveList::PassiveList(QWidget* parent) : QListView(parent) {
     setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setVerticalScrollBar(new SlimScrollBar(this));
+    // There or not, rows keep their width.
+    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
+    const bool mirrored = layoutDirection() == Qt::RightToLeft;
+    setViewportMargins(mirrored ? 0 : margin, margin, mirrored ? margin : 0, margin);
     setMouseTracking(true);
     setAutoFillBackground(false);
     viewport()->setAutoFillBackground(false);

@@ -8,7 +8,8 @@ namespace velmora {
 /// background is whatever is behind it.
 class PassiveList : public QListView {
   public:
-    explicit PassiveList(QWidget* parent);
+    /// Rows keep `margin` pixels from the edges; at the trailing edge, the scroll bar keeps them away.
+    PassiveList(int margin, QWidget* parent);
 
     /// Selects and reveals a row; one that does not exist selects nothing.
     void select(std::ptrdiff_t row);

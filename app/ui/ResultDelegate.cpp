@@ -2,6 +2,7 @@
 
 #include "app/ui/ResultListModel.h"
 #include "app/ui/SymbolIcons.h"
+#include "app/ui/Texts.h"
 #include "app/ui/Theme.h"
 
 #include <QPainter>
@@ -16,7 +17,7 @@ constexpr int lineGap = 1;
 
 /// Of a path the ends say most, of anything else the beginning.
 Qt::TextElideMode elision(const QString& subtitle) {
-    return subtitle.startsWith(u'/') || subtitle.startsWith(u'~') ? Qt::ElideMiddle : Qt::ElideRight;
+    return subtitle.contains(u'/') ? Qt::ElideMiddle : Qt::ElideRight;
 }
 
 }  // namespace
@@ -44,15 +45,15 @@ void ResultDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option
     const QPixmap picture = icons_->pixmap(result.icon, ratio, selected ? theme.accent : theme.secondary);
     painter->drawPixmap(mirrored(icon).topLeft(), picture);
 
-    QRect texts = row.adjusted(icon.right() + 1 - row.left() + padding, 0, -padding, 0);
+    QRect words = row.adjusted(icon.right() + 1 - row.left() + padding, 0, -padding, 0);
     if (selected) {
         const QRect mark(row.right() + 1 - padding - returnSize, row.top() + (row.height() - returnSize) / 2,
                          returnSize, returnSize);
         painter->drawPixmap(mirrored(mark).topLeft(),
                             SymbolIcons::pixmap(QStringLiteral("return"), returnSize, ratio, theme.accent));
-        texts.setRight(mark.left() - padding);
+        words.setRight(mark.left() - padding);
     }
-    paintTexts(*painter, option, index, mirrored(texts));
+    paintTexts(*painter, option, index, mirrored(words));
     painter->restore();
 }
 
@@ -63,23 +64,19 @@ void ResultDelegate::paintTexts(QPainter& painter, const QStyleOptionViewItem& o
     const QFont subtitleFont = Theme::font(Theme::smallFont);
     const QFontMetrics titleMetrics(titleFont, painter.device());
     const QFontMetrics subtitleMetrics(subtitleFont, painter.device());
-    const QString title = index.data(Qt::DisplayRole).toString();
     const QString subtitle = index.data(ResultListModel::subtitle).toString();
-    const Qt::Alignment leading = QStyle::visualAlignment(option.direction, Qt::AlignLeft | Qt::AlignVCenter);
 
     const int titleHeight = titleMetrics.height();
     const int subtitleHeight = subtitle.isEmpty() ? 0 : subtitleMetrics.height() + lineGap;
     QRect line(area.left(), area.top() + (area.height() - titleHeight - subtitleHeight) / 2, area.width(), titleHeight);
     painter.setFont(titleFont);
     painter.setPen(theme.text);
-    painter.drawText(line, static_cast<int>(leading) | Qt::TextSingleLine,
-                     titleMetrics.elidedText(title, Qt::ElideRight, line.width()));
+    texts::draw(painter, line, index.data(Qt::DisplayRole).toString(), option.direction);
     if (subtitle.isEmpty()) return;
     line = QRect(line.left(), line.bottom() + 1 + lineGap, line.width(), subtitleMetrics.height());
     painter.setFont(subtitleFont);
     painter.setPen(theme.secondary);
-    painter.drawText(line, static_cast<int>(leading) | Qt::TextSingleLine,
-                     subtitleMetrics.elidedText(subtitle, elision(subtitle), line.width()));
+    texts::draw(painter, line, subtitle, option.direction, Qt::AlignLeft, elision(subtitle));
 }
 
 QSize ResultDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const {

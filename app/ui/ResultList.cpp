@@ -7,12 +7,11 @@
 namespace velmora {
 
 ResultList::ResultList(std::shared_ptr<ResultIcons> icons, QWidget* parent)
-    : PassiveList(parent), model_(new ResultListModel), icons_(std::move(icons)) {
+    : PassiveList(Theme::listMargin, parent), model_(new ResultListModel), icons_(std::move(icons)) {
     model_->setParent(this);
     setModel(model_);
     setItemDelegate(new ResultDelegate(icons_, this));
     setAccessibleName(QStringLiteral("Results"));
-    setViewportMargins(Theme::listMargin, Theme::listMargin, 0, Theme::listMargin);
     connect(this, &QListView::clicked, this, [this](const QModelIndex& index) { onClick(index.row()); });
     icons_->onLoaded = [this] { viewport()->update(); };
 }

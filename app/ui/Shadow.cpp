@@ -23,13 +23,17 @@ double inside(double x, double y, double half, double radius) {
     return radius - std::hypot(dx, dy);
 }
 
+/// Blurring rounds the corners further.
+double blurredRadius(const Shadow& shadow) {
+    return shadow.radius + shadow.blur * 0.4;
+}
+
 QPixmap patch(const Shadow& shadow, int corner, qreal devicePixelRatio) {
     const int side = static_cast<int>(std::lround((2 * corner + 2) * devicePixelRatio));
     QImage image(side, side, QImage::Format_ARGB32_Premultiplied);
     const double centre = side / 2.0;
     const double half = (corner + 1 - shadow.blur) * devicePixelRatio;
-    // Blurring rounds the corners further.
-    const double radius = std::min(half, (shadow.radius + shadow.blur * 0.4) * devicePixelRatio);
+    const double radius = std::min(half, blurredRadius(shadow) * devicePixelRatio);
     for (int y = 0; y < side; ++y) {
         auto* const line = reinterpret_cast<QRgb*>(image.scanLine(y));
         for (int x = 0; x < side; ++x) {
@@ -46,7 +50,7 @@ QPixmap patch(const Shadow& shadow, int corner, qreal devicePixelRatio) {
 
 void Shadow::draw(QPainter& painter, const QRect& caster) const {
     const qreal ratio = painter.device()->devicePixelRatioF();
-    const int corner = 2 * blur + 2 * radius;
+    const int corner = blur + static_cast<int>(std::ceil(blurredRadius(*this)));
     const QString key = QStringLiteral("velmora-shadow-%1-%2-%3").arg(radius).arg(blur).arg(ratio);
     QPixmap pixmap;
     if (!QPixmapCache::find(key, &pixmap)) {
@@ -56,17 +60,15 @@ void Shadow::draw(QPainter& painter, const QRect& caster) const {
     const QRect target = caster.adjusted(-blur, -blur, blur, blur).translated(0, drop);
     // The corners keep their size, the edges are stretched; the middle is hidden by what casts the shadow.
     const int size = 2 * corner + 2;
-    const double device = ratio;
     const std::array<int, 4> from{0, corner, corner + 2, size};
     const std::array<int, 4> x{target.left(), target.left() + corner, target.right() + 1 - corner, target.right() + 1};
     const std::array<int, 4> y{target.top(), target.top() + corner, target.bottom() + 1 - corner, target.bottom() + 1};
     for (std::size_t row = 0; row < 3; ++row) {
         for (std::size_t column = 0; column < 3; ++column) {
             if (row == 1 && column == 1) continue;
-            painter.drawPixmap(
-                QRectF(x[column], y[row], x[column + 1] - x[column], y[row + 1] - y[row]), pixmap,
-                QRectF(from[column] * device, from[row] * device, (from[column + 1] - from[column]) * device,
-                       (from[row + 1] - from[row]) * device));
+            painter.drawPixmap(QRectF(x[column], y[row], x[column + 1] - x[column], y[row + 1] - y[row]), pixmap,
+                               QRectF(from[column] * ratio, from[row] * ratio,
+                                      (from[column + 1] - from[column]) * ratio, (from[row + 1] - from[row]) * ratio));
         }
     }
 }

@@ -33,7 +33,7 @@ QPixmap fromTheme(const SymbolDrawing& symbol, int size, qreal devicePixelRatio)
 
 QPixmap drawn(const SymbolDrawing& symbol, int size, qreal devicePixelRatio) {
     const QByteArray svg =
-        R"(<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 24 24"><g fill="none" stroke="#000" stroke-width="1.7")"
+        R"(<svg xmlns="http://www.w3.org/2000/svg" viewBox="2 2 20 20"><g fill="none" stroke="#000" stroke-width="1.9")"
         R"( stroke-linecap="round" stroke-linejoin="round">)" +
         QByteArray(symbol.drawing.data(), static_cast<qsizetype>(symbol.drawing.size())) + "</g></svg>";
     QPixmap pixmap((QSizeF(size, size) * devicePixelRatio).toSize());

@@ -12,7 +12,7 @@ namespace velmora {
 struct SymbolDrawing {
     std::string_view symbol;
     std::string_view themeNames;  ///< separated by blanks, the best one first; symbolic (one-coloured) icons only
-    std::string_view drawing;     ///< SVG elements on a 24 × 24 grid, stroked unless they say otherwise
+    std::string_view drawing;  ///< SVG elements on a 24 × 24 grid less a rim of 2, stroked unless they say otherwise
 };
 
 /// Every symbol the program shows.

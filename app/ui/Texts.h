@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QPainter>
 #include <QString>
 #include <string_view>
 
@@ -15,5 +16,10 @@ inline QString line(std::string_view text) {
     constexpr std::size_t longest = 1024;  // bytes; measuring a text costs time in proportion to its length
     return of(text.substr(0, longest)).simplified();
 }
+
+/// Draws one line, centred vertically, at the leading (or trailing) end of `area` in a window of that direction; the
+/// text itself reads in its own. What does not fit is elided.
+void draw(QPainter& painter, const QRect& area, const QString& text, Qt::LayoutDirection window,
+          Qt::AlignmentFlag end = Qt::AlignLeft, Qt::TextElideMode elision = Qt::ElideRight);
 
 }  // namespace velmora::texts

@@ -64,10 +64,13 @@ Theme Theme::of(const QPalette& palette) {
     theme.accent = accentOf(palette, theme);
     theme.selection = mix(theme.background, theme.accent, theme.dark ? 0.26 : 0.13);
     theme.hover = mix(theme.background, theme.text, 0.04);
-    theme.chip = mix(theme.background, theme.text, theme.dark ? 0.12 : 0.07);
+    const float chipShare = theme.dark ? 0.12F : 0.07F;
+    theme.chip = theme.text;
+    theme.chip.setAlphaF(chipShare);
     theme.separator = mix(theme.background, theme.text, theme.dark ? 0.12 : 0.10);
     theme.border = mix(theme.background, theme.text, theme.dark ? 0.22 : 0.18);
-    theme.secondary = readableMix(theme, 0.60, {theme.background, theme.selection, theme.chip});
+    theme.secondary =
+        readableMix(theme, 0.60, {theme.background, theme.selection, mix(theme.selection, theme.text, chipShare)});
     theme.danger = theme.dark ? QColor(0xff, 0x8a, 0x80) : QColor(0xb3, 0x26, 0x1e);
     theme.dangerFill = mix(theme.background, theme.danger, theme.dark ? 0.16 : 0.08);
     return theme;

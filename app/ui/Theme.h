@@ -17,7 +17,7 @@ struct Theme {
     QColor secondary;  ///< subtitles, hints, placeholders
     QColor separator;
     QColor border;  ///< the edge of windows and popovers
-    QColor chip;    ///< behind key caps and small buttons
+    QColor chip;    ///< behind key caps and small buttons; translucent, for it lies on other grounds
     QColor hover;
     QColor accent;
     QColor selection;  ///< behind the selected row

@@ -28,6 +28,7 @@ if(NOT VELMORA_HEADLESS)
       SymbolDrawings.cpp
       SymbolIcons.cpp
       SystemAppearance.cpp
+      Texts.cpp
       Theme.cpp
     LINKS velmora_ui_state velmora_log Qt6::Widgets Qt6::Svg Qt6::DBus)
   set_target_properties(velmora_views PROPERTIES AUTOMOC ON)

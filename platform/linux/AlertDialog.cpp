@@ -5,6 +5,7 @@
 #include <QHBoxLayout>
 #include <QIcon>
 #include <QLabel>
+#include <QPainter>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScreen>
@@ -18,7 +19,12 @@ namespace {
 constexpr int textWidth = 352;
 constexpr int longestDetailHeight = 240;
 constexpr int iconSize = 48;
+constexpr double cornerRadius = 12;
+constexpr float edgeShare = 0.25F;
 constexpr int allow = QDialog::Accepted;
+constexpr Qt::WindowFlags sheetFlags = Qt::Dialog | Qt::FramelessWindowHint;
+constexpr Qt::WindowFlags framedFlags =
+    Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint;
 
 QIcon icon(AlertDialog::Kind kind, const QStyle& style) {
     const bool warning = kind == AlertDialog::Kind::confirmation;
@@ -28,12 +34,12 @@ QIcon icon(AlertDialog::Kind kind, const QStyle& style) {
 
 }  // namespace
 
-AlertDialog::AlertDialog(Kind kind, const QString& title, const QString& detail, QWidget* parent) : QDialog(parent) {
+AlertDialog::AlertDialog(Kind kind, const QString& title, const QString& detail, QWidget* parent, bool translucent)
+    : QDialog(parent, parent ? sheetFlags : framedFlags) {
     setWindowTitle(QStringLiteral("Velmora"));
     setAccessibleName(title);
     setAccessibleDescription(detail);
     setWindowModality(parent ? Qt::WindowModal : Qt::ApplicationModal);
-    setWindowFlag(Qt::WindowContextHelpButtonHint, false);
     if (!parent || parent->windowFlags().testFlag(Qt::WindowStaysOnTopHint)) setWindowFlag(Qt::WindowStaysOnTopHint);
 
     auto* const picture = new QLabel(this);
@@ -67,10 +73,19 @@ AlertDialog::AlertDialog(Kind kind, const QString& title, const QString& detail,
     column->setSizeConstraint(QLayout::SetFixedSize);
     column->addLayout(top);
     column->addWidget(buttonRow(kind));
+    if (parent) becomeSheet(*parent, translucent);
 }
 
 AlertDialog::~AlertDialog() {
     answer(Answer::dismissed);
+}
+
+void AlertDialog::becomeSheet(const QWidget& parent, bool translucent) {
+    setAttribute(Qt::WA_TranslucentBackground, translucent);
+    ensurePolished();
+    adjustSize();
+    const QRect below = parent.frameGeometry();
+    move(below.center() - QPoint(width() / 2, height() / 2));
 }
 
 QWidget* AlertDialog::detailWidget(const QString& detail) {
@@ -130,6 +145,18 @@ void AlertDialog::done(int result) {
 
 void AlertDialog::answer(Answer answer) {
     if (const auto callback = std::exchange(onAnswer, nullptr)) callback(answer);
+}
+
+void AlertDialog::paintEvent(QPaintEvent* event) {
+    if (!windowFlags().testFlag(Qt::FramelessWindowHint)) return QDialog::paintEvent(event);
+    const double radius = testAttribute(Qt::WA_TranslucentBackground) ? cornerRadius : 0;
+    QColor edge = palette().color(QPalette::WindowText);
+    edge.setAlphaF(edgeShare);
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(edge, 1));
+    painter.setBrush(palette().window());
+    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
 }
 
 void AlertDialog::showEvent(QShowEvent* event) {

@@ -11,8 +11,9 @@ class AlertDialog final : public QDialog {
     enum class Kind { confirmation, failure };
     enum class Answer { dismissed, allowed };
 
-    /// A sheet on `parent` when there is one, a window of its own otherwise.
-    AlertDialog(Kind kind, const QString& title, const QString& detail, QWidget* parent);
+    /// A sheet on `parent` when there is one, with round corners where windows may be `translucent`; a window of its
+    /// own otherwise.
+    AlertDialog(Kind kind, const QString& title, const QString& detail, QWidget* parent, bool translucent);
     /// Closing it by destroying it (its parent, say) dismisses it.
     ~AlertDialog() override;
 
@@ -21,9 +22,11 @@ class AlertDialog final : public QDialog {
 
   protected:
     void done(int result) override;
+    void paintEvent(QPaintEvent* event) override;
     void showEvent(QShowEvent* event) override;
 
   private:
+    void becomeSheet(const QWidget& parent, bool translucent);
     QWidget* detailWidget(const QString& detail);
     QWidget* buttonRow(Kind kind);
     void answer(Answer answer);

@@ -35,8 +35,8 @@ bool isExecutable(const std::string& path) {
 
 DesktopEnvironment DesktopEnvironment::ofProcess(std::string home) {
     DesktopEnvironment made;
-    const std::vector<std::string> dataHome = folders(std::getenv("XDG_DATA_HOME"), nullptr);
-    made.dataHome = dataHome.size() == 1 ? dataHome.front() : home + "/.local/share";
+    const char* const dataHome = std::getenv("XDG_DATA_HOME");
+    made.dataHome = dataHome && *dataHome == '/' ? dataHome : home + "/.local/share";
     made.home = std::move(home);
     made.dataFolders = folders(std::getenv("XDG_DATA_DIRS"), "/usr/local/share:/usr/share");
     made.currentDesktops = split(std::getenv("XDG_CURRENT_DESKTOP"));

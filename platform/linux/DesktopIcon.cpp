@@ -28,7 +28,8 @@ std::optional<std::string> bundleIcon(const std::string& path) {
     if (name.empty() || name.find('/') != std::string::npos || name.find('\0') != std::string::npos)
         return std::nullopt;
     for (const char* const ending : {"", ".icns", ".png", ".svg"}) {
-        std::string image = path + "/Contents/Resources/" + name + ending;
+        std::string image = path;
+        image.append("/Contents/Resources/").append(name).append(ending);
         std::error_code ignored;
         if (std::filesystem::is_regular_file(image, ignored)) return image;
     }

@@ -4,6 +4,7 @@
 
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 namespace velmora {
 namespace {

@@ -159,10 +159,12 @@ std::optional<BundleInformation> LinuxApplicationBundles::read(const std::string
     if (!current) return std::nullopt;
     Description found =
         cache_->at(path, *current, [&] { return isEntry ? describeEntry(path, environment_) : describeBundle(path); });
-    if (!isEntry || !found.information->identifier) return std::move(found.information);
-    found.information->identifier = desktopId(path, root);
-    if (!found.tryExec.empty() && !environment_.findProgram(found.tryExec)) found.information->hidden = true;
-    return std::move(found.information);
+    auto& information = found.information;
+    if (isEntry && information && information->identifier) {
+        information->identifier = desktopId(path, root);
+        if (!found.tryExec.empty() && !environment_.findProgram(found.tryExec)) information->hidden = true;
+    }
+    return std::move(information);
 }
 
 }  // namespace velmora

@@ -75,6 +75,7 @@ SessionBus::Activation SessionBus::activate(const std::string& desktopId, const 
     const Message message =
         methodCall(bus, desktopId.c_str(), path, "org.freedesktop.Application", urls.empty() ? "Activate" : "Open");
     std::vector<char*> addresses;
+    addresses.reserve(urls.size() + 1);
     for (const std::string& url : urls)
         addresses.push_back(
             const_cast<char*>(url.c_str()));  // NOLINT(cppcoreguidelines-pro-type-const-cast): only read
@@ -83,7 +84,7 @@ SessionBus::Activation SessionBus::activate(const std::string& desktopId, const 
     if (!urls.empty()) isWhole = isWhole && sd_bus_message_append_strv(message.get(), addresses.data()) >= 0;
     isWhole = isWhole && sd_bus_message_append(message.get(), "a{sv}", 0) >= 0;
     if (!isWhole) return Activation::unavailable;
-    sd_bus_error error = SD_BUS_ERROR_NULL;
+    sd_bus_error error{};
     const int answer = sd_bus_call(bus.get(), message.get(), activationMicroseconds, &error, nullptr);
     const bool isUnknown = sd_bus_error_has_name(&error, SD_BUS_ERROR_SERVICE_UNKNOWN) != 0;
     sd_bus_error_free(&error);

@@ -157,6 +157,10 @@ TEST_F(LinuxWorkspaceTest, RunsTheProgramOfABundle) {
 }
 
 TEST_F(LinuxWorkspaceTest, OpensFilesAndFoldersWithTheirDefaultApplication) {
+#ifdef __SANITIZE_THREAD__
+    // Looking for default applications starts a thread of GLib's own, whose locks the sanitizer does not see.
+    GTEST_SKIP();
+#endif
     const std::string data = std::getenv("XDG_DATA_HOME");
     workspace.emplace(pool.executor(), environment);
     const std::string file = write("odd #1 50% $(x).txt", "text");

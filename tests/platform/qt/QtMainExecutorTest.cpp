@@ -1,0 +1,82 @@
+#include "platform/linux/QtMainExecutor.h"
+
+#include "platform/Runtime.h"
+
+#include <gtest/gtest.h>
+
+#include <QTest>
+#include <QThread>
+#include <atomic>
+#include <boost/asio/post.hpp>
+#include <thread>
+
+namespace velmora {
+namespace {
+
+TEST(QtMainExecutorTest, RunsWhatAnyThreadPostsInOrderOnTheMainThread) {
+    QtMainExecutor main;
+    constexpr int threads = 4;
+    constexpr int pieces = 2000;
+    std::array<int, threads> seen{};
+    int wrong = 0;
+    std::vector<std::jthread> posters;
+    for (std::size_t i = 0; i < threads; ++i) {
+        posters.emplace_back([&, i] {
+            for (int piece = 0; piece < pieces; ++piece) {
+                // Work need not be copyable.
+                boost::asio::post(main.executor(), [&, i, own = std::make_unique<int>(piece)] {
+                    if (QThread::currentThread() != qApp->thread()) ++wrong;
+                    if (seen[i]++ != *own) ++wrong;
+                });
+            }
+        });
+    }
+    EXPECT_TRUE(
+        QTest::qWaitFor([&] { return std::all_of(seen.begin(), seen.end(), [](int n) { return n == pieces; }); }));
+    EXPECT_EQ(wrong, 0);
+}
+
+TEST(QtMainExecutorTest, NeverRunsWorkInsideThePost) {
+    QtMainExecutor main;
+    bool ran = false;
+    boost::asio::dispatch(main.executor(), [&] { ran = true; });
+    EXPECT_FALSE(ran);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return ran; }));
+}
+
+TEST(QtMainExecutorTest, CarriesTasksActorsAndClocks) {
+    QtMainExecutor main;
+    WorkerPool pool(2);
+    SystemClock clock;
+    int result = 0;
+    const TaskHandle task = spawn(main.executor(), [&]() -> Task<> {
+        Actor actor(pool.executor());
+        const int half = co_await actor.run([] { return 21; });
+        EXPECT_EQ(QThread::currentThread(), qApp->thread());
+        co_await clock.sleep(std::chrono::milliseconds(5));
+        result = 2 * half;
+    });
+    EXPECT_TRUE(QTest::qWaitFor([&] { return task.done(); }));
+    EXPECT_EQ(result, 42);
+}
+
+TEST(QtMainExecutorTest, DropsWorkWhenItIsGone) {
+    auto main = std::make_unique<QtMainExecutor>();
+    const MainExecutor executor = main->executor();
+    const auto alive = std::make_shared<int>();
+    boost::asio::post(executor, [alive] { FAIL() << "nobody is there to run it"; });
+    std::atomic<bool> stop{false};
+    std::jthread poster([&] {
+        while (!stop)
+            boost::asio::post(executor, [alive] {});
+    });
+    main.reset();
+    boost::asio::post(executor, [alive] { FAIL() << "nobody is there to run it"; });
+    stop = true;
+    poster.join();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(alive.use_count(), 1) << "what is dropped is destroyed";
+}
+
+}  // namespace
+}  // namespace velmora
