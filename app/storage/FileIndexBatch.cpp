@@ -4,6 +4,7 @@
 #include <cmath>
 #include <optional>
 #include <unordered_map>
+#include <utility>
 
 namespace velmora {
 namespace {
@@ -134,18 +135,27 @@ void writeFiles(const Database::Prepare& prepare, const std::vector<IndexedFile>
 }
 
 void deleteFiles(const Database::Prepare& prepare, const std::vector<std::string>& paths) {
+    Entries entries(prepare);
+    std::vector<std::pair<Entry, const std::string*>> found;
+    for (const std::string& path : paths) {
+        if (auto entry = entries.at(path)) found.emplace_back(*std::move(entry), &path);
+    }
+    // In the order of the rows: at each step backwards the full-text index writes out what it has gathered, which makes
+    // any other order twenty times as slow.
+    const auto byRow = [](const auto& left, const auto& right) { return left.first.row < right.first.row; };
+    std::sort(found.begin(), found.end(), byRow);
     std::optional<Statement> forget;
     if (hasFullText(prepare)) forget = prepare(removeEntry);
-    Entries entries(prepare);
     Statement remove = prepare("DELETE FROM file_index WHERE path=?");
-    for (const std::string& path : paths) {
+    const Entry* last = nullptr;
+    for (const auto& [entry, path] : found) {
+        if (last && last->row == entry.row) continue;  // a path that was given twice
+        last = &entry;
         if (forget) {
-            const auto entry = entries.at(path);
-            if (!entry) continue;
-            forget->bind({entry->row, entry->name});
+            forget->bind({entry.row, entry.name});
             forget->execute();
         }
-        remove.bind({path});
+        remove.bind({*path});
         remove.execute();
     }
 }

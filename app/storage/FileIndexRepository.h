@@ -1,8 +1,8 @@
 #pragma once
 
 #include "app/storage/Database.h"
-#include "core/IndexedFile.h"
 #include "core/Clock.h"
+#include "core/IndexedFile.h"
 
 #include <cstdint>
 #include <memory>
@@ -24,7 +24,7 @@ namespace velmora {
 class FileIndexRepository {
   public:
     /// How many rows one step deletes at most, so that a search need not wait for the end of a large deletion.
-    static constexpr std::size_t deletionStep = 4000;
+    static constexpr std::size_t deletionStep = 2000;
 
     /// `home` is what "~" stands for; `clock` must outlive the repository.
     FileIndexRepository(std::shared_ptr<Database> database, std::string home, const Clock& clock)
