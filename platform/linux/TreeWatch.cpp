@@ -79,10 +79,12 @@ void TreeWatch::fetchEvents() {
 
 void TreeWatch::handleEvents(std::int64_t since) {
     const DirectoryEvents now = std::exchange(waiting_, {});
+    const std::vector<Place> doomed = std::exchange(doomed_, {});
     for (const DirectoryEvent& event : now.events) {
         if (host_.isStopped()) return;
         handle(event);
     }
+    forgetDoomed(doomed);
     if (now.hasOverflowed) visitEverything(since, false);
     if (marks_.needsRenewal()) {
         for (WatchedRoot& root : roots_) {
@@ -93,6 +95,15 @@ void TreeWatch::handleEvents(std::int64_t since) {
         visitEverything(since, false);
     }
     if (std::exchange(rootsAreSuspect_, false)) checkRoots();
+}
+
+/// By now everything that happened in them while they were there has been handled.
+void TreeWatch::forgetDoomed(const std::vector<Place>& doomed) {
+    for (const Place& place : doomed) {
+        const WatchedFolders::Index folder = FolderVisitor::marked(folders_, roots_[place.root], place.relative);
+        if (folder == WatchedFolders::none || visitor_.canEnter(roots_[place.root], place.relative)) continue;
+        visitor_.forget(folder, false);
+    }
 }
 
 void TreeWatch::handle(const DirectoryEvent& event) {
@@ -117,10 +128,12 @@ void TreeWatch::lookAtFolder(std::size_t root, WatchedFolders::Index parent, con
     Visit visit;
     visit.relative = joined(folders_.relativePath(parent), name);
     visit.reportsAll = true;
+    visit.compares = true;
     visit.onlyIfNew = true;
-    // Of a deleted folder everything was deleted one by one.
-    visit.compares = event.hasAppeared || event.hasMovedAway;
     const Place place{root, visit.relative};
+    // Of a deleted folder everything was deleted one by one, which need not be looked up.
+    const bool isDeleted = event.isListing && !event.hasAppeared && !event.hasMovedAway;
+    if (isDeleted && !visitor_.canEnter(roots_[root], place.relative)) return doomed_.push_back(place);
     visitor_.foundDifference = false;
     const std::size_t unmarkedBefore = std::exchange(visitor_.unmarked, 0);
     const bool isEntered = visitor_.visit(roots_[root], std::move(visit), FolderVisitor::never);
@@ -148,6 +161,7 @@ void TreeWatch::recheck(const Place& place) {
     visit.compares = visit.comparesBelow = true;
     const std::size_t unmarkedBefore = visitor_.unmarked;
     visitor_.foundDifference = false;
+    visitor_.reportMissing(roots_[place.root], place.relative);
     visitor_.visit(roots_[place.root], std::move(visit), FolderVisitor::never);
     visitor_.unmarked = unmarkedBefore;
     if (visitor_.foundDifference) recheckLater(place);

@@ -39,6 +39,9 @@ class TreeWatch {
     /// What to wait on (POLLPRI) for `mountsChanged`; -1 when that cannot be known.
     [[nodiscard]] int mountDescriptor() const { return mountList_.get(); }
 
+    /// Whether events have been fetched that have not been handled; any of the other calls may have fetched some.
+    [[nodiscard]] bool hasFetchedEvents() const { return waiting_.hasOverflowed || !waiting_.events.empty(); }
+
     /// Takes waiting events over from the system. Cheap; may be called at any time.
     void fetchEvents();
 
@@ -67,6 +70,7 @@ class TreeWatch {
     void handle(const DirectoryEvent& event);
     void lookAtFolder(std::size_t root, WatchedFolders::Index parent, const std::string& name,
                       const DirectoryEvent& event);
+    void forgetDoomed(const std::vector<Place>& doomed);
     void visitEverything(std::int64_t since, bool compares);
     void checkRoots();
     void recheckLater(Place place);
@@ -86,6 +90,7 @@ class TreeWatch {
     Descriptor mountList_;
 
     DirectoryEvents waiting_;
+    std::vector<Place> doomed_;  // deleted folders, of which earlier events may still be on their way
     bool rootsAreSuspect_ = false;
     std::map<Place, Time> rechecks_;
 
