@@ -247,7 +247,8 @@ void FolderVisitor::examine(const Visit& visit, int folder, const DirectoryReade
     const bool wasFolder = known && known.mapped().isDirectory;
     const bool isFreshChange = now && isNew(now->stx_ctime) && !(unmarkedOnly_ && index != WatchedFolders::none);
     if (visit.reportsAll || isOdd || isFreshChange) host_.report(std::move(path));
-    if (isOdd && !visit.reportsAll) foundDifference = true;
+    // A link that leads nowhere never gets into the index by a report.
+    if (isOdd && !visit.reportsAll && !(now && S_ISLNK(now->stx_mode))) foundDifference = true;
     if (!isFolder && !wasFolder) return;
     if (unmarkedOnly_ && index != WatchedFolders::none && folders_.child(index, entry.name) != WatchedFolders::none)
         return;

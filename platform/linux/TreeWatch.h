@@ -67,14 +67,19 @@ class TreeWatch {
         friend auto operator<=>(const Place&, const Place&) = default;
     };
 
+    struct Recheck {
+        Time due;
+        int times = 0;  // that it has been done before
+    };
+
     void handle(const DirectoryEvent& event);
     void lookAtFolder(std::size_t root, WatchedFolders::Index parent, const std::string& name,
                       const DirectoryEvent& event);
     void forgetDoomed(const std::vector<Place>& doomed);
     void visitEverything(std::int64_t since, bool compares);
     void checkRoots();
-    void recheckLater(Place place);
-    void recheck(const Place& place);
+    void recheckLater(Place place, int times = 0);
+    void recheck(const Place& place, int times);
     void beginSweep();
     void sweepOn();
     void mountChanged(std::size_t root, const std::string& path);
@@ -92,7 +97,7 @@ class TreeWatch {
     DirectoryEvents waiting_;
     std::vector<Place> doomed_;  // deleted folders, of which earlier events may still be on their way
     bool rootsAreSuspect_ = false;
-    std::map<Place, Time> rechecks_;
+    std::map<Place, Recheck> rechecks_;
 
     std::size_t unmarked_ = 0;
     Time nextSweep_;
