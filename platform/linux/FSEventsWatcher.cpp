@@ -21,6 +21,7 @@ using SteadyTime = std::chrono::steady_clock::time_point;
 
 // Well below what makes the index give up on single paths.
 constexpr std::size_t maximumPathsPerReport = 4'000;
+constexpr std::size_t rowsPerAnswer = 2'000;
 constexpr std::size_t foldersBetweenFetches = 64;
 
 std::int64_t microsecondsNow() {
@@ -30,8 +31,9 @@ std::int64_t microsecondsNow() {
 
 int millisecondsUntil(SteadyTime time) {
     constexpr std::chrono::milliseconds longest{60'000};
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(time - std::chrono::steady_clock::now());
-    return static_cast<int>(std::clamp(left, std::chrono::milliseconds(0), longest).count());
+    const SteadyTime now = std::chrono::steady_clock::now();
+    if (time <= now) return 0;
+    return static_cast<int>(std::min(std::chrono::ceil<std::chrono::milliseconds>(time - now), longest).count());
 }
 
 }  // namespace
@@ -41,7 +43,7 @@ class FSEventsWatcher::Session final : public WatchHost, public std::enable_shar
   public:
     Session(const FSEventsWatcher& owner, const std::vector<std::string>& roots, std::uint64_t sinceID, Handler handler)
         : main_(owner.main_),
-          indexedChildren_(owner.indexedChildren_),
+          index_(owner.index_),
           options_(owner.options_),
           handler_(std::move(handler)),
           wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
@@ -81,13 +83,22 @@ class FSEventsWatcher::Session final : public WatchHost, public std::enable_shar
         if (paths_.size() >= maximumPathsPerReport) deliver(reportedUntil_);
     }
 
-    std::optional<std::vector<IndexedFile>> indexedChildren(const std::string& folder) override;
+    std::optional<std::vector<IndexedFile>> indexedChildren(const std::string& folder) override {
+        return ask([folder](IndexReading& index) { return index.children(folder); });
+    }
+
+    std::optional<std::vector<IndexedFile>> indexedBelow(const std::string& folder, const std::string& after) override {
+        return ask([folder, after](IndexReading& index) { return index.below(folder, after, rowsPerAnswer); });
+    }
 
   private:
+    using Question = std::function<Task<std::vector<IndexedFile>>(IndexReading&)>;
     struct Answer {
         bool isThere = false;
-        std::optional<std::vector<IndexedFile>> children;
+        std::optional<std::vector<IndexedFile>> rows;
     };
+
+    std::optional<std::vector<IndexedFile>> ask(Question question);
 
     void run();
     void loop();
@@ -97,7 +108,7 @@ class FSEventsWatcher::Session final : public WatchHost, public std::enable_shar
     void deliverAll();
 
     const MainExecutor main_;
-    const IndexedChildren indexedChildren_;
+    const std::shared_ptr<IndexReading> index_;
     const Options options_;
     Handler handler_;  // main thread only
 
@@ -138,7 +149,8 @@ void FSEventsWatcher::Session::loop() {
     while (!stopped_) {
         unmarked_ = watch_.unmarkedFolders();
         bool mountsChanged = false;
-        const bool hasEvents = wait(std::min(due, deadline_), mountsChanged);
+        const SteadyTime until = watch_.hasFetchedEvents() ? SteadyTime::min() : std::min(due, deadline_);
+        const bool hasEvents = wait(until, mountsChanged) || watch_.hasFetchedEvents();
         if (mountsChanged) watch_.mountsChanged();
         if (hasEvents && !waitForStop(options_.gathering)) {
             const std::int64_t now = microsecondsNow();
@@ -185,31 +197,32 @@ void FSEventsWatcher::Session::deliver(std::int64_t until) {
     });
 }
 
-std::optional<std::vector<IndexedFile>> FSEventsWatcher::Session::indexedChildren(const std::string& folder) {
-    if (!indexedChildren_) return std::nullopt;
+/// Has a question answered on the main thread and waits for it, but not beyond the stop.
+std::optional<std::vector<IndexedFile>> FSEventsWatcher::Session::ask(Question question) {
+    if (!index_) return std::nullopt;
     const auto answer = std::make_shared<Answer>();
-    spawn(main_, [self = shared_from_this(), answer, folder]() -> Task<> {
-        std::optional<std::vector<IndexedFile>> children;
+    spawn(main_, [self = shared_from_this(), answer, question = std::move(question)]() -> Task<> {
+        std::optional<std::vector<IndexedFile>> rows;
         try {
             if (!self->stopped_) {
-                auto rows = co_await self->indexedChildren_(folder);
-                children = std::move(rows);
+                auto found = co_await question(*self->index_);
+                rows = std::move(found);
             }
         } catch (...) {
-            children.reset();  // the index cannot say, which the caller copes with
+            rows.reset();  // the index cannot say, which the caller copes with
         }
         const std::lock_guard lock(self->mutex_);
-        answer->children = std::move(children);
+        answer->rows = std::move(rows);
         answer->isThere = true;
         self->changed_.notify_all();
     });
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [&] { return answer->isThere || stopped_; });
-    return std::move(answer->children);
+    return std::move(answer->rows);
 }
 
-FSEventsWatcher::FSEventsWatcher(MainExecutor main, IndexedChildren indexedChildren, Options options)
-    : main_(std::move(main)), indexedChildren_(std::move(indexedChildren)), options_(std::move(options)) {}
+FSEventsWatcher::FSEventsWatcher(MainExecutor main, std::shared_ptr<IndexReading> index, Options options)
+    : main_(std::move(main)), index_(std::move(index)), options_(std::move(options)) {}
 
 FSEventsWatcher::~FSEventsWatcher() {
     stop();

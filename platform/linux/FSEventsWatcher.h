@@ -1,12 +1,11 @@
 #pragma once
 
 #include "core/Async.h"
-#include "core/IndexedFile.h"
 #include "platform/FileEventWatching.h"
+#include "platform/IndexReading.h"
 #include "platform/linux/TreeWatch.h"
 
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -28,7 +27,8 @@ class FSEventsWatcher final : public FileEventWatching {
         std::chrono::milliseconds gathering{50};   ///< how long equal events may merge before they are fetched
     };
 
-    FSEventsWatcher(MainExecutor main, IndexedChildren indexedChildren, Options options);
+    /// Without an index there is nothing to compare with: what has gone while nobody watched stays unknown.
+    FSEventsWatcher(MainExecutor main, std::shared_ptr<IndexReading> index, Options options);
     ~FSEventsWatcher() override;
     FSEventsWatcher(const FSEventsWatcher&) = delete;
     FSEventsWatcher& operator=(const FSEventsWatcher&) = delete;
@@ -49,7 +49,7 @@ class FSEventsWatcher final : public FileEventWatching {
     class Session;
 
     const MainExecutor main_;
-    const IndexedChildren indexedChildren_;
+    const std::shared_ptr<IndexReading> index_;
     const Options options_;
     std::shared_ptr<Session> session_;
 };

@@ -23,6 +23,10 @@ std::int64_t microsecondsNow() {
         .count();
 }
 
+bool everything(const IndexedFile& /*file*/) {
+    return true;
+}
+
 std::string_view lastComponent(std::string_view path) {
     return path.substr(path.rfind('/') + 1);
 }
@@ -105,13 +109,24 @@ WatchedFolders::Index FolderVisitor::marked(const WatchedFolders& folders, const
     return folder;
 }
 
+Descriptor FolderVisitor::openFolder(const std::string& relative) {
+    if (!rootFolder_ || isPackage(lastComponent(relative))) return {};
+    if (!relative.empty() && root_->mounts->isBlocked(pathOf(relative))) return {};
+    return openBelow(rootFolder_.get(), relative, O_RDONLY | O_DIRECTORY | O_NONBLOCK);
+}
+
+bool FolderVisitor::canEnter(WatchedRoot& root, const std::string& relative) {
+    root_ = &root;
+    openRoot();
+    const bool entered = static_cast<bool>(openFolder(relative));
+    rootFolder_.reset();
+    return entered;
+}
+
 bool FolderVisitor::visitFolder(Visit visit) {
-    const bool isBlocked = rootFolder_ && !visit.relative.empty() && root_->mounts->isBlocked(pathOf(visit.relative));
-    const bool isEntered = rootFolder_ && !isBlocked && !isPackage(lastComponent(visit.relative));
-    const Descriptor folder =
-        isEntered ? openBelow(rootFolder_.get(), visit.relative, O_RDONLY | O_DIRECTORY | O_NONBLOCK) : Descriptor();
+    const Descriptor folder = openFolder(visit.relative);
     if (!folder) {
-        if (visit.compares) reportGone(visit);
+        if (visit.compares || visit.comparesBelow) reportBelow(fileNameText(pathOf(visit.relative)), everything);
         return false;
     }
     WatchedFolders::Index index = WatchedFolders::none;
@@ -181,12 +196,34 @@ void FolderVisitor::reportStale(const Indexed& indexed) {
     for (const auto& [name, file] : indexed) {
         foundDifference = true;
         host_.report(file.path);
-        if (!file.isDirectory) continue;
-        Visit below;
-        below.relative = fileNameBytes(file.path).substr(root_->path.size() + 1);
-        below.compares = true;
-        pending_.push_back(std::move(below));
+        if (file.isDirectory) reportBelow(file.path, everything);
     }
+}
+
+template <class Include>
+void FolderVisitor::reportBelow(const std::string& folder, Include include) {
+    std::string after;
+    while (!host_.isStopped()) {
+        const auto rows = host_.indexedBelow(folder, after);
+        if (!rows || rows->empty()) return;
+        for (const IndexedFile& file : *rows) {
+            if (isSkipped(file.path) || !include(file)) continue;
+            foundDifference = true;
+            host_.report(file.path);
+        }
+        after = rows->back().path;
+        host_.betweenFolders();
+    }
+}
+
+void FolderVisitor::reportMissing(WatchedRoot& root, const std::string& relative) {
+    root_ = &root;
+    openRoot();
+    reportBelow(fileNameText(pathOf(relative)), [this](const IndexedFile& file) {
+        const std::string bytes = fileNameBytes(file.path).substr(root_->path.size() + 1);
+        return !rootFolder_ || !openBelow(rootFolder_.get(), bytes, O_PATH | O_NOFOLLOW);
+    });
+    rootFolder_.reset();
 }
 
 void FolderVisitor::examine(const Visit& visit, int folder, const DirectoryReader::Entry& entry,
@@ -210,7 +247,8 @@ void FolderVisitor::examine(const Visit& visit, int folder, const DirectoryReade
     const bool wasFolder = known && known.mapped().isDirectory;
     const bool isFreshChange = now && isNew(now->stx_ctime) && !(unmarkedOnly_ && index != WatchedFolders::none);
     if (visit.reportsAll || isOdd || isFreshChange) host_.report(std::move(path));
-    if (isOdd && !visit.reportsAll) foundDifference = true;
+    // A link that leads nowhere never gets into the index by a report.
+    if (isOdd && !visit.reportsAll && !(now && S_ISLNK(now->stx_mode))) foundDifference = true;
     if (!isFolder && !wasFolder) return;
     if (unmarkedOnly_ && index != WatchedFolders::none && folders_.child(index, entry.name) != WatchedFolders::none)
         return;
@@ -218,12 +256,6 @@ void FolderVisitor::examine(const Visit& visit, int folder, const DirectoryReade
     child.comparesBelow = visit.comparesBelow;
     child.compares = visit.comparesBelow || (wasFolder && (!isFolder || visit.reportsAll || isOdd));
     pending_.push_back(std::move(child));
-}
-
-/// Whatever the index still has below a folder that is not there to be entered.
-void FolderVisitor::reportGone(const Visit& visit) {
-    const auto indexed = indexedIn(visit.relative);
-    if (indexed) reportStale(*indexed);
 }
 
 std::optional<FolderVisitor::Indexed> FolderVisitor::indexedIn(const std::string& relative) {

@@ -47,6 +47,9 @@ class FolderVisitor {
     /// (microseconds since 1970). False when the folder the visit begins with could not be entered.
     bool visit(WatchedRoot& root, Visit first, std::int64_t since);
 
+    /// Whether there is a folder at a path below the root that a visit would enter.
+    bool canEnter(WatchedRoot& root, const std::string& relative);
+
     /// The same in small steps, and staying out of folders that are marked below the first.
     void beginSweep(WatchedRoot& root, Visit first, std::int64_t since);
 
@@ -65,6 +68,9 @@ class FolderVisitor {
     /// Folders visited that could not be marked, since this was last set to 0.
     std::size_t unmarked = 0;
 
+    /// Reports what the index has anywhere below a folder and the disk has not, whatever the index has above it.
+    void reportMissing(WatchedRoot& root, const std::string& relative);
+
     /// Whether a comparison since this was last set has found anything that the index did not know.
     bool foundDifference = false;
 
@@ -74,13 +80,15 @@ class FolderVisitor {
 
     void begin(WatchedRoot& root, Visit first, std::int64_t since, bool unmarkedOnly);
     bool openRoot();
+    Descriptor openFolder(const std::string& relative);
     bool visitFolder(Visit visit);
     Place mark(const Visit& visit, int folder, WatchedFolders::Index& index);
     void read(Visit& visit, int folder, WatchedFolders::Index index);
     void examine(const Visit& visit, int folder, const DirectoryReader::Entry& entry, WatchedFolders::Index index,
                  std::optional<Indexed>& indexed);
-    void reportGone(const Visit& visit);
     void reportStale(const Indexed& indexed);
+    template <class Include>
+    void reportBelow(const std::string& folder, Include include);
     [[nodiscard]] std::optional<Indexed> indexedIn(const std::string& relative);
     [[nodiscard]] bool isNew(const struct statx_timestamp& time) const;
     [[nodiscard]] std::string pathOf(const std::string& relative) const;

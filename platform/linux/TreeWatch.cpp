@@ -14,6 +14,7 @@ using Visit = FolderVisitor::Visit;
 // More than this, and it is as if the system had dropped them.
 constexpr std::size_t maximumWaitingEvents = 200'000;
 constexpr std::size_t maximumRechecks = 1'000;
+constexpr int maximumRechecksOfOne = 4;
 constexpr std::size_t foldersPerSweepStep = 32;
 constexpr std::chrono::milliseconds betweenSweepSteps{20};
 
@@ -79,10 +80,12 @@ void TreeWatch::fetchEvents() {
 
 void TreeWatch::handleEvents(std::int64_t since) {
     const DirectoryEvents now = std::exchange(waiting_, {});
+    const std::vector<Place> doomed = std::exchange(doomed_, {});
     for (const DirectoryEvent& event : now.events) {
         if (host_.isStopped()) return;
         handle(event);
     }
+    forgetDoomed(doomed);
     if (now.hasOverflowed) visitEverything(since, false);
     if (marks_.needsRenewal()) {
         for (WatchedRoot& root : roots_) {
@@ -93,6 +96,15 @@ void TreeWatch::handleEvents(std::int64_t since) {
         visitEverything(since, false);
     }
     if (std::exchange(rootsAreSuspect_, false)) checkRoots();
+}
+
+/// By now everything that happened in them while they were there has been handled.
+void TreeWatch::forgetDoomed(const std::vector<Place>& doomed) {
+    for (const Place& place : doomed) {
+        const WatchedFolders::Index folder = FolderVisitor::marked(folders_, roots_[place.root], place.relative);
+        if (folder == WatchedFolders::none || visitor_.canEnter(roots_[place.root], place.relative)) continue;
+        visitor_.forget(folder, false);
+    }
 }
 
 void TreeWatch::handle(const DirectoryEvent& event) {
@@ -117,10 +129,12 @@ void TreeWatch::lookAtFolder(std::size_t root, WatchedFolders::Index parent, con
     Visit visit;
     visit.relative = joined(folders_.relativePath(parent), name);
     visit.reportsAll = true;
+    visit.compares = true;
     visit.onlyIfNew = true;
-    // Of a deleted folder everything was deleted one by one.
-    visit.compares = event.hasAppeared || event.hasMovedAway;
     const Place place{root, visit.relative};
+    // Of a deleted folder everything was deleted one by one, which need not be looked up.
+    const bool isDeleted = event.isListing && !event.hasAppeared && !event.hasMovedAway;
+    if (isDeleted && !visitor_.canEnter(roots_[root], place.relative)) return doomed_.push_back(place);
     visitor_.foundDifference = false;
     const std::size_t unmarkedBefore = std::exchange(visitor_.unmarked, 0);
     const bool isEntered = visitor_.visit(roots_[root], std::move(visit), FolderVisitor::never);
@@ -134,23 +148,25 @@ void TreeWatch::lookAtFolder(std::size_t root, WatchedFolders::Index parent, con
     if (event.hasMovedAway || visitor_.foundDifference) recheckLater(place);
 }
 
-void TreeWatch::recheckLater(Place place) {
+void TreeWatch::recheckLater(Place place, int times) {
     if (rechecks_.size() >= maximumRechecks) {
         rechecks_.clear();
         place.relative.clear();
     }
-    rechecks_[std::move(place)] = std::chrono::steady_clock::now() + options_.recheckDelay;
+    rechecks_[std::move(place)] = {std::chrono::steady_clock::now() + options_.recheckDelay, times};
 }
 
-void TreeWatch::recheck(const Place& place) {
+void TreeWatch::recheck(const Place& place, int times) {
     Visit visit;
     visit.relative = place.relative;
     visit.compares = visit.comparesBelow = true;
     const std::size_t unmarkedBefore = visitor_.unmarked;
     visitor_.foundDifference = false;
+    visitor_.reportMissing(roots_[place.root], place.relative);
     visitor_.visit(roots_[place.root], std::move(visit), FolderVisitor::never);
     visitor_.unmarked = unmarkedBefore;
-    if (visitor_.foundDifference) recheckLater(place);
+    // The index may have its own view of an entry for good.
+    if (visitor_.foundDifference && times + 1 < maximumRechecksOfOne) recheckLater(place, times + 1);
 }
 
 void TreeWatch::checkRoots() {
@@ -201,11 +217,11 @@ void TreeWatch::mountChanged(std::size_t root, const std::string& path) {
 TreeWatch::Time TreeWatch::doDueWork() {
     const Time now = std::chrono::steady_clock::now();
     const auto due =
-        std::find_if(rechecks_.begin(), rechecks_.end(), [&](const auto& each) { return each.second <= now; });
+        std::find_if(rechecks_.begin(), rechecks_.end(), [&](const auto& each) { return each.second.due <= now; });
     if (due != rechecks_.end()) {
-        const Place place = due->first;
+        const auto [place, again] = *due;
         rechecks_.erase(due);
-        recheck(place);
+        recheck(place, again.times);
     }
     if (isSweeping_) {
         sweepOn();
@@ -215,11 +231,14 @@ TreeWatch::Time TreeWatch::doDueWork() {
     }
     Time next = isSweeping_ ? now + betweenSweepSteps : nextSweep_;
     for (const auto& each : rechecks_)
-        next = std::min(next, each.second);
+        next = std::min(next, each.second.due);
     return next;
 }
 
 void TreeWatch::beginSweep() {
+    // Deleted folders first, whose marks are free again.
+    fetchEvents();
+    if (!hasFetchedEvents()) forgetDoomed(std::exchange(doomed_, {}));
     toSweep_.clear();
     for (const WatchedFolders::Index folder : folders_.partialFolders()) {
         toSweep_.push_back({rootOf(folder), folders_.relativePath(folder)});

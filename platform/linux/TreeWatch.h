@@ -39,6 +39,9 @@ class TreeWatch {
     /// What to wait on (POLLPRI) for `mountsChanged`; -1 when that cannot be known.
     [[nodiscard]] int mountDescriptor() const { return mountList_.get(); }
 
+    /// Whether events have been fetched that have not been handled; any of the other calls may have fetched some.
+    [[nodiscard]] bool hasFetchedEvents() const { return waiting_.hasOverflowed || !waiting_.events.empty(); }
+
     /// Takes waiting events over from the system. Cheap; may be called at any time.
     void fetchEvents();
 
@@ -64,13 +67,19 @@ class TreeWatch {
         friend auto operator<=>(const Place&, const Place&) = default;
     };
 
+    struct Recheck {
+        Time due;
+        int times = 0;  // that it has been done before
+    };
+
     void handle(const DirectoryEvent& event);
     void lookAtFolder(std::size_t root, WatchedFolders::Index parent, const std::string& name,
                       const DirectoryEvent& event);
+    void forgetDoomed(const std::vector<Place>& doomed);
     void visitEverything(std::int64_t since, bool compares);
     void checkRoots();
-    void recheckLater(Place place);
-    void recheck(const Place& place);
+    void recheckLater(Place place, int times = 0);
+    void recheck(const Place& place, int times);
     void beginSweep();
     void sweepOn();
     void mountChanged(std::size_t root, const std::string& path);
@@ -86,8 +95,9 @@ class TreeWatch {
     Descriptor mountList_;
 
     DirectoryEvents waiting_;
+    std::vector<Place> doomed_;  // deleted folders, of which earlier events may still be on their way
     bool rootsAreSuspect_ = false;
-    std::map<Place, Time> rechecks_;
+    std::map<Place, Recheck> rechecks_;
 
     std::size_t unmarked_ = 0;
     Time nextSweep_;

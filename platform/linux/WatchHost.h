@@ -26,6 +26,11 @@ class WatchHost {
 
     /// What the index has directly in a folder (text). Nothing when it cannot say.
     [[nodiscard]] virtual std::optional<std::vector<IndexedFile>> indexedChildren(const std::string& folder) = 0;
+
+    /// Some of what it has anywhere below a folder (text), in the order of paths and after one of them. Nothing when it
+    /// cannot say; none at the end.
+    [[nodiscard]] virtual std::optional<std::vector<IndexedFile>> indexedBelow(const std::string& folder,
+                                                                               const std::string& after) = 0;
 };
 
 }  // namespace velmora

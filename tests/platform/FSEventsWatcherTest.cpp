@@ -20,7 +20,7 @@ namespace {
 
 /// What the index would hold, kept from the reports alone, by the rules of the service that drives the watcher: a path
 /// that exists is written, one that does not is removed, with everything below it where it was a folder.
-class ModelIndex {
+class ModelIndex final : public IndexReading {
   public:
     void scan(const std::string& root) {
         FolderWalk walk(root, {});
@@ -54,11 +54,26 @@ class ModelIndex {
         }
     }
 
-    [[nodiscard]] std::vector<IndexedFile> children(const std::string& folder) const {
+    Task<std::vector<IndexedFile>> children(std::string folder) override { co_return childrenOf(folder); }
+
+    Task<std::vector<IndexedFile>> below(std::string folder, std::string after, std::size_t limit) override {
+        co_return rowsBelow(folder, after, limit);
+    }
+
+    [[nodiscard]] std::vector<IndexedFile> childrenOf(const std::string& folder) const {
+        auto result = rowsBelow(folder, "", SIZE_MAX);
+        std::erase_if(result,
+                      [&](const auto& file) { return file.path.find('/', folder.size() + 1) != std::string::npos; });
+        return result;
+    }
+
+    [[nodiscard]] std::vector<IndexedFile> rowsBelow(const std::string& folder, const std::string& after,
+                                                     std::size_t limit) const {
         std::vector<IndexedFile> result;
-        const std::string below = folder + '/';
-        for (auto row = rows.lower_bound(below); row != rows.end() && row->first.starts_with(below); ++row)
-            if (row->first.find('/', below.size()) == std::string::npos) result.push_back(row->second);
+        const std::string prefix = folder + '/';
+        auto row = after.empty() ? rows.lower_bound(prefix) : rows.upper_bound(after);
+        for (; row != rows.end() && row->first.starts_with(prefix) && result.size() < limit; ++row)
+            result.push_back(row->second);
         return result;
     }
 
@@ -93,9 +108,7 @@ class FSEventsWatcherTest : public testing::TestWithParam<Setup> {
     void start(std::uint64_t since = 0) { start(std::vector<std::string>{root}, since); }
 
     void start(const std::vector<std::string>& roots, std::uint64_t since = 0) {
-        watcher.emplace(
-            loop.executor(),
-            [this](std::string path) -> Task<std::vector<IndexedFile>> { co_return index.children(path); }, options);
+        watcher.emplace(loop.executor(), std::shared_ptr<IndexReading>(&index, [](auto*) {}), options);
         watcher->start(roots, since, [this](const std::vector<std::string>& paths, std::uint64_t id) {
             EXPECT_GE(id, lastID);
             lastID = id;
@@ -340,7 +353,10 @@ class HandRun final : public WatchHost {
     void betweenFolders() override {}
     void report(std::string path) override { reported.insert(std::move(path)); }
     std::optional<std::vector<IndexedFile>> indexedChildren(const std::string& folder) override {
-        return index.children(folder);
+        return index.childrenOf(folder);
+    }
+    std::optional<std::vector<IndexedFile>> indexedBelow(const std::string& folder, const std::string& after) override {
+        return index.rowsBelow(folder, after, 2);
     }
 
     ModelIndex index;
@@ -483,9 +499,7 @@ TEST_P(FSEventsWatcherTest, StartsOnceStopsAtOnceAndLeavesNothingBehind) {
 
 TEST_P(FSEventsWatcherTest, StoppingDoesNotWaitForTheIndex) {
     makeFile(at("file"));
-    FSEventsWatcher stuck(
-        loop.executor(), [](std::string) -> Task<std::vector<IndexedFile>> { co_return std::vector<IndexedFile>(); },
-        options);
+    FSEventsWatcher stuck(loop.executor(), std::make_shared<ModelIndex>(), options);
     stuck.start({root}, 1, [](const auto&, auto) {});
     // The loop does not run, so the index never answers.
     const auto begun = std::chrono::steady_clock::now();
