@@ -5,26 +5,19 @@
 #include "app/services/FileIndexService.h"
 #include "app/services/FileResults.h"
 #include "app/services/FileService.h"
+#include "app/services/IndexedEntries.h"
 #include "app/services/SystemService.h"
 #include "core/Assert.h"
 
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <limits>
 
 namespace velmora {
 namespace {
 
 std::string dataFolder(const std::string& applicationSupport) {
     return applicationSupport + "/Velmora";
-}
-
-/// What the index has in a folder, as the watcher of the disk asks for it.
-FileEventWatching::IndexedChildren childrenIn(const std::shared_ptr<Database>& database, const Platform& platform) {
-    constexpr std::int64_t everything = std::numeric_limits<std::int32_t>::max();
-    const FileIndexRepository repository(database, platform.paths.home, platform.clock);
-    return [repository](std::string folder) { return repository.list(std::move(folder), "name", everything); };
 }
 
 /// Makes the folder that holds the program's data, readable by its user alone even where it existed with other
@@ -68,7 +61,9 @@ AppServices::AppServices(Platform given, std::shared_ptr<Database> opened, Setti
       fileIndex(std::make_shared<FileIndexService>(
           platform.main, platform.pool, platform.clock,
           FileIndexRepository(database, platform.paths.home, platform.clock),
-          FileIndexService::Disk{platform.fileScanner, platform.makeFileEvents(childrenIn(database, platform)),
+          FileIndexService::Disk{platform.fileScanner,
+                                 platform.makeFileEvents(std::make_shared<IndexedEntries>(
+                                     FileIndexRepository(database, platform.paths.home, platform.clock))),
                                  platform.fileAttributes},
           FileIndexService::Folders{platform.paths.home, dataFolder(platform.paths.applicationSupport)})),
       fileSearch(std::make_shared<FileResults>(fileIndex, files)),

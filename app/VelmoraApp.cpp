@@ -95,9 +95,8 @@ int run(int argc, char** argv, bool showAtStart, SessionName& name) {
         .applicationBundles = std::make_shared<LinuxApplicationBundles>(desktop),
         .fileScanner = std::make_shared<DiskFileScanner>(desktop.home),
         .makeFileEvents =
-            [&main](FileEventWatching::IndexedChildren children) {
-                return std::make_shared<FSEventsWatcher>(main.executor(), std::move(children),
-                                                         FSEventsWatcher::Options{});
+            [&main](std::shared_ptr<IndexReading> index) {
+                return std::make_shared<FSEventsWatcher>(main.executor(), std::move(index), FSEventsWatcher::Options{});
             },
         .fileAttributes = std::make_shared<DiskFileAttributes>(),
     };

@@ -1,8 +1,5 @@
 #pragma once
 
-#include "core/Async.h"
-#include "core/IndexedFile.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -20,10 +17,6 @@ class FileEventWatching {
     /// nothing is left to report. A folder that came into being, or into the watched roots, is reported with everything
     /// below it; of one that is gone, only the folder itself may be.
     using Handler = std::function<void(std::vector<std::string> paths, std::uint64_t lastEventID)>;
-
-    /// What the index has directly in a folder, for watchers that find out by comparing what they missed. Called and run on
-    /// the main thread.
-    using IndexedChildren = std::function<Task<std::vector<IndexedFile>>(std::string folder)>;
 
     virtual ~FileEventWatching() = default;
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "core/Clock.h"
-#include "platform/FileEventWatching.h"
 #include "platform/Paths.h"
 
 #include <functional>
@@ -12,8 +11,10 @@ namespace velmora {
 class Alerts;
 class ApplicationBundles;
 class FileAttributeReading;
+class FileEventWatching;
 class FileScanner;
 class FolderPanel;
+class IndexReading;
 class Pasteboard;
 class PopUpMenu;
 class Workspace;
@@ -32,7 +33,8 @@ struct Platform {
     FolderPanel& folderPanel;
     std::shared_ptr<const ApplicationBundles> applicationBundles;
     std::shared_ptr<FileScanner> fileScanner;
-    std::function<std::shared_ptr<FileEventWatching>(FileEventWatching::IndexedChildren)> makeFileEvents;
+    /// Makes the watcher of the disk, which compares with the index what it missed.
+    std::function<std::shared_ptr<FileEventWatching>(std::shared_ptr<IndexReading>)> makeFileEvents;
     std::shared_ptr<const FileAttributeReading> fileAttributes;
 };
 

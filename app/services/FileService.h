@@ -59,7 +59,8 @@ class FileService final : public std::enable_shared_from_this<FileService> {
     /// One result for each record, in their order.
     [[nodiscard]] std::vector<ResultPointer> results(const std::vector<FileRecord>& records);
 
-    /// Lets the user choose a folder to search; its path as the index writes it, or nothing when the panel was dismissed.
+    /// Lets the user choose a folder to search; its path as the index writes it, or nothing when the panel was
+    /// dismissed.
     [[nodiscard]] Task<std::optional<std::string>> chooseDirectory();
 
   private:

@@ -29,16 +29,21 @@ Task<bool> fullTextExists(std::shared_ptr<Database> database) {
     co_return !found.empty();
 }
 
-/// The paths below `folder` that come after `last`, in order, at most `limit`.
-Task<std::vector<std::string>> pathsBelow(std::shared_ptr<Database> database, std::string folder, std::string last,
-                                          std::size_t limit) {
-    static constexpr auto sql = "SELECT path FROM file_index WHERE path>? AND path<? ORDER BY path LIMIT ?";
+/// The rows below `folder` whose path comes after `last`, in the order of the paths, at most `limit`.
+Task<std::vector<Row>> rowsBelow(std::shared_ptr<Database> database, std::string_view sql, std::string folder,
+                                 std::string last, std::size_t limit) {
     // They lie between the folder with a slash and the folder with the character after the slash.
     std::string start = prefixBelow(folder);
     std::string end = start;
     end.back() = '/' + 1;
     std::vector<SQLValue> values{std::max(start, last), std::move(end), limit};
-    const auto rows = co_await database->rows(sql, std::move(values));
+    co_return co_await database->rows(sql, std::move(values));
+}
+
+Task<std::vector<std::string>> pathsBelow(std::shared_ptr<Database> database, std::string folder, std::string last,
+                                          std::size_t limit) {
+    static constexpr auto sql = "SELECT path FROM file_index WHERE path>? AND path<? ORDER BY path LIMIT ?";
+    const auto rows = co_await rowsBelow(database, sql, folder, last, limit);
     std::vector<std::string> paths;
     for (const Row& row : rows)
         paths.emplace_back(row.text("path").value_or(""));
@@ -152,6 +157,14 @@ Task<std::vector<IndexedFile>> FileIndexRepository::list(std::string parent, std
     sql += " LIMIT ?";
     std::vector<SQLValue> values{folderPath(parent, home_), limit};
     const auto rows = co_await database_->rows(sql, std::move(values));
+    co_return filesIn(rows);
+}
+
+Task<std::vector<IndexedFile>> FileIndexRepository::below(std::string folder, std::string after,
+                                                          std::size_t limit) const {
+    static constexpr auto sql =
+        "SELECT path,name,is_directory,size,modified FROM file_index WHERE path>? AND path<? ORDER BY path LIMIT ?";
+    const auto rows = co_await rowsBelow(database_, sql, folder, after, limit);
     co_return filesIn(rows);
 }
 

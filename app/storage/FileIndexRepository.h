@@ -55,6 +55,9 @@ class FileIndexRepository {
     /// means "size".
     [[nodiscard]] Task<std::vector<IndexedFile>> list(std::string parent, std::string sort, std::int64_t limit) const;
 
+    /// What is anywhere below `folder`, taken as it is, with a path after `after`, in the order of the paths' bytes.
+    [[nodiscard]] Task<std::vector<IndexedFile>> below(std::string folder, std::string after, std::size_t limit) const;
+
     [[nodiscard]] Task<std::int64_t> count() const;
 
     /// The indexed folders, by path.

@@ -27,7 +27,7 @@ struct FakePlatform {
             .applicationBundles = std::move(bundles),
             .fileScanner = std::make_shared<FakeScanner>(disk, loop.executor()),
             .makeFileEvents =
-                [this](const FileEventWatching::IndexedChildren&) { return std::make_shared<FakeWatcher>(disk); },
+                [this](const std::shared_ptr<IndexReading>&) { return std::make_shared<FakeWatcher>(disk); },
             .fileAttributes = std::make_shared<FakeAttributes>(disk),
         };
         const AppServices::SettingsFactory makeSettings = [](AppServices& made) {
