@@ -281,7 +281,7 @@ class Subject {
 
     [[nodiscard]] bool isSound() {
         try {
-            const char* const check = "INSERT INTO file_index_fts(file_index_fts) VALUES('integrity-check')";
+            const char* const check = "INSERT INTO file_index_fts(file_index_fts,rank) VALUES('integrity-check',1)";
             loop_.write([&] { return database_->execute(check); });
             return true;
         } catch (const AppError&) {
