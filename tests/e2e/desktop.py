@@ -28,6 +28,11 @@ import xml.etree.ElementTree
 
 MARK = "VELMORA_TEST_DESKTOP"
 SHARED_DATA = ("dbus-1", "fonts", "glib-2.0", "icons", "mime", "themes")
+FONTS = """<?xml version="1.0"?>
+<!DOCTYPE fontconfig SYSTEM "urn:fontconfig:fonts.dtd">
+<fontconfig><alias><family>sans-serif</family><prefer><family>Inter</family><family>DejaVu Sans</family></prefer></alias>
+</fontconfig>
+"""
 
 
 class TimedOut(AssertionError):
@@ -102,6 +107,9 @@ class Desktop:
         for folder in folders:
             folder.mkdir(parents=True)
         self.runtime.mkdir(mode=0o700)
+        # The same letters on every machine, with the symbols that they lack from a second font.
+        (self.home / ".config/fontconfig").mkdir()
+        (self.home / ".config/fontconfig/fonts.conf").write_text(FONTS)
         # The machine's own applications stay out of sight, its icons and services do not.
         for name in SHARED_DATA:
             if os.path.isdir(f"/usr/share/{name}"):
@@ -239,20 +247,21 @@ class Desktop:
         command += ["-define", "png:exclude-chunks=date,time", "png:-"]
         return self.run_for_bytes(command)
 
-    def stable_capture(self, window=None, seconds=10.0):
-        """A picture taken once nothing has moved for a while; a blinking cursor, every half second, is no movement."""
+    def stable_capture(self, window=None, seconds=20.0):
+        """A picture taken once nothing new has appeared for a while. A blinking cursor shows nothing new."""
         deadline = time.monotonic() + seconds
-        picture = self.capture(window)
-        same_since = time.monotonic()
-        while time.monotonic() - same_since < 0.4:
+        seen = set()
+        new_at = time.monotonic()
+        while True:
+            picture = self.capture(window)
+            if picture not in seen:
+                seen.add(picture)
+                new_at = time.monotonic()
+            elif time.monotonic() - new_at > 0.4:
+                return picture
             if time.monotonic() > deadline:
                 raise TimedOut(f"the picture still moves after {seconds:g} s")
             time.sleep(0.05)
-            following = self.capture(window)
-            if following != picture:
-                picture = following
-                same_since = time.monotonic()
-        return picture
 
     def screenshot(self, path, window=None):
         pathlib.Path(path).write_bytes(self.stable_capture(window))
@@ -384,13 +393,15 @@ def read_trees():
     for line in sys.stdin:
         wanted = line.strip()
         found = []
-        # A window that closes while it is read is read again when the caller asks again.
-        with contextlib.suppress(Exception):
+        try:
             desktop = pyatspi.Registry.getDesktop(0)
             desktop.clearCache()
             for application in desktop:
                 if application is not None and application.name == wanted:
                     found += [described(window) for window in application]
+        except Exception as failure:  # pylint: disable=broad-exception-caught
+            # A window that closes while it is read is read again when the caller asks again.
+            print(f"{wanted}: {failure!r}", file=sys.stderr, flush=True)
         print(json.dumps(found), flush=True)
 
 
