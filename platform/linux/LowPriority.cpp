@@ -1,11 +1,18 @@
 #include "platform/linux/LowPriority.h"
 
-#include <linux/ioprio.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 namespace velmora {
+namespace {
+
+// As in <linux/ioprio.h>, which some kernels' headers have in a form that is no C++.
+constexpr int ioprioWhoProcess = 1;
+constexpr int ioprioClassBestEffort = 2;
+constexpr int ioprioClassShift = 13;
+
+}  // namespace
 
 void lowerThreadPriority() noexcept {
     thread_local bool isLow = false;
@@ -15,7 +22,7 @@ void lowerThreadPriority() noexcept {
     constexpr int lowestBestEffort = 7;
     // On Linux both apply to the calling thread alone. Refusals leave the priority as it is, which does no harm.
     setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), niceness);
-    syscall(SYS_ioprio_set, IOPRIO_WHO_PROCESS, 0, IOPRIO_PRIO_VALUE(IOPRIO_CLASS_BE, lowestBestEffort));
+    syscall(SYS_ioprio_set, ioprioWhoProcess, 0, ioprioClassBestEffort << ioprioClassShift | lowestBestEffort);
 }
 
 }  // namespace velmora
