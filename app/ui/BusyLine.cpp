@@ -2,6 +2,7 @@
 
 #include "app/ui/Theme.h"
 
+#include <QEvent>
 #include <QPainter>
 #include <chrono>
 #include <utility>
