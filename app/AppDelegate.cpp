@@ -1,7 +1,7 @@
 #include "app/AppDelegate.h"
 
 #include "app/AppLog.h"
-#include "app/services/ApplicationService.h"
+#include "app/services/FileIndexService.h"
 #include "app/ui/Measure.h"
 #include "app/ui/PaletteController.h"
 #include "app/ui/PaletteState.h"
@@ -49,6 +49,7 @@ Task<> AppDelegate::prepareServices() {
         return std::make_shared<SettingsState>(services);
     };
     services_ = co_await AppServices::create(platform_, makeSettings);
+    co_await services_->fileIndex->start();
     co_await services_->preferences().load();
 }
 
@@ -66,8 +67,9 @@ Task<> AppDelegate::start() {
     }
     state_ = std::make_shared<PaletteState>(services_);
     controller_ = std::make_unique<PaletteController>(
-        state_, PaletteController::Desktop{
-                    platform_.main, platform_.pool, viewPlatform_.windowManager, viewPlatform_.fileIcons, {}});
+        state_,
+        PaletteController::Desktop{platform_.main, platform_.pool, viewPlatform_.windowManager, viewPlatform_.fileIcons,
+                                   [state = state_] { state->chooseFileDirectory(); }});
     AppLog::app.info("Velmora is ready");
     if (std::exchange(showWhenReady_, false)) controller_->show();
 }
@@ -105,7 +107,10 @@ void AppDelegate::terminate(int exitCode) {
 
 Task<> AppDelegate::shutDown(int exitCode) {
     co_await startTask_.finished();
-    if (services_) co_await services_->database->close();
+    if (services_) {
+        co_await services_->fileIndex->stop();
+        co_await services_->database->close();
+    }
     QCoreApplication::exit(exitCode);
 }
 

@@ -2,6 +2,10 @@
 
 #include "app/services/ApplicationIndexer.h"
 #include "app/services/ApplicationService.h"
+#include "app/services/FileIndexService.h"
+#include "app/services/FileResults.h"
+#include "app/services/FileService.h"
+#include "app/services/IndexedEntries.h"
 #include "app/services/SystemService.h"
 #include "core/Assert.h"
 
@@ -12,11 +16,15 @@
 namespace velmora {
 namespace {
 
+std::string dataFolder(const std::string& applicationSupport) {
+    return applicationSupport + "/Velmora";
+}
+
 /// Makes the folder that holds the program's data, readable by its user alone even where it existed with other
 /// permissions.
 std::string makeDataFolder(const std::string& applicationSupport) {
     namespace fs = std::filesystem;
-    const fs::path folder = fs::path(applicationSupport) / "Velmora";
+    const fs::path folder = dataFolder(applicationSupport);
     fs::create_directories(applicationSupport);
     if (mkdir(folder.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
         throw fs::filesystem_error("The data folder cannot be made", folder,
@@ -48,6 +56,17 @@ AppServices::AppServices(Platform given, std::shared_ptr<Database> opened, Setti
       usage(database, platform.clock),
       settings(database),
       appLaunches(database, platform.clock),
+      files(std::make_shared<FileService>(platform.pool, platform.workspace, platform.pasteboard, platform.popUpMenu,
+                                          platform.folderPanel, platform.paths.home)),
+      fileIndex(std::make_shared<FileIndexService>(
+          platform.main, platform.pool, platform.clock,
+          FileIndexRepository(database, platform.paths.home, platform.clock),
+          FileIndexService::Disk{platform.fileScanner,
+                                 platform.makeFileEvents(std::make_shared<IndexedEntries>(
+                                     FileIndexRepository(database, platform.paths.home, platform.clock))),
+                                 platform.fileAttributes},
+          FileIndexService::Folders{platform.paths.home, dataFolder(platform.paths.applicationSupport)})),
+      fileSearch(std::make_shared<FileResults>(fileIndex, files)),
       makeSettings_(std::move(makeSettings)) {}
 
 SettingsState& AppServices::preferences() {

@@ -14,6 +14,8 @@
 namespace velmora {
 
 class ApplicationService;
+class FileIndexService;
+class FileService;
 class SettingsState;
 class SystemService;
 
@@ -44,6 +46,8 @@ class AppServices {
     CommandUsageStore usage;
     SettingsRepository settings;
     AppLaunchRepository appLaunches;
+    const std::shared_ptr<FileService> files;
+    const std::shared_ptr<FileIndexService> fileIndex;
 
     /// What the files and the clipboard mode search; a mode without a source finds nothing.
     std::shared_ptr<ResultSource> fileSearch;

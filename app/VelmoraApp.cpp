@@ -8,12 +8,17 @@
 #include "core/Assert.h"
 #include "platform/Runtime.h"
 #include "platform/linux/DesktopEnvironment.h"
+#include "platform/linux/DiskFileAttributes.h"
+#include "platform/linux/DiskFileScanner.h"
+#include "platform/linux/FSEventsWatcher.h"
 #include "platform/linux/LinuxApplicationBundles.h"
 #include "platform/linux/LinuxFileIcons.h"
 #include "platform/linux/LinuxWorkspace.h"
 #include "platform/linux/QtAlerts.h"
+#include "platform/linux/QtFolderPanel.h"
 #include "platform/linux/QtMainExecutor.h"
 #include "platform/linux/QtPasteboard.h"
+#include "platform/linux/QtPopUpMenu.h"
 #include "platform/linux/SessionName.h"
 #include "platform/linux/X11WindowManager.h"
 
@@ -75,9 +80,27 @@ int run(int argc, char** argv, bool showAtStart, SessionName& name) {
     X11WindowManager windowManager;
     QtAlerts alerts(windowManager);
     const auto fileIcons = std::make_shared<const LinuxFileIcons>();
-    AppDelegate delegate(Platform{main.executor(), pool.executor(), clock, Paths{desktop.home, desktop.dataHome},
-                                  workspace, pasteboard, alerts, std::make_shared<LinuxApplicationBundles>(desktop)},
-                         ViewPlatform{windowManager, fileIcons}, showAtStart);
+    QtPopUpMenu popUpMenu;
+    QtFolderPanel folderPanel;
+    const Platform platform{
+        .main = main.executor(),
+        .pool = pool.executor(),
+        .clock = clock,
+        .paths = {desktop.home, desktop.dataHome},
+        .workspace = workspace,
+        .pasteboard = pasteboard,
+        .alerts = alerts,
+        .popUpMenu = popUpMenu,
+        .folderPanel = folderPanel,
+        .applicationBundles = std::make_shared<LinuxApplicationBundles>(desktop),
+        .fileScanner = std::make_shared<DiskFileScanner>(desktop.home),
+        .makeFileEvents =
+            [&main](std::shared_ptr<IndexReading> index) {
+                return std::make_shared<FSEventsWatcher>(main.executor(), std::move(index), FSEventsWatcher::Options{});
+            },
+        .fileAttributes = std::make_shared<DiskFileAttributes>(),
+    };
+    AppDelegate delegate(platform, ViewPlatform{windowManager, fileIcons}, showAtStart);
     const TerminationSignals signals([&delegate] { delegate.terminate(); });
     name.onShow = [&delegate] { delegate.show(); };
     const auto watcher = watch(name);

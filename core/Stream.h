@@ -141,6 +141,12 @@ class StreamWriter {
         }
     }
 
+    /// Whether the next `write` would find nobody to read it. For writers that work long on one item.
+    [[nodiscard]] bool isReaderGone() const {
+        const std::lock_guard lock(state_->mutex);
+        return state_->readerGone;
+    }
+
     /// Ends the stream. Later calls of `finish` and `fail` do nothing.
     void finish() { end(nullptr); }
 

@@ -3,7 +3,9 @@
 #include <unicode/brkiter.h>
 #include <unicode/calendar.h>
 #include <unicode/coll.h>
+#include <unicode/datefmt.h>
 #include <unicode/locid.h>
+#include <unicode/measunit.h>
 #include <unicode/normalizer2.h>
 #include <unicode/numberformatter.h>
 #include <unicode/reldatefmt.h>
@@ -259,6 +261,48 @@ std::string formattedCount(std::size_t count) {
                                .formatInt(static_cast<std::int64_t>(count), status);
     const icu::UnicodeString text = formatted.toString(status);
     return U_SUCCESS(status) ? encoded(text) : std::to_string(count);
+}
+
+std::string formattedDate(TimePoint time) {
+    const std::unique_ptr<icu::DateFormat> format(
+        icu::DateFormat::createDateTimeInstance(icu::DateFormat::kMedium, icu::DateFormat::kShort));
+    icu::UnicodeString text;
+    if (format) format->format(secondsSince1970(time) * 1000, text);
+    return encoded(text);
+}
+
+std::string formattedByteCount(std::int64_t bytes) {
+    struct Unit {
+        double size;
+        icu::MeasureUnit unit;
+        int fractionDigits;
+        UNumberUnitWidth width;
+    };
+    // As many digits as tell two files apart: none for kilobytes, one for megabytes, two above.
+    static const auto* const units = new std::array<Unit, 5>{{
+        // NOLINT(cppcoreguidelines-owning-memory): never destroyed
+        {1e12, icu::MeasureUnit::getTerabyte(), 2, UNUM_UNIT_WIDTH_SHORT},
+        {1e9, icu::MeasureUnit::getGigabyte(), 2, UNUM_UNIT_WIDTH_SHORT},
+        {1e6, icu::MeasureUnit::getMegabyte(), 1, UNUM_UNIT_WIDTH_SHORT},
+        {1e3, icu::MeasureUnit::getKilobyte(), 0, UNUM_UNIT_WIDTH_SHORT},
+        {1, icu::MeasureUnit::getByte(), 0, UNUM_UNIT_WIDTH_FULL_NAME},
+    }};
+    const auto size = static_cast<double>(std::max<std::int64_t>(bytes, 0));
+    const auto fits = [size](const Unit& unit) {
+        // 999.6 KB is a megabyte once it is rounded.
+        const double rounding = unit.size == 1 ? 0 : unit.size / 1000 / 2;
+        return size >= unit.size - rounding;
+    };
+    const auto found = std::find_if(units->begin(), units->end(), fits);
+    const Unit& unit = found == units->end() ? units->back() : *found;
+    UErrorCode status = U_ZERO_ERROR;
+    const auto formatted = icu::number::NumberFormatter::withLocale(icu::Locale::getDefault())
+                               .unit(unit.unit)
+                               .unitWidth(unit.width)
+                               .precision(icu::number::Precision::maxFraction(unit.fractionDigits))
+                               .formatDouble(size / unit.size, status);
+    const icu::UnicodeString text = formatted.toString(status);
+    return U_SUCCESS(status) ? encoded(text) : std::to_string(bytes);
 }
 
 bool isWhiteSpace(char32_t character) {

@@ -3,6 +3,7 @@
 #include "core/Clock.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,6 +45,12 @@ std::string relativeTime(TimePoint then, TimePoint now);
 
 /// A whole number with the grouping of the current locale: "50,000".
 std::string formattedCount(std::size_t count);
+
+/// "Nov 14, 2023, 12:00 PM": a medium date with a short time in the current locale and time zone.
+std::string formattedDate(TimePoint time);
+
+/// "1.5 MB": a size of a file in decimal units (1 KB is 1,000 bytes) in the current locale.
+std::string formattedByteCount(std::int64_t bytes);
 
 /// True for the code points that separate words: the Unicode White_Space property.
 bool isWhiteSpace(char32_t character);

@@ -2,10 +2,25 @@
 
 #include "core/Async.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace velmora {
+
+/// An application that can open a file.
+struct FileHandler {
+    std::string name;
+    std::string path;  ///< of the application, as `Workspace::openApplication` takes it
+
+    bool operator==(const FileHandler&) const = default;
+};
+
+/// The applications for one file.
+struct FileHandlers {
+    std::optional<std::string> defaultPath;  ///< the path of the one that opens it by default
+    std::vector<FileHandler> all;            ///< most suitable first; the default may be among them
+};
 
 /// Opening things the way the desktop would.
 ///
@@ -17,6 +32,15 @@ class Workspace {
 
     /// Shows a folder in the file manager, or opens a file with its default application. `path` is absolute.
     [[nodiscard]] virtual Task<> open(std::string path) = 0;
+
+    /// Opens a file with the application at `application`.
+    [[nodiscard]] virtual Task<> openWith(std::string file, std::string application) = 0;
+
+    /// The applications that can open the file or folder at `path`.
+    [[nodiscard]] virtual Task<FileHandlers> handlers(std::string path) = 0;
+
+    /// Shows the file manager with the item at `path` selected.
+    [[nodiscard]] virtual Task<> reveal(std::string path) = 0;
 
     /// Launches the application at `path` (an application bundle in the sense of `ApplicationBundles`) with `arguments`
     /// as its arguments, passed on as they are. No arguments: launches or activates it.

@@ -46,6 +46,36 @@ bool makePrivate(const std::string& path) {
     return true;
 }
 
+/// While it lives, the schema's triggers do not fire. Statements compiled before its end compile anew after it.
+class TriggersOff {
+  public:
+    explicit TriggersOff(sqlite3* connection) : connection_(connection) { set(0); }
+    ~TriggersOff() { set(1); }
+    TriggersOff(const TriggersOff&) = delete;
+    TriggersOff& operator=(const TriggersOff&) = delete;
+
+  private:
+    void set(int on) { sqlite3_db_config(connection_, SQLITE_DBCONFIG_ENABLE_TRIGGER, on, nullptr); }
+
+    sqlite3* connection_;
+};
+
+/// While it lives, LIKE tells capitals from small letters.
+class CaseSensitiveLike {
+  public:
+    explicit CaseSensitiveLike(sqlite3* connection) : connection_(connection) {
+        if (!run(connection_, "PRAGMA case_sensitive_like=ON")) {
+            throw databaseFailure("The database query could not be prepared.", connection_);
+        }
+    }
+    ~CaseSensitiveLike() { run(connection_, "PRAGMA case_sensitive_like=OFF"); }
+    CaseSensitiveLike(const CaseSensitiveLike&) = delete;
+    CaseSensitiveLike& operator=(const CaseSensitiveLike&) = delete;
+
+  private:
+    sqlite3* connection_;
+};
+
 /// While it lives, a statement running on the connection is interrupted once a stop is requested. Unlike
 /// `sqlite3_interrupt` it can never hit another caller's statement.
 class Interruption {
@@ -96,8 +126,36 @@ Task<> Database::execute(std::string_view sql, std::vector<SQLValue> values) {
 Task<> Database::executeBatch(std::string_view sql, std::vector<std::vector<SQLValue>> rows) {
     if (rows.empty()) co_return;
     const auto self = shared_from_this();
-    const auto work = [&] { writeBatch(sql, rows); };
+    const auto work = [&] {
+        transact([&] {
+            Statement statement(connection(), sql);
+            for (const auto& values : rows) {
+                statement.bind(values);
+                statement.execute();
+            }
+        });
+    };
     co_await actor_.run(work);
+}
+
+Task<> Database::executeMatchingCase(std::string_view sql, std::vector<SQLValue> values) {
+    const auto self = shared_from_this();
+    const auto work = [&] {
+        const CaseSensitiveLike sensitive(connection());
+        Statement statement(connection(), sql);
+        statement.bind(values);
+        statement.execute();
+    };
+    co_await actor_.run(work);
+}
+
+Task<> Database::bulkWrite(std::function<void(const Prepare& prepare)> work) {
+    const auto self = shared_from_this();
+    const auto transaction = [&] {
+        const TriggersOff off(connection());
+        transact([&] { work([&](std::string_view sql) { return Statement(connection(), sql); }); });
+    };
+    co_await actor_.run(transaction);
 }
 
 Task<std::vector<Row>> Database::rows(std::string_view sql, std::vector<SQLValue> values) {
@@ -140,22 +198,18 @@ void Database::openFile(const std::string& path) {
     }
     for (const char* const statement : schema::fullText)
         run(opened, statement);
+    for (const char* const statement : schema::tuning)
+        run(opened, statement);
     if (!run(opened, schema::configuration)) throw databaseFailure("Could not configure the local database.", opened);
     handle_ = std::move(handle);
 }
 
-void Database::writeBatch(std::string_view sql, const std::vector<std::vector<SQLValue>>& rows) {
+void Database::transact(const std::function<void()>& work) {
     constexpr auto notSaved = "Could not save local data.";
     sqlite3* const open = connection();
     if (!run(open, "BEGIN IMMEDIATE")) throw databaseFailure(notSaved, open);
     try {
-        {
-            Statement statement(open, sql);
-            for (const auto& values : rows) {
-                statement.bind(values);
-                statement.execute();
-            }
-        }
+        work();
         if (!run(open, "COMMIT")) throw databaseFailure(notSaved, open);
     } catch (...) {
         run(open, "ROLLBACK");

@@ -2,8 +2,10 @@
 
 #include "app/storage/Row.h"
 #include "app/storage/SQLValue.h"
+#include "app/storage/Statement.h"
 #include "core/Async.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -42,6 +44,21 @@ class Database : public std::enable_shared_from_this<Database> {
     /// Every entry carries the same number of values. Without entries nothing happens at all.
     [[nodiscard]] Task<> executeBatch(std::string_view sql, std::vector<std::vector<SQLValue>> rows);
 
+    /// As `execute`, with a LIKE that tells capitals from small letters. Only such a LIKE can find what begins with a
+    /// text through an index that does so too, instead of reading the whole table, and on file systems where they are
+    /// different names only such a LIKE is right.
+    [[nodiscard]] Task<> executeMatchingCase(std::string_view sql, std::vector<SQLValue> values);
+
+    /// Compiles a statement on the connection, for use within the same `bulkWrite`. `sql` is fixed text.
+    using Prepare = std::function<Statement(std::string_view sql)>;
+
+    /// Runs `work` in one transaction while the schema's triggers are off: after a failure nothing of it is written.
+    ///
+    /// For batches that do the triggers' work themselves in fewer steps. A trigger makes each of its statements a
+    /// savepoint, and at each savepoint the full-text index writes out what it has gathered, which takes longer than
+    /// everything else. `work` runs on the pool; what it captures by reference must stay until the task has ended.
+    [[nodiscard]] Task<> bulkWrite(std::function<void(const Prepare& prepare)> work);
+
     /// Runs one query and returns its rows in SQLite's order. Cancelling the caller interrupts the running query, which
     /// then ends as `Cancelled`.
     [[nodiscard]] Task<std::vector<Row>> rows(std::string_view sql, std::vector<SQLValue> values = {});
@@ -56,7 +73,7 @@ class Database : public std::enable_shared_from_this<Database> {
 
     [[nodiscard]] sqlite3* connection() const;
     void openFile(const std::string& path);
-    void writeBatch(std::string_view sql, const std::vector<std::vector<SQLValue>>& rows);
+    void transact(const std::function<void()>& work);
 
     Actor actor_;
     std::unique_ptr<sqlite3, Closer> handle_;  // absent while closed

@@ -63,6 +63,7 @@ Statement::Statement(sqlite3* connection, std::string_view sql) : connection_(co
 }
 
 void Statement::bind(const std::vector<SQLValue>& values) {
+    sqlite3_reset(statement_.get());  // says again what the last run failed with, which is known
     int parameter = 0;
     for (const SQLValue& value : values) {
         if (bindOne(statement_.get(), ++parameter, value) != SQLITE_OK) {
@@ -87,6 +88,12 @@ std::optional<Row> Statement::next() {
     Row row(columns_);
     for (int i = 0; i < static_cast<int>(columns_->size()); ++i)
         row.append(columnText(statement_.get(), i));
+    return row;
+}
+
+std::optional<Row> Statement::first() {
+    auto row = next();
+    sqlite3_reset(statement_.get());
     return row;
 }
 

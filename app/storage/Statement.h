@@ -26,7 +26,7 @@ class Statement {
     /// Compiles `sql`. Fails with "The database query could not be prepared.", also when there is no statement in it.
     Statement(sqlite3* connection, std::string_view sql);
 
-    /// Binds `values` to the parameters 1, 2, 3 …; fails with "Could not bind database values.".
+    /// Binds `values` to the parameters 1, 2, 3 … for a new run; fails with "Could not bind database values.".
     void bind(const std::vector<SQLValue>& values);
 
     /// Runs a statement that returns no rows and makes it ready to run again; fails with "Could not save local data.".
@@ -35,6 +35,9 @@ class Statement {
     /// The next row; nothing at the end. Fails with "Could not read local data.", or with `Cancelled` when it was
     /// interrupted.
     std::optional<Row> next();
+
+    /// The first row, if there is one, leaving the statement ready to run again. Fails as `next` does.
+    std::optional<Row> first();
 
   private:
     struct Finalizer {

@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-/// What the benchmarks read: with VELMORA_MEASURE=1 in the environment, the moments of key presses, of requests to show the
-/// palette and of finished paints on standard error. Silent otherwise.
+/// What the benchmarks read: with VELMORA_MEASURE=1 in the environment, the moments of key presses, of requests to show
+/// the palette and of finished paints on standard error. Silent otherwise.
 namespace velmora::measure {
 
 inline bool enabled() {

@@ -3,7 +3,7 @@
 #include "app/AppServices.h"
 #include "app/services/ApplicationService.h"
 #include "app/services/SystemService.h"
-#include "app/ui/PaletteState.h"
+#include "app/ui/PaletteStateChanges.h"
 #include "core/AppError.h"
 #include "core/Assert.h"
 #include "core/Calculator.h"
@@ -82,7 +82,7 @@ void PaletteState::updateApplicationCommands() {
     if (commands == applicationCommands_) return;  // an unchanged list must not close a menu the user has open
     applicationCommands_ = commands;
     try {
-        registry_.replace("app:", std::move(commands));
+        registry_.replace(applicationPrefix, std::move(commands));
     } catch (const AppError&) {
         return showError(AppError::friendly(std::current_exception()));
     }

@@ -17,7 +17,7 @@ class PaletteInput final : public QLineEdit {
 
     [[nodiscard]] bool composing() const { return !preedit_.isEmpty(); }
 
-    std::function<void(std::string text)> onEdit = [](std::string) {};
+    std::function<void(std::string text)> onEdit = [](const std::string&) {};
     std::function<void()> submit = [] {};
     std::function<void()> tab = [] {};
     std::function<void(std::ptrdiff_t step)> move = [](std::ptrdiff_t) {};

@@ -1,13 +1,9 @@
 #include "app/ui/PaletteState.h"
 
-#include "app/AppLog.h"
 #include "app/AppServices.h"
-#include "app/services/AppActions.h"
 #include "app/services/ApplicationService.h"
-#include "app/services/PermissionService.h"
-#include "app/ui/SettingsState.h"
-#include "core/AppError.h"
-#include "core/Assert.h"
+#include "app/services/FileService.h"
+#include "app/ui/PaletteStateChanges.h"
 #include "core/Text.h"
 
 #include <algorithm>
@@ -17,60 +13,13 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::string_view applicationPrefix = "app:";
 constexpr int maximumRecents = 8;
-constexpr const char* irreversible = "This operation cannot be undone.";
 
 std::chrono::milliseconds debounce(PaletteState::Mode mode) {
     return mode == PaletteState::Mode::files ? 60ms : 180ms;
 }
 
-std::string applicationPath(const CommandResult& application) {
-    return application.id.substr(applicationPrefix.size());
-}
-
-/// The error line for a failure. A cancellation is no failure: it leaves the line empty.
-std::optional<std::string> errorLine(const std::exception_ptr& failure) {
-    try {
-        std::rethrow_exception(failure);
-    } catch (const Cancelled&) {
-        return std::nullopt;
-    } catch (...) {
-        return AppError::friendly(failure);
-    }
-}
-
-std::ptrdiff_t count(const auto& list) {
-    return static_cast<std::ptrdiff_t>(list.size());
-}
-
 }  // namespace
-
-/// Gathers the changes of one call: the views hear of them once, when the outermost call is through.
-class PaletteState::Changes {
-  public:
-    explicit Changes(PaletteState& state) : state_(state) {
-        VELMORA_ASSERT_MAIN();
-        ++state_.changeDepth_;
-    }
-    Changes(const Changes&) = delete;
-    Changes& operator=(const Changes&) = delete;
-    ~Changes() {
-        if (--state_.changeDepth_ > 0 || !std::exchange(state_.dirty_, false)) return;
-        state_.changed_.emit();
-    }
-
-  private:
-    PaletteState& state_;
-};
-
-template <class T>
-void PaletteState::set(T& field, T value) {
-    VELMORA_ASSERT(changeDepth_ > 0);
-    if (field == value) return;
-    field = std::move(value);
-    dirty_ = true;
-}
 
 PaletteState::PaletteState(std::shared_ptr<AppServices> services) : services_(std::move(services)) {}
 
@@ -111,7 +60,7 @@ Task<> PaletteState::start() {
 // What the views read.
 
 ResultPointer PaletteState::selectedResult() const {
-    if (selection_ < 0 || selection_ >= count(results_)) return nullptr;
+    if (selection_ < 0 || selection_ >= countOf(results_)) return nullptr;
     return results_[static_cast<std::size_t>(selection_)];
 }
 
@@ -145,13 +94,20 @@ void PaletteState::setQuery(std::string query) {
 
 void PaletteState::setSelection(std::ptrdiff_t selection) {
     const Changes changes(*this);
-    if (selection >= 0 && selection < count(results_)) set(selection_, selection);
+    if (selection >= 0 && selection < countOf(results_)) set(selection_, selection);
 }
 
 void PaletteState::setFileDirectory(std::optional<std::string> directory) {
     const Changes changes(*this);
     set(fileDirectory_, std::move(directory));
     search();
+}
+
+void PaletteState::chooseFileDirectory() {
+    spawn(services_->platform.main, [self = shared_from_this()]() -> Task<> {
+        const std::optional<std::string> chosen = co_await self->services_->files->chooseDirectory();
+        if (chosen) self->setFileDirectory(chosen);
+    });
 }
 
 void PaletteState::search() {
@@ -246,7 +202,7 @@ void PaletteState::move(std::ptrdiff_t step) {
     const Changes changes(*this);
     const ResultPointer selected = selectedResult();
     if (!selected) return;
-    const std::ptrdiff_t rows = showsActions_ ? count(selected->actions) : count(results_);
+    const std::ptrdiff_t rows = showsActions_ ? countOf(selected->actions) : countOf(results_);
     if (rows == 0) return;
     std::ptrdiff_t& field = showsActions_ ? actionSelection_ : selection_;
     set(field, ((field + step) % rows + rows) % rows);
@@ -310,7 +266,7 @@ void PaletteState::beginArguments() {
 Task<> PaletteState::loadRecents(ResultPointer target) {
     std::vector<AppLaunchRecord> recents;
     try {
-        recents = co_await services_->appLaunches.recents(applicationPath(*target), maximumRecents);
+        recents = co_await services_->appLaunches.recents(applicationPath(target->id), maximumRecents);
     } catch (const std::exception&) {
         co_return;  // nothing to offer; typing arguments still works
     }
@@ -327,114 +283,6 @@ void PaletteState::cancelWork() {
 void PaletteState::showError(std::string sentence) {
     const Changes changes(*this);
     set(error_, std::optional(std::move(sentence)));
-}
-
-// Running things.
-
-void PaletteState::execute(std::optional<CommandAction> action) {
-    const Changes changes(*this);
-    if (busy_) return;
-    if (argumentTarget_) return executeArguments(std::move(action));
-    if (mode_ == Mode::ai) return askAI();
-    const ResultPointer selected = selectedResult();
-    if (!selected) return;
-    if (!action) action = chosenAction();
-    if (!action) return;
-    set(busy_, true);
-    set(error_, std::optional<std::string>());
-    spawn(services_->platform.main,
-          [self = shared_from_this(), selected, action = *std::move(action)] { return self->run(selected, action); });
-}
-
-std::optional<CommandAction> PaletteState::chosenAction() const {
-    const auto& actions = selectedResult()->actions;
-    const std::ptrdiff_t index = showsActions_ ? actionSelection_ : 0;
-    if (index < 0 || index >= count(actions)) return std::nullopt;
-    return actions[static_cast<std::size_t>(index)];
-}
-
-Task<> PaletteState::run(ResultPointer result, CommandAction action) {
-    std::exception_ptr failure;
-    try {
-        co_await services_->permissions.authorize(action.role, action.title, irreversible);
-        co_await action.execute();
-    } catch (...) {
-        failure = std::current_exception();
-    }
-    if (failure) {
-        const Changes changes(*this);
-        set(error_, errorLine(failure));
-        set(busy_, false);
-        co_return;
-    }
-    AppLog::command.info("Command completed");
-    if (!result->keepsOpen) hide();
-    co_await recordUse(result->id);
-    const Changes changes(*this);
-    set(busy_, false);
-}
-
-Task<> PaletteState::recordUse(std::string id) {
-    try {
-        co_await services_->usage.record(id);
-        usages_ = co_await services_->usage.load();
-    } catch (const std::exception&) {
-        AppLog::database.error("Usage statistics could not be saved");
-    }
-}
-
-void PaletteState::executeArguments(std::optional<CommandAction> action) {
-    if (!text::trimmed(query_).empty()) return launchWithArguments(query_);
-    if (!selectedResult()) return;
-    if (!action) action = chosenAction();
-    if (!action) return;
-    spawn(services_->platform.main, [self = shared_from_this(), action = *std::move(action)]() -> Task<> {
-        std::exception_ptr failure;
-        try {
-            co_await action.execute();
-        } catch (...) {
-            failure = std::current_exception();
-        }
-        const Changes changes(*self);
-        if (failure) self->set(self->error_, errorLine(failure));
-    });
-}
-
-void PaletteState::launchWithArguments(std::string arguments) {
-    const Changes changes(*this);
-    if (busy_ || !argumentTarget_ || text::trimmed(arguments).empty()) return;
-    set(busy_, true);
-    set(error_, std::optional<std::string>());
-    spawn(services_->platform.main, [self = shared_from_this(), id = argumentTarget_->id,
-                                     arguments = std::move(arguments)] { return self->launch(id, arguments); });
-}
-
-Task<> PaletteState::launch(std::string id, std::string arguments) {
-    const std::string path = id.substr(applicationPrefix.size());
-    std::exception_ptr failure;
-    try {
-        co_await services_->applications->open(path, LaunchArguments::split(arguments));
-        AppLog::command.info("Application launched with arguments");
-        co_await services_->appLaunches.record(path, arguments);
-    } catch (...) {
-        failure = std::current_exception();
-    }
-    if (failure) {
-        const Changes changes(*this);
-        set(error_, errorLine(failure));
-        set(busy_, false);
-        co_return;
-    }
-    co_await recordUse(id);
-    const Changes changes(*this);
-    hide();
-    set(busy_, false);
-}
-
-void PaletteState::askAI() {
-    if (text::trimmed(query_).empty()) return;
-    // Requests join with the assistant; until the user has enabled them there is only this to say.
-    set(error_, std::optional<std::string>("Enable AI Requests and save an API key in Settings → AI."));
 }
 
 }  // namespace velmora

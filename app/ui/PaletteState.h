@@ -73,6 +73,8 @@ class PaletteState : public std::enable_shared_from_this<PaletteState> {
     void setQuery(std::string query);
     void setSelection(std::ptrdiff_t selection);
     void setFileDirectory(std::optional<std::string> directory);
+    /// Lets the user choose the folder that the files mode searches.
+    void chooseFileDirectory();
     /// Lists afresh what the query finds in the present mode.
     void search();
     /// Moves the selection, or that of the open actions menu, by `step` rows and around the ends.

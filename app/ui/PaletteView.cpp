@@ -164,24 +164,26 @@ void PaletteView::refreshInputRow() {
     const bool hasFolder = state_->mode() == Mode::files && chooseFileDirectory_;
     folder_->setVisible(hasFolder);
     if (!hasFolder) return;
-    const auto& directory = state_->fileDirectory();
-    const QString name = directory ? QFileInfo(texts::of(*directory)).fileName() : QStringLiteral("All Folders");
-    folder_->setText(name.isEmpty() ? texts::of(*directory) : name);
-    folder_->setToolTip(directory ? texts::of(*directory).toHtmlEscaped() : QString());
+    const QString directory = texts::of(state_->fileDirectory().value_or(""));
+    const QString name = directory.isEmpty() ? QStringLiteral("All Folders") : QFileInfo(directory).fileName();
+    folder_->setText(name.isEmpty() ? directory : name);
+    folder_->setToolTip(directory.toHtmlEscaped());
     folder_->updateGeometry();
 }
 
 void PaletteView::refreshNotices() {
     busyLine_->setBusy(state_->searching() || state_->busy());
-    error_->show(state_->error() ? texts::line(*state_->error()) : QString());
+    error_->show(texts::line(state_->error().value_or("")));
     argumentHelp_->show(state_->argumentTarget() ? argumentHelp : QString());
 }
 
 void PaletteView::refreshContent() {
     list_->show(state_->results(), state_->selection());
     const ResultPointer selected = state_->selectedResult();
-    if (state_->showsPreview() && selected && selected->previewText) {
-        preview_->show(*selected->previewText);
+    static const std::optional<std::string> nothing;
+    const std::optional<std::string>& text = selected ? selected->previewText : nothing;
+    if (state_->showsPreview() && text) {
+        preview_->show(*text);
         content_->setCurrentWidget(preview_);
     } else if (state_->mode() == Mode::ai) {
         answer_->show(state_->aiIntroduction());

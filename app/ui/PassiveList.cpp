@@ -3,6 +3,8 @@
 #include "app/ui/SlimScrollBar.h"
 
 #include <QAccessible>
+#include <QMouseEvent>
+#include <utility>
 
 namespace velmora {
 namespace {
@@ -47,6 +49,19 @@ void PassiveList::announceSelection() {
 
 QItemSelectionModel::SelectionFlags PassiveList::selectionCommand(const QModelIndex& index, const QEvent* event) const {
     return event ? QItemSelectionModel::NoUpdate : QListView::selectionCommand(index, event);
+}
+
+void PassiveList::mousePressEvent(QMouseEvent* event) {
+    pressedBeside_ = !indexAt(event->pos()).isValid();
+    pressedBeside_ ? event->ignore() : QListView::mousePressEvent(event);
+}
+
+void PassiveList::mouseMoveEvent(QMouseEvent* event) {
+    pressedBeside_ ? event->ignore() : QListView::mouseMoveEvent(event);
+}
+
+void PassiveList::mouseReleaseEvent(QMouseEvent* event) {
+    std::exchange(pressedBeside_, false) ? event->ignore() : QListView::mouseReleaseEvent(event);
 }
 
 void PassiveList::currentChanged(const QModelIndex& current, const QModelIndex& previous) {

@@ -21,6 +21,13 @@ class PassiveList : public QListView {
     [[nodiscard]] QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex& index,
                                                                        const QEvent* event) const override;
     void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
+    // Where there is no row, the mouse is the window's.
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+
+  private:
+    bool pressedBeside_ = false;
 };
 
 }  // namespace velmora

@@ -57,14 +57,53 @@ void launchBundle(const DesktopEnvironment& environment, const std::string& path
     start(environment, std::move(arguments), {}, std::filesystem::path(path).stem().string(), false);
 }
 
+std::string urlOf(GFile* file) {
+    const glib::String url(g_file_get_uri(file));
+    return url.get();
+}
+
 void openWithDefault(const DesktopEnvironment& environment, const std::string& path) {
     const glib::Object<GFile> file(g_file_new_for_path(path.c_str()));
     const glib::Object<GAppInfo> handler(g_file_query_default_handler(file.get(), nullptr, nullptr));
     if (!handler || !G_IS_DESKTOP_APP_INFO(handler.get())) throw std::runtime_error("Nothing opens this kind of file");
     const char* const entry = g_desktop_app_info_get_filename(G_DESKTOP_APP_INFO(handler.get()));
     if (!entry) throw std::runtime_error("The default application has no desktop entry");
-    const glib::String url(g_file_get_uri(file.get()));
-    launchEntry(environment, entry, {path}, {url.get()}, true);
+    launchEntry(environment, entry, {path}, {urlOf(file.get())}, true);
+}
+
+/// The desktop entry of an application, when it has one.
+std::optional<std::string> entryOf(GAppInfo* application) {
+    if (!application || !G_IS_DESKTOP_APP_INFO(application)) return std::nullopt;
+    const char* const path = g_desktop_app_info_get_filename(G_DESKTOP_APP_INFO(application));
+    return path ? std::optional<std::string>(path) : std::nullopt;
+}
+
+FileHandlers handlersOf(const std::string& path) {
+    const glib::Object<GFile> file(g_file_new_for_path(path.c_str()));
+    const glib::Object<GFileInfo> information(g_file_query_info(file.get(), G_FILE_ATTRIBUTE_STANDARD_CONTENT_TYPE,
+                                                                G_FILE_QUERY_INFO_NONE, nullptr, nullptr));
+    if (!information) throw std::runtime_error("The kind of the file is not known");
+    const char* const type = g_file_info_get_content_type(information.get());
+    FileHandlers handlers;
+    if (!type) return handlers;
+    const glib::Object<GAppInfo> byDefault(g_app_info_get_default_for_type(type, FALSE));
+    handlers.defaultPath = entryOf(byDefault.get());
+    GList* const all = g_app_info_get_all_for_type(type);
+    for (const GList* item = all; item; item = item->next) {
+        const glib::Object<GAppInfo> application(G_APP_INFO(item->data));
+        if (const auto entry = entryOf(application.get())) {
+            handlers.all.push_back({g_app_info_get_display_name(application.get()), *entry});
+        }
+    }
+    g_list_free(all);
+    return handlers;
+}
+
+void revealItem(const DesktopEnvironment& environment, const std::string& path) {
+    const glib::Object<GFile> file(g_file_new_for_path(path.c_str()));
+    if (SessionBus::showItem(urlOf(file.get()))) return;
+    // Without a file manager on the bus, its folder is the nearest there is to show.
+    openWithDefault(environment, std::filesystem::path(path).parent_path().string());
 }
 
 }  // namespace
@@ -76,6 +115,27 @@ Task<> LinuxWorkspace::open(std::string path) {
     // An actor for each call: an application that is slow to answer holds nobody else up.
     Actor worker(pool_);
     const auto work = [environment = environment_, &path] { openWithDefault(*environment, path); };
+    co_await worker.run(work);
+}
+
+Task<> LinuxWorkspace::openWith(std::string file, std::string application) {
+    Actor worker(pool_);
+    const auto work = [environment = environment_, &file, &application] {
+        const glib::Object<GFile> document(g_file_new_for_path(file.c_str()));
+        launchEntry(*environment, application, {file}, {urlOf(document.get())}, true);
+    };
+    co_await worker.run(work);
+}
+
+Task<FileHandlers> LinuxWorkspace::handlers(std::string path) {
+    Actor worker(pool_);
+    const auto work = [&path] { return handlersOf(path); };
+    co_return co_await worker.run(work);
+}
+
+Task<> LinuxWorkspace::reveal(std::string path) {
+    Actor worker(pool_);
+    const auto work = [environment = environment_, &path] { revealItem(*environment, path); };
     co_await worker.run(work);
 }
 

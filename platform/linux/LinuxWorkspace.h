@@ -16,6 +16,9 @@ class LinuxWorkspace final : public Workspace {
     LinuxWorkspace(Executor pool, DesktopEnvironment environment);
 
     [[nodiscard]] Task<> open(std::string path) override;
+    [[nodiscard]] Task<> openWith(std::string file, std::string application) override;
+    [[nodiscard]] Task<FileHandlers> handlers(std::string path) override;
+    [[nodiscard]] Task<> reveal(std::string path) override;
     [[nodiscard]] Task<> openApplication(std::string path, std::vector<std::string> arguments) override;
 
   private:

@@ -68,7 +68,9 @@ void QtAlerts::showNext() {
     const Question& question = *questions_.front();
     if (QWidget* const active = QApplication::activeWindow()) parent_ = active;
     if (parent_ && !parent_->isVisible()) parent_ = nullptr;
-    dialog_ = new AlertDialog(question.kind, question.title, question.detail, parent_, windowManager_.composited());
+    auto dialog = std::make_unique<AlertDialog>(question.kind, question.title, question.detail, parent_,
+                                                windowManager_.composited());
+    dialog_ = dialog.release();  // its parent's, or deleted when it is closed
     dialog_->onAnswer = [this](AlertDialog::Answer answer) { end(answer); };
     dialog_->show();
     bringForward(*dialog_, windowManager_);

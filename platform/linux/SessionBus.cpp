@@ -93,6 +93,15 @@ SessionBus::Activation SessionBus::activate(const std::string& desktopId, const 
     throw std::runtime_error("The application did not come up on the session bus");
 }
 
+bool SessionBus::showItem(const std::string& url) {
+    const Bus bus = open();
+    if (!bus) return false;
+    const Message message = methodCall(bus, "org.freedesktop.FileManager1", "/org/freedesktop/FileManager1",
+                                       "org.freedesktop.FileManager1", "ShowItems");
+    return message && sd_bus_message_append(message.get(), "ass", 1, url.c_str(), "") >= 0 &&
+           sd_bus_call(bus.get(), message.get(), activationMicroseconds, nullptr, nullptr) >= 0;
+}
+
 void SessionBus::separate(int process, const std::string& desktopId) {
     const Bus bus = open();
     if (!bus) return;

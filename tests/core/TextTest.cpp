@@ -40,6 +40,21 @@ TEST(Text, CountsUserPerceivedCharacters) {
     EXPECT_EQ(text::prefix("ab", 0), "");
 }
 
+TEST(Text, SizesFilesInDecimalUnits) {
+    const struct {
+        std::int64_t bytes;
+        const char* size;
+    } cases[] = {
+        {0, "0 bytes"},        {1, "1 byte"},
+        {999, "999 bytes"},    {1000, "1 kB"},
+        {999'499, "999 kB"},   {999'700, "1 MB"},
+        {1'550'000, "1.6 MB"}, {2'345'678'901, "2.35 GB"},
+        {-5, "0 bytes"},       {5'000'000'000'000, "5 TB"},
+    };
+    for (const auto& [bytes, size] : cases)
+        EXPECT_EQ(text::formattedByteCount(bytes), size);
+}
+
 TEST(Text, NamesTimesRelativeToNow) {
     const TimePoint noon = timeFromSeconds(1'699'963'200);  // 2023-11-14 12:00 UTC
     const struct {

@@ -2,7 +2,9 @@
 
 #include "app/services/ResultSource.h"
 #include "platform/Alerts.h"
+#include "platform/FolderPanel.h"
 #include "platform/Pasteboard.h"
+#include "platform/PopUpMenu.h"
 #include "tests/fakes/ManualClock.h"
 
 #include <deque>
@@ -22,6 +24,29 @@ class FakePasteboard final : public Pasteboard {
 
     bool refuses = false;
     std::optional<std::string> text;
+};
+
+/// A menu and a folder panel in which the user always makes the same choice.
+class FakeMenu final : public PopUpMenu {
+  public:
+    [[nodiscard]] Task<std::optional<std::size_t>> choose(std::vector<std::string> titles) override {
+        shown.push_back(titles);
+        co_return choice;
+    }
+
+    std::optional<std::size_t> choice;
+    std::vector<std::vector<std::string>> shown;
+};
+
+class FakeFolderPanel final : public FolderPanel {
+  public:
+    [[nodiscard]] Task<std::optional<std::string>> chooseFolder(FolderPanelRequest request) override {
+        requests.push_back(request);
+        co_return choice;
+    }
+
+    std::optional<std::string> choice;
+    std::vector<FolderPanelRequest> requests;
 };
 
 /// Answers questions as told, and remembers them. A question without an answer waits for `clock` to come round.

@@ -30,9 +30,27 @@ class FakeWorkspace final : public Workspace {
         launches.push_back({path, arguments});
     }
 
+    [[nodiscard]] Task<> openWith(std::string file, std::string application) override {
+        co_await answer();
+        openedWith.push_back({application, {file}});
+    }
+
+    [[nodiscard]] Task<FileHandlers> handlers(std::string) override {
+        co_await answer();
+        co_return fileHandlers;
+    }
+
+    [[nodiscard]] Task<> reveal(std::string path) override {
+        co_await answer();
+        revealed.push_back(path);
+    }
+
     bool fails = false;
     std::chrono::milliseconds delay{0};
+    FileHandlers fileHandlers;
     std::vector<std::string> opened;
+    std::vector<std::string> revealed;
+    std::vector<Launch> openedWith;
     std::vector<Launch> launches;
 
   private:

@@ -72,6 +72,10 @@ ASIO_USERS = ("core/Async", "core/Stream", "core/AsioImplementation", "platform/
 FOREIGN_WORDS = re.compile(r"\b([Tt]he|per|[Ss]ee) spec\b|\b[Ss]pecification\b|\b[Pp]arts? \d+\.\d+")
 
 
+# Sources that a state is divided into.
+PARTS_OF_STATES = {"PaletteActions", "PaletteCommands", "PaletteStateChanges"}
+
+
 def layer_of(path):
     """The layer of a file named relative to the root; None when it belongs to none."""
     parts = path.split("/")
@@ -85,7 +89,7 @@ def layer_of(path):
     if len(parts) == 2:
         return {"AppLog": "app/AppLog", "AppServices": "app/AppServices"}.get(stem, "app")
     if parts[1] == "ui":
-        return "app/ui state" if stem.endswith("State") else "app/ui views"
+        return "app/ui state" if stem.endswith("State") or stem in PARTS_OF_STATES else "app/ui views"
     return "app/" + parts[1]
 
 

@@ -1,14 +1,9 @@
 #include "app/ui/PaletteState.h"
 
-#include "app/AppServices.h"
 #include "app/services/ApplicationService.h"
-#include "app/ui/SettingsState.h"
 #include "core/AppError.h"
-#include "platform/ApplicationBundles.h"
-#include "tests/fakes/FakeDesktop.h"
-#include "tests/fakes/FakeWorkspace.h"
-#include "tests/fakes/TemporaryFolder.h"
-#include "tests/fakes/TestLoop.h"
+#include "core/FileNames.h"
+#include "tests/fakes/FakePlatform.h"
 
 #include <gtest/gtest.h>
 
@@ -38,19 +33,13 @@ class FakeBundles final : public ApplicationBundles {
 };
 
 /// A palette over a real database and fake everything else.
-class PaletteStateTest : public testing::Test {
+class PaletteStateTest : public testing::Test, protected test::FakePlatform {
   protected:
     PaletteStateTest() {
         install("Maps");
         install("Music");
         install("Zoom");
-        Platform platform{
-            loop.executor(), loop.executor(), clock,  Paths{folder.path(), folder.path() + "/data"},
-            workspace,       pasteboard,      alerts, std::make_shared<FakeBundles>(folder.path() + "/apps")};
-        services = loop.run([platform]() -> Task<std::shared_ptr<AppServices>> {
-            co_return co_await AppServices::create(
-                platform, [](AppServices& made) { return std::make_shared<SettingsState>(made); });
-        });
+        services = makeServices(std::make_shared<FakeBundles>(folder.path() + "/apps"));
         services->fileSearch = files;
         services->clipboardSearch = clipboard;
         state = std::make_shared<PaletteState>(services);
@@ -102,12 +91,6 @@ class PaletteStateTest : public testing::Test {
         state->setQuery(id);
     }
 
-    test::TestLoop loop;
-    test::ManualClock clock;
-    test::TemporaryFolder folder;
-    test::FakeWorkspace workspace{clock};
-    test::FakePasteboard pasteboard;
-    test::FakeAlerts alerts{clock};
     std::shared_ptr<test::FakeSource> files = std::make_shared<test::FakeSource>(clock);
     std::shared_ptr<test::FakeSource> clipboard = std::make_shared<test::FakeSource>(clock);
     std::shared_ptr<AppServices> services;
@@ -302,6 +285,17 @@ TEST_F(PaletteStateTest, FilesAreSearchedWhenTypingPauses) {
     EXPECT_EQ(files->searches, std::vector<std::string>{"re@/home"});
     EXPECT_EQ(titles(), std::vector<std::string>{"re"});
     EXPECT_FALSE(state->searching());
+}
+
+TEST_F(PaletteStateTest, TheUserChoosesTheFolderThatFilesAreSearchedIn) {
+    state->enter(Mode::files);
+    state->chooseFileDirectory();
+    settle();
+    EXPECT_EQ(state->fileDirectory(), std::nullopt) << "the panel was dismissed";
+    folderPanel.choice = "/data/caf\xE9";
+    state->chooseFileDirectory();
+    settle();
+    EXPECT_EQ(state->fileDirectory(), fileNameText("/data/caf\xE9"));
 }
 
 TEST_F(PaletteStateTest, LateAnswersAreDropped) {

@@ -77,13 +77,17 @@ TEST_F(PaletteControllerTest, ClickingIntoTheShadowDismissesAndTheBackgroundDrag
     windowManager.translucent = true;
     show();
     const QPoint start = panel().pos();
-    const QPoint edge(panel().shadowMargins().left() + 4, panel().shadowMargins().top() + 4);
-    QTest::mousePress(&panel(), Qt::LeftButton, {}, edge);
-    QMouseEvent moved(QEvent::MouseMove, edge + QPoint(50, 30), panel().mapToGlobal(edge + QPoint(50, 30)),
-                      Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(&panel(), &moved);
-    QTest::mouseRelease(&panel(), Qt::LeftButton, {}, edge);
-    EXPECT_EQ(panel().pos(), start + QPoint(50, 30));
+    const QRect content = panel().rect().marginsRemoved(panel().shadowMargins());
+    // The edge, the footer, and the list where it has no rows.
+    state->setQuery("1+1");
+    for (const QPoint from :
+         {content.topLeft() + QPoint(4, 4), content.bottomLeft() + QPoint(30, -10), content.center()}) {
+        panel().move(start);
+        QTest::mousePress(panel().windowHandle(), Qt::LeftButton, {}, from);
+        QTest::mouseMove(panel().windowHandle(), from + QPoint(50, 30));
+        QTest::mouseRelease(panel().windowHandle(), Qt::LeftButton, {}, from);
+        EXPECT_EQ(panel().pos(), start + QPoint(50, 30)) << from.x() << ", " << from.y();
+    }
     QTest::mouseClick(&panel(), Qt::LeftButton, {}, QPoint(2, 2));
     EXPECT_FALSE(controller->visible());
 }

@@ -1,16 +1,10 @@
 #pragma once
 
-#include "app/AppServices.h"
 #include "app/ui/PaletteController.h"
 #include "app/ui/PaletteFooter.h"
 #include "app/ui/PaletteInput.h"
 #include "app/ui/PaletteState.h"
-#include "app/ui/SettingsState.h"
-#include "platform/ApplicationBundles.h"
-#include "tests/fakes/FakeDesktop.h"
-#include "tests/fakes/FakeWorkspace.h"
-#include "tests/fakes/TemporaryFolder.h"
-#include "tests/fakes/TestLoop.h"
+#include "tests/fakes/FakePlatform.h"
 
 #include <gtest/gtest.h>
 
@@ -52,15 +46,10 @@ class FakeFileIcons final : public FileIcons {
 };
 
 /// The palette's window over the real state and a real database; everything else is fake.
-class PaletteFixture : public testing::Test {
+class PaletteFixture : public testing::Test, protected FakePlatform {
   protected:
     PaletteFixture() {
-        const Platform platform{loop.executor(), loop.executor(), clock,  Paths{folder.path(), folder.path() + "/data"},
-                                workspace,       pasteboard,      alerts, std::make_shared<NoBundles>()};
-        services = loop.run([platform]() -> Task<std::shared_ptr<AppServices>> {
-            co_return co_await AppServices::create(
-                platform, [](AppServices& made) { return std::make_shared<SettingsState>(made); });
-        });
+        services = makeServices(std::make_shared<NoBundles>());
         state = std::make_shared<PaletteState>(services);
         loop.run([this]() -> Task<> { co_await state->start(); });
         controller = std::make_unique<PaletteController>(
@@ -115,12 +104,6 @@ class PaletteFixture : public testing::Test {
     }
 
     QWidget elsewhere;
-    TestLoop loop;
-    ManualClock clock;
-    TemporaryFolder folder;
-    FakeWorkspace workspace{clock};
-    FakePasteboard pasteboard;
-    FakeAlerts alerts{clock};
     FakeWindowManager windowManager;
     std::shared_ptr<FakeFileIcons> icons = std::make_shared<FakeFileIcons>();
     std::shared_ptr<AppServices> services;

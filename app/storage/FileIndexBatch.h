@@ -1,0 +1,22 @@
+#pragma once
+
+#include "app/storage/Database.h"
+#include "core/IndexedFile.h"
+
+#include <string>
+#include <vector>
+
+/// The writing side of the filename index: the work of one `Database::bulkWrite`, which keeps the full-text index in
+/// step with the names as the schema's triggers would. Without a full-text index the rows alone are written.
+namespace velmora {
+
+/// Inserts `files`, or updates the rows that have their paths.
+void writeFiles(const Database::Prepare& prepare, const std::vector<IndexedFile>& files);
+
+/// Deletes the rows with exactly these paths.
+void deleteFiles(const Database::Prepare& prepare, const std::vector<std::string>& paths);
+
+/// The folder that holds the entry at `path`: "/" for a top-level one.
+std::string parentOf(std::string_view path);
+
+}  // namespace velmora

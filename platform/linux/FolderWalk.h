@@ -1,0 +1,62 @@
+#pragma once
+
+#include "core/IndexedFile.h"
+#include "platform/linux/Descriptor.h"
+#include "platform/linux/DirectoryReader.h"
+#include "platform/linux/MountTable.h"
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace velmora {
+
+/// A walk over everything below a root that goes on from where it stopped: one system call to open a folder, one to
+/// examine an entry, both relative to the folder's descriptor.
+///
+/// Owns: at most `maximumOpenFolders` descriptors, and of every folder on its way the names of one read that it has
+/// still to enter; depth is limited by the length of paths alone.
+/// Fails with: `AppError.recoverable` when the root cannot be read; everything else is passed over.
+class FolderWalk {
+  public:
+    static constexpr std::size_t maximumOpenFolders = 64;
+
+    /// Beyond this nothing is listed: four times what the system itself takes for a path.
+    static constexpr std::size_t maximumPathBytes = 16 * 1024;
+
+    /// `root` in bytes; `skipPrefixes` are prefixes of the text of paths.
+    FolderWalk(const std::string& root, std::vector<std::string> skipPrefixes);
+
+    /// Up to `limit` further entries; none at the end. Stops early once `stopped` says so, which is asked now and then.
+    std::vector<IndexedFile> next(std::size_t limit, const std::function<bool()>& stopped);
+
+  private:
+    struct Frame {
+        Descriptor folder;  // closed and opened again on trees deeper than `maximumOpenFolders`
+        std::uint64_t device = 0;
+        std::uint64_t inode = 0;
+        std::size_t pathBytes = 0;  // of `path_`, without a slash at its end
+        std::string toEnter;        // names in bytes, each with a zero after it
+        std::int64_t position = 0;  // of the folder's descriptor
+        bool exhausted = false;
+        bool hasBlockedChild = false;
+    };
+
+    void advance(std::vector<IndexedFile>& files);
+    void examine(const DirectoryReader::Entry& entry, std::vector<IndexedFile>& files);
+    [[nodiscard]] bool isSkipped(const std::string& path) const;
+    void readOn(Frame& frame);
+    void enterNext();
+    void push(Descriptor folder, std::size_t pathBytes);
+    [[nodiscard]] bool isAmongAncestors(std::uint64_t device, std::uint64_t inode) const;
+    void leave();
+
+    std::string path_;  // text of the folder on top
+    MountTable mounts_;
+    std::vector<std::string> skipPrefixes_;
+    std::vector<Frame> frames_;
+    DirectoryReader reader_;
+};
+
+}  // namespace velmora

@@ -1,0 +1,83 @@
+#!/usr/bin/python3
+"""The files mode of the built program: files of a private home are found, opened, shown and copied by their names."""
+
+import pathlib
+import sys
+import unittest
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
+
+from desktop import wait_until  # noqa: E402  # pylint: disable=wrong-import-position
+from test_palette import PaletteTest  # noqa: E402  # pylint: disable=wrong-import-position
+
+
+class Files(PaletteTest):
+    def setUp(self):
+        super().setUp()
+        self.documents = self.desktop.home / "Documents"
+        self.documents.mkdir()
+        self.report = self.documents / "quarterly report 2026.txt"
+        self.report.write_text("figures")
+        entry = self.desktop.data / "applications/org.example.ArgumentWriter.desktop"
+        entry.write_text(entry.read_text() + "MimeType=text/plain;\n")
+        (self.desktop.home / ".config").mkdir(exist_ok=True)
+        (self.desktop.data / "applications/mimeapps.list").write_text(
+            "[Default Applications]\ntext/plain=org.example.ArgumentWriter.desktop\n"
+        )
+
+    def enter_files(self):
+        self.query("search files")
+        self.wait_for_row("Search Files", 0)
+        self.desktop.press("Return")
+        self.wait_for_text("All Folders")
+
+    def find(self, text, name):
+        self.query(text)
+        self.wait_for_row(name, 0)
+
+    def test_finds_opens_and_copies(self):
+        self.open()
+        self.enter_files()
+        self.find("quarterly ext:txt", "quarterly report 2026.txt")
+        self.picture("files")
+        self.desktop.press("Return")
+        self.assertEqual(self.arguments(), ["--fixed", str(self.report)])
+        self.desktop.wait_until_hidden("Velmora Brisklane")
+
+        self.show_again()
+        self.enter_files()
+        self.find("quarterly", "quarterly report 2026.txt")
+        self.desktop.press("ctrl+k", "Up", "Return")
+        self.desktop.wait_until_hidden("Velmora Brisklane")
+        self.show_again()
+        self.desktop.press("ctrl+v")
+        wait_until(lambda: self.typed() == str(self.report), "the copied path to be pasted")
+
+    def test_follows_the_disk(self):
+        self.open()
+        self.enter_files()
+        self.find("quarterly", "quarterly report 2026.txt")
+        self.report.rename(self.documents / "yearly report 2026.txt")
+        (self.documents / "a moment ago").mkdir()
+        (self.documents / "a moment ago" / "fresh notes.md").write_text("new")
+
+        def found(text, name):
+            self.desktop.press("ctrl+a")
+            self.query(text)
+            return any(row.startswith(name) for row in self.rows())
+
+        wait_until(lambda: found("fresh", "fresh notes.md"), "the new file to be found", 20, 1)
+        wait_until(lambda: found("yearly", "yearly report 2026.txt"), "the new name to be found", 20, 1)
+        self.desktop.press("ctrl+a")
+        self.query("quarterly")
+        self.wait_for_text("No Results")
+
+    def test_says_what_is_wrong_with_a_query(self):
+        self.open()
+        self.enter_files()
+        self.query("kind:files")
+        self.wait_for_text("Use kind:file or kind:folder.")
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

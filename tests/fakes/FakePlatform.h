@@ -1,0 +1,52 @@
+#pragma once
+
+#include "app/AppServices.h"
+#include "app/ui/SettingsState.h"
+#include "platform/ApplicationBundles.h"
+#include "tests/fakes/FakeDesktop.h"
+#include "tests/fakes/FakeDisk.h"
+#include "tests/fakes/FakeWorkspace.h"
+#include "tests/fakes/TemporaryFolder.h"
+#include "tests/fakes/TestLoop.h"
+
+namespace velmora::test {
+
+/// A platform on which everything is fake but a temporary home folder, and the services over it.
+struct FakePlatform {
+    [[nodiscard]] std::shared_ptr<AppServices> makeServices(std::shared_ptr<const ApplicationBundles> bundles) {
+        const Platform platform{
+            .main = loop.executor(),
+            .pool = loop.executor(),
+            .clock = clock,
+            .paths = {folder.path(), folder.path() + "/data"},
+            .workspace = workspace,
+            .pasteboard = pasteboard,
+            .alerts = alerts,
+            .popUpMenu = menu,
+            .folderPanel = folderPanel,
+            .applicationBundles = std::move(bundles),
+            .fileScanner = std::make_shared<FakeScanner>(disk, loop.executor()),
+            .makeFileEvents =
+                [this](const std::shared_ptr<IndexReading>&) { return std::make_shared<FakeWatcher>(disk); },
+            .fileAttributes = std::make_shared<FakeAttributes>(disk),
+        };
+        const AppServices::SettingsFactory makeSettings = [](AppServices& made) {
+            return std::make_shared<SettingsState>(made);
+        };
+        return loop.run([platform, makeSettings]() -> Task<std::shared_ptr<AppServices>> {
+            co_return co_await AppServices::create(platform, makeSettings);
+        });
+    }
+
+    TestLoop loop;
+    ManualClock clock;
+    TemporaryFolder folder;
+    FakeWorkspace workspace{clock};
+    FakePasteboard pasteboard;
+    FakeAlerts alerts{clock};
+    FakeMenu menu;
+    FakeFolderPanel folderPanel;
+    FakeDisk disk;
+};
+
+}  // namespace velmora::test
