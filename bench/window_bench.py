@@ -228,7 +228,8 @@ def idle_processor(desktop, build):
         began = time.monotonic()
         time.sleep(IDLE_SECONDS)
         seconds = time.monotonic() - began
-        bare, palette = (100 * (processor_seconds(p) - start) / seconds for p, start in zip(programs, before))
+        # A thread that has ended meanwhile takes its time along.
+        bare, palette = (100 * max(0, processor_seconds(p) - start) / seconds for p, start in zip(programs, before))
         yield "idle.cpu", palette, "%", bare
 
 
