@@ -10,6 +10,7 @@
 #include "core/Assert.h"
 
 #include <QApplication>
+#include <utility>
 
 namespace velmora {
 namespace {
@@ -28,7 +29,7 @@ std::string description(const std::exception_ptr& failure) {
 }  // namespace
 
 AppDelegate::AppDelegate(Platform platform, ViewPlatform viewPlatform, bool showAtStart)
-    : platform_(std::move(platform)), viewPlatform_(viewPlatform), showWhenReady_(showAtStart) {}
+    : platform_(std::move(platform)), viewPlatform_(std::move(viewPlatform)), showWhenReady_(showAtStart) {}
 
 AppDelegate::~AppDelegate() = default;
 

@@ -208,9 +208,9 @@ def memory(program):
 
 
 def processor_seconds(program):
-    """User and system time of all of its threads."""
-    fields = pathlib.Path(f"/proc/{program.process.pid}/stat").read_text().rsplit(")", 1)[1].split()
-    return (int(fields[11]) + int(fields[12])) / 100
+    """Time of all of its threads on a processor. The process's own counter moves in hundredths, too coarse for this."""
+    threads = pathlib.Path(f"/proc/{program.process.pid}/task").iterdir()
+    return sum(int((thread / "schedstat").read_text().split()[0]) for thread in threads) / 1e9
 
 
 def idle(desktop, build):
@@ -228,7 +228,8 @@ def idle_processor(desktop, build):
         began = time.monotonic()
         time.sleep(IDLE_SECONDS)
         seconds = time.monotonic() - began
-        bare, palette = (100 * (processor_seconds(p) - start) / seconds for p, start in zip(programs, before))
+        # A thread that has ended meanwhile takes its time along.
+        bare, palette = (100 * max(0, processor_seconds(p) - start) / seconds for p, start in zip(programs, before))
         yield "idle.cpu", palette, "%", bare
 
 
@@ -270,7 +271,7 @@ def main():
             for name, value, unit, reference in measure(desktop, build):
                 if name.startswith(prefix):
                     ratio = f"{value / reference:.2f}" if reference > 0 else "-"
-                    print(f"{name}\t{value:.2f}\t{unit}\t{reference:.2f}\t{ratio}", flush=True)
+                    print(f"{name}\t{value:.3f}\t{unit}\t{reference:.3f}\t{ratio}", flush=True)
 
 
 if __name__ == "__main__":

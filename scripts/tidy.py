@@ -54,8 +54,11 @@ def contents(path, seen):
         yield from contents(ROOT / included, seen)
 
 
-def key(entry, settings):
-    digest = hashlib.sha256(settings)
+def key(entry, version):
+    digest = hashlib.sha256(version)
+    for folder in pathlib.Path(entry["file"]).parents:
+        if folder.is_relative_to(ROOT) and (folder / ".clang-tidy").is_file():
+            digest.update((folder / ".clang-tidy").read_bytes())
     digest.update("\0".join(entry["arguments"]).replace(str(ROOT), "").encode())
     for data in contents(pathlib.Path(entry["file"]), set()):
         digest.update(hashlib.sha256(data).digest())
@@ -99,12 +102,10 @@ def main():
     database.mkdir(exist_ok=True)
     (database / "compile_commands.json").write_text(json.dumps(list(entries.values())))
     version = subprocess.run([TIDY, "--version"], capture_output=True, check=True).stdout
-    rules = [ROOT / ".clang-tidy"] + sorted(rule for layer in LAYERS for rule in (ROOT / layer).rglob(".clang-tidy"))
-    settings = version + b"".join(rule.read_bytes() for rule in rules)
     cache = pathlib.Path(os.environ.get("XDG_CACHE_HOME") or pathlib.Path.home() / ".cache") / "velmora" / "tidy"
     cache.mkdir(parents=True, exist_ok=True)
 
-    due = {path: key(entry, settings) for path, entry in entries.items()}
+    due = {path: key(entry, version) for path, entry in entries.items()}
     due = {path: clean for path, clean in due.items() if not (cache / clean).exists()}
     failures = 0
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:

@@ -27,9 +27,8 @@ QColor mix(const QColor& base, const QColor& other, double share) {
 
 /// The mixture nearest to `share` of text on the background that is readable on all of the given grounds.
 QColor readableMix(const Theme& theme, double share, std::initializer_list<QColor> grounds) {
-    QColor colour;
-    for (; share <= 1.0; share += 0.02) {
-        colour = mix(theme.background, theme.text, share);
+    for (int percent = static_cast<int>(std::lround(share * 100)); percent <= 100; percent += 2) {
+        const QColor colour = mix(theme.background, theme.text, percent / 100.0);
         const bool enough = std::all_of(grounds.begin(), grounds.end(), [&](const QColor& ground) {
             return Theme::contrast(colour, ground) >= readable;
         });
