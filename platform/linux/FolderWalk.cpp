@@ -72,7 +72,7 @@ void FolderWalk::examine(const DirectoryReader::Entry& entry, std::vector<Indexe
         files.push_back({std::move(path), std::move(name), true, 0, 0});
         return;
     }
-    const auto attributes = entryAttributes(top.folder.get(), entry.name.data());
+    const auto attributes = entryAttributes(top.folder.get(), entry.terminatedName);
     const bool isFolder = attributes ? S_ISDIR(attributes->stx_mode) : entry.mayBeFolder;
     if (isFolder && !isPackage(name)) top.toEnter.append(entry.name).append(1, '\0');
     if (!attributes) return;
@@ -107,7 +107,7 @@ void FolderWalk::enterNext() {
 }
 
 void FolderWalk::push(Descriptor folder, std::size_t pathBytes) {
-    const auto self = entryAttributes(folder.get(), ".");
+    const auto self = folderAttributes(folder.get());
     if (!self) return;
     const std::uint64_t device = (static_cast<std::uint64_t>(self->stx_dev_major) << 32) | self->stx_dev_minor;
     if (isAmongAncestors(device, self->stx_ino)) return;  // a mount that leads back to its own outside
@@ -135,7 +135,7 @@ void FolderWalk::leave() {
     path_.resize(top.pathBytes);
     if (top.folder) return;
     top.folder = openSubfolder(left.get(), "..");
-    const auto self = top.folder ? entryAttributes(top.folder.get(), ".") : std::nullopt;
+    const auto self = top.folder ? folderAttributes(top.folder.get()) : std::nullopt;
     const bool isSame = self && self->stx_ino == top.inode &&
                         ((static_cast<std::uint64_t>(self->stx_dev_major) << 32) | self->stx_dev_minor) == top.device;
     if (isSame && lseek(top.folder.get(), top.position, SEEK_SET) == top.position) return;

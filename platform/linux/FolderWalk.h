@@ -23,7 +23,7 @@ class FolderWalk {
     static constexpr std::size_t maximumOpenFolders = 64;
 
     /// Beyond this nothing is listed: four times what the system itself takes for a path.
-    static constexpr std::size_t maximumPathBytes = 16 * 1024;
+    static constexpr std::size_t maximumPathBytes = std::size_t{16} * 1024;
 
     /// `root` in bytes; `skipPrefixes` are prefixes of the text of paths.
     FolderWalk(const std::string& root, std::vector<std::string> skipPrefixes);
