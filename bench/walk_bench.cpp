@@ -1,6 +1,8 @@
-// The walk over a generated tree of real files, against find on the same tree, taking turns.
+// The walk over a generated tree of real files, against find on the same tree, taking turns. Then what the watcher does
+// when it starts: putting its marks on every folder, and finding what has changed since a bookmark.
 
 #include "platform/linux/FolderWalk.h"
+#include "platform/linux/TreeWatch.h"
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -14,7 +16,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <set>
 #include <stdexcept>
+#include <thread>
+#include <unordered_map>
 
 extern char** environ;
 
@@ -82,6 +87,57 @@ void find(const std::string& root) {
     if (status != 0) throw std::runtime_error("find failed");
 }
 
+/// An index that knows the tree as it was when it was made.
+class Host final : public velmora::WatchHost {
+  public:
+    explicit Host(const std::string& root) {
+        velmora::FolderWalk walk(root, {});
+        for (;;) {
+            auto batch = walk.next(5'000, [] { return false; });
+            if (batch.empty()) return;
+            for (auto& file : batch)
+                rows_[file.path.substr(0, file.path.rfind('/'))].push_back(std::move(file));
+        }
+    }
+    bool isStopped() override { return false; }
+    void betweenFolders() override {}
+    void report(std::string path) override { reported.insert(std::move(path)); }
+    std::optional<std::vector<velmora::IndexedFile>> indexedChildren(const std::string& folder) override {
+        return rows_[folder];
+    }
+    std::optional<std::vector<velmora::IndexedFile>> indexedBelow(const std::string&, const std::string&) override {
+        return std::nullopt;
+    }
+
+    std::set<std::string> reported;
+
+  private:
+    std::unordered_map<std::string, std::vector<velmora::IndexedFile>> rows_;
+};
+
+std::int64_t microsecondsNow() {
+    return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::system_clock::now().time_since_epoch())
+        .count();
+}
+
+/// A thousand files removed, changed and made, spread over the tree.
+void change(const std::string& root, std::size_t entries) {
+    const int projects = static_cast<int>(entries / 2'621);
+    for (int i = 0; i < 1'000; ++i) {
+        const std::string folder = root + "/project-" + std::to_string(i % std::max(projects, 1)) + "/library" +
+                                   std::to_string(i % 20) + "/source_" + std::to_string(i % 10);
+        const std::string file = folder + "/report-2026-" + std::to_string(i / 100) + ".txt";
+        if (i % 3 == 0) {
+            unlink(file.c_str());
+        } else {
+            const std::string name = i % 3 == 1 ? file : folder + "/new-" + std::to_string(i);
+            const int fd = open(name.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
+            if (fd >= 0 && write(fd, "x", 1) != 1) throw std::runtime_error("write " + name);
+            close(fd);
+        }
+    }
+}
+
 double median(std::vector<double> values) {
     std::sort(values.begin(), values.end());
     return values[values.size() / 2];
@@ -105,6 +161,20 @@ int main(int argc, char** argv) {
             theirs.push_back(measure([&] { find(root); }));
         }
         const double rate = made / median(ours), reference = made / median(theirs);
+        Host host(root);
+        std::this_thread::sleep_for(std::chrono::seconds(3));  // clear of the slack that a bookmark is given
+        const std::int64_t bookmark = microsecondsNow();
+        change(root, entries);
+        std::vector<double> marking, looking;
+        for (int round = 0; round < rounds; ++round) {
+            marking.push_back(measure([&] { velmora::TreeWatch(host, {root}, {}).begin(std::nullopt); }));
+            looking.push_back(measure([&] { velmora::TreeWatch(host, {root}, {}).begin(bookmark); }));
+        }
+        std::printf("files.watch.mark\t%.0f\tms\t%.0f\t%.2f\n", median(marking) * 1e3, median(theirs) * 1e3,
+                    median(marking) / median(theirs));
+        std::printf("files.watch.look\t%.0f\tms\t%.0f\t%.2f\n", median(looking) * 1e3, median(theirs) * 1e3,
+                    median(looking) / median(theirs));
+        std::fprintf(stderr, "reported: %zu\n", host.reported.size());
         std::printf("files.walk\t%.0f\tentries/s\t%.0f\t%.2f\n", rate, reference, rate / reference);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "walk_bench: %s\n", error.what());

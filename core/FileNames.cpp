@@ -26,7 +26,7 @@ void eachCharacter(std::string_view text, Take take) {
     for (std::int64_t i = 0; i < length;) {
         const std::int64_t start = i;
         UChar32 character = 0;
-        U8_NEXT(bytes, i, length, character);
+        U8_NEXT(bytes, i, length, character);  // NOLINT(bugprone-inc-dec-in-conditions)
         if (character < 0) i = start + 1;
         take(static_cast<std::size_t>(start), static_cast<std::size_t>(i), character);
     }

@@ -9,7 +9,14 @@
 namespace velmora {
 namespace {
 
-constexpr std::size_t bufferBytes = 64 * 1024;
+constexpr std::size_t bufferBytes = std::size_t{64} * 1024;
+
+std::optional<struct statx> attributes(int folder, const char* name, int flags) {
+    constexpr unsigned wanted = STATX_TYPE | STATX_INO | STATX_SIZE | STATX_MTIME | STATX_CTIME;
+    struct statx result;
+    if (statx(folder, name, flags, wanted, &result) != 0) return std::nullopt;
+    return result;
+}
 
 }  // namespace
 
@@ -29,19 +36,20 @@ std::optional<DirectoryReader::Entry> DirectoryReader::next() {
         dirent64 head;
         std::memcpy(&head, raw, offsetof(dirent64, d_name));
         position_ += head.d_reclen;
-        const std::string_view name(raw + offsetof(dirent64, d_name));
+        const char* terminated = raw + offsetof(dirent64, d_name);
+        const std::string_view name(terminated);
         if (name == "." || name == "..") continue;
-        return Entry{name, head.d_type == DT_DIR || head.d_type == DT_UNKNOWN, head.d_off};
+        return Entry{name, terminated, head.d_type == DT_DIR || head.d_type == DT_UNKNOWN, head.d_off};
     }
     return std::nullopt;
 }
 
 std::optional<struct statx> entryAttributes(int folder, const char* name) {
-    struct statx result;
-    constexpr int flags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
-    constexpr unsigned wanted = STATX_TYPE | STATX_INO | STATX_SIZE | STATX_MTIME | STATX_CTIME;
-    if (statx(folder, name, flags, wanted, &result) != 0) return std::nullopt;
-    return result;
+    return attributes(folder, name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC);
+}
+
+std::optional<struct statx> folderAttributes(int folder) {
+    return attributes(folder, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC);
 }
 
 }  // namespace velmora

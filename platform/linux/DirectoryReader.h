@@ -15,7 +15,8 @@ namespace velmora {
 class DirectoryReader {
   public:
     struct Entry {
-        std::string_view name;  ///< terminated by a zero; valid until the next `fill`
+        std::string_view name;                 ///< in bytes; valid until the next `fill`
+        const char* terminatedName = nullptr;  ///< the same
         bool mayBeFolder = false;
         std::int64_t next = 0;  ///< where the folder's descriptor goes on after this entry
     };
@@ -41,6 +42,9 @@ class DirectoryReader {
 /// Type, size and times of an entry itself (of a link, not of what it leads to), as far as they are known without
 /// asking a server or mounting anything. Nothing when it is gone or not accessible.
 std::optional<struct statx> entryAttributes(int folder, const char* name);
+
+/// The same of the open folder itself.
+std::optional<struct statx> folderAttributes(int folder);
 
 inline double seconds(const struct statx_timestamp& time) {
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;

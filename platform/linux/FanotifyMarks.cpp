@@ -23,7 +23,7 @@ constexpr std::uint64_t changes = FAN_CREATE | FAN_DELETE | FAN_MOVED_FROM | FAN
                                   FAN_CLOSE_WRITE | FAN_ONDIR | FAN_EVENT_ON_CHILD;
 constexpr std::uint64_t listingChanges = FAN_CREATE | FAN_DELETE | FAN_MOVED_FROM | FAN_MOVED_TO;
 constexpr std::uint64_t selfChanges = FAN_DELETE_SELF | FAN_MOVE_SELF;
-constexpr std::size_t bufferBytes = 64 * 1024;
+constexpr std::size_t bufferBytes = std::size_t{64} * 1024;
 
 std::uint64_t hashed(std::string_view bytes, std::uint64_t value) {
     for (const char byte : bytes) {

@@ -111,7 +111,7 @@ WatchedFolders::Index FolderVisitor::marked(const WatchedFolders& folders, const
 
 Descriptor FolderVisitor::openFolder(const std::string& relative) {
     if (!rootFolder_ || isPackage(lastComponent(relative))) return {};
-    if (!relative.empty() && root_->mounts->isBlocked(pathOf(relative))) return {};
+    if (!relative.empty() && isBlocked(pathOf(relative))) return {};
     return openBelow(rootFolder_.get(), relative, O_RDONLY | O_DIRECTORY | O_NONBLOCK);
 }
 
@@ -175,7 +175,7 @@ void FolderVisitor::forget(WatchedFolders::Index folder, bool mayLive) {
 
 void FolderVisitor::read(Visit& visit, int folder, WatchedFolders::Index index) {
     // Looked at after the folder was marked: what changes from here on is an event.
-    const auto self = entryAttributes(folder, ".");
+    const auto self = folderAttributes(folder);
     if (self && isNew(self->stx_ctime)) {
         visit.compares = true;
         // A folder that was renamed or moved here has a new change time, but nothing in it changed with it.
@@ -235,14 +235,13 @@ void FolderVisitor::examine(const Visit& visit, int folder, const DirectoryReade
     const bool looks = visit.reportsAll || indexed || since_ != never;
     if (!looks && !entry.mayBeFolder) return;
     const auto known = indexed ? indexed->extract(fileNameText(entry.name)) : Indexed::node_type();
-    const bool isBlocked =
-        root_->mounts->hasBlockedChild(pathOf(visit.relative)) && root_->mounts->isBlocked(pathOf(child.relative));
-    const auto now = isBlocked ? std::nullopt : entryAttributes(folder, entry.name.data());
-    if (!now && !isBlocked) {
+    const bool isBlockedMount = entry.mayBeFolder && isBlocked(pathOf(child.relative));
+    const auto now = isBlockedMount ? std::nullopt : entryAttributes(folder, entry.terminatedName);
+    if (!now && !isBlockedMount) {
         if (known) host_.report(std::move(path));
         return;
     }
-    const bool isFolder = isBlocked || S_ISDIR(now->stx_mode);
+    const bool isFolder = isBlockedMount || S_ISDIR(now->stx_mode);
     const bool isOdd = indexed && (!known || (now && differs(known.mapped(), *now)));
     const bool wasFolder = known && known.mapped().isDirectory;
     const bool isFreshChange = now && isNew(now->stx_ctime) && !(unmarkedOnly_ && index != WatchedFolders::none);
@@ -275,6 +274,10 @@ bool FolderVisitor::isNew(const struct statx_timestamp& time) const {
     if (since_ == never) return false;
     const std::int64_t changed = microseconds(time);
     return changed >= since_ - timeSlack || changed > future_ + timeSlack;
+}
+
+bool FolderVisitor::isBlocked(const std::string& path) const {
+    return root_->mounts && root_->mounts->isBlocked(path);
 }
 
 std::string FolderVisitor::pathOf(const std::string& relative) const {

@@ -28,7 +28,7 @@ struct WatchedRoot {
 /// Runs on: the thread of its host.
 class FolderVisitor {
   public:
-    static constexpr std::size_t maximumPathBytes = 16 * 1024;
+    static constexpr std::size_t maximumPathBytes = std::size_t{16} * 1024;
     static constexpr std::int64_t never = std::numeric_limits<std::int64_t>::max();
 
     /// Where to begin and what to report.
@@ -91,6 +91,7 @@ class FolderVisitor {
     void reportBelow(const std::string& folder, Include include);
     [[nodiscard]] std::optional<Indexed> indexedIn(const std::string& relative);
     [[nodiscard]] bool isNew(const struct statx_timestamp& time) const;
+    [[nodiscard]] bool isBlocked(const std::string& path) const;
     [[nodiscard]] std::string pathOf(const std::string& relative) const;
 
     WatchHost& host_;

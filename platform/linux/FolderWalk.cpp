@@ -35,8 +35,10 @@ FolderWalk::FolderWalk(const std::string& root, std::vector<std::string> skipPre
     : path_(fileNameText(withoutTrailingSlashes(root))),
       mounts_(path_.empty() ? "/" : withoutTrailingSlashes(root), openRoot(root).get()),
       skipPrefixes_(std::move(skipPrefixes)) {
-    push(openRoot(root), path_.size());
-    if (frames_.empty()) throw unreadableRoot();
+    Descriptor folder = openRoot(root);
+    const auto self = folderAttributes(folder.get());
+    if (!self) throw unreadableRoot();
+    push(std::move(folder), identityOf(*self));
 }
 
 std::vector<IndexedFile> FolderWalk::next(std::size_t limit, const std::function<bool()>& stopped) {
@@ -72,9 +74,10 @@ void FolderWalk::examine(const DirectoryReader::Entry& entry, std::vector<Indexe
         files.push_back({std::move(path), std::move(name), true, 0, 0});
         return;
     }
-    const auto attributes = entryAttributes(top.folder.get(), entry.name.data());
+    const auto attributes = entryAttributes(top.folder.get(), entry.terminatedName);
     const bool isFolder = attributes ? S_ISDIR(attributes->stx_mode) : entry.mayBeFolder;
-    if (isFolder && !isPackage(name)) top.toEnter.append(entry.name).append(1, '\0');
+    if (isFolder && !isPackage(name))
+        top.toEnter.push_back({std::string(entry.name), attributes ? identityOf(*attributes) : Identity{}});
     if (!attributes) return;
     const std::int64_t size = isFolder ? 0 : static_cast<std::int64_t>(attributes->stx_size);
     files.push_back({std::move(path), std::move(name), isFolder, size, seconds(attributes->stx_mtime)});
@@ -93,38 +96,33 @@ void FolderWalk::readOn(Frame& frame) {
 
 void FolderWalk::enterNext() {
     Frame& top = frames_.back();
-    const std::size_t end = top.toEnter.size() - 1;
-    const std::size_t before = end == 0 ? std::string::npos : top.toEnter.rfind('\0', end - 1);
-    const std::string name = top.toEnter.substr(before + 1, end - before - 1);
-    top.toEnter.resize(before + 1);
-    Descriptor folder = openSubfolder(top.folder.get(), name.c_str());
+    const Subfolder next = std::move(top.toEnter.back());
+    top.toEnter.pop_back();
+    if (isAmongAncestors(next.identity)) return;  // a mount that leads back to its own outside
+    Descriptor folder = openSubfolder(top.folder.get(), next.name.c_str());
     if (!folder) return;
-    const std::size_t parentBytes = path_.size();
-    path_.append(1, '/').append(fileNameText(name));
-    const std::size_t depth = frames_.size();
-    push(std::move(folder), path_.size());
-    if (frames_.size() == depth) path_.resize(parentBytes);
+    path_.append(1, '/').append(fileNameText(next.name));
+    push(std::move(folder), next.identity);
 }
 
-void FolderWalk::push(Descriptor folder, std::size_t pathBytes) {
-    const auto self = entryAttributes(folder.get(), ".");
-    if (!self) return;
-    const std::uint64_t device = (static_cast<std::uint64_t>(self->stx_dev_major) << 32) | self->stx_dev_minor;
-    if (isAmongAncestors(device, self->stx_ino)) return;  // a mount that leads back to its own outside
+FolderWalk::Identity FolderWalk::identityOf(const struct statx& attributes) {
+    return {(std::uint64_t{attributes.stx_dev_major} << 32) | attributes.stx_dev_minor, attributes.stx_ino};
+}
+
+void FolderWalk::push(Descriptor folder, Identity identity) {
     // The root stays open, and so do the folders on top.
     if (frames_.size() >= maximumOpenFolders) frames_[frames_.size() - maximumOpenFolders + 1].folder.reset();
     Frame frame;
     frame.folder = std::move(folder);
-    frame.device = device;
-    frame.inode = self->stx_ino;
-    frame.pathBytes = pathBytes;
+    frame.identity = identity;
+    frame.pathBytes = path_.size();
     frame.hasBlockedChild = mounts_.hasBlockedChild(path_.empty() ? "/" : fileNameBytes(path_));
     frames_.push_back(std::move(frame));
 }
 
-bool FolderWalk::isAmongAncestors(std::uint64_t device, std::uint64_t inode) const {
+bool FolderWalk::isAmongAncestors(const Identity& identity) const {
     return std::any_of(frames_.begin(), frames_.end(),
-                       [&](const Frame& frame) { return frame.inode == inode && frame.device == device; });
+                       [&](const Frame& frame) { return frame.identity == identity && identity.inode != 0; });
 }
 
 void FolderWalk::leave() {
@@ -135,9 +133,8 @@ void FolderWalk::leave() {
     path_.resize(top.pathBytes);
     if (top.folder) return;
     top.folder = openSubfolder(left.get(), "..");
-    const auto self = top.folder ? entryAttributes(top.folder.get(), ".") : std::nullopt;
-    const bool isSame = self && self->stx_ino == top.inode &&
-                        ((static_cast<std::uint64_t>(self->stx_dev_major) << 32) | self->stx_dev_minor) == top.device;
+    const auto self = top.folder ? folderAttributes(top.folder.get()) : std::nullopt;
+    const bool isSame = self && identityOf(*self) == top.identity;
     if (isSame && lseek(top.folder.get(), top.position, SEEK_SET) == top.position) return;
     // The tree was moved while it was walked. Its new place reports it; here there is nothing more to find.
     top.toEnter.clear();

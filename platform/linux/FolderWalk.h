@@ -23,7 +23,7 @@ class FolderWalk {
     static constexpr std::size_t maximumOpenFolders = 64;
 
     /// Beyond this nothing is listed: four times what the system itself takes for a path.
-    static constexpr std::size_t maximumPathBytes = 16 * 1024;
+    static constexpr std::size_t maximumPathBytes = std::size_t{16} * 1024;
 
     /// `root` in bytes; `skipPrefixes` are prefixes of the text of paths.
     FolderWalk(const std::string& root, std::vector<std::string> skipPrefixes);
@@ -32,12 +32,20 @@ class FolderWalk {
     std::vector<IndexedFile> next(std::size_t limit, const std::function<bool()>& stopped);
 
   private:
-    struct Frame {
-        Descriptor folder;  // closed and opened again on trees deeper than `maximumOpenFolders`
+    struct Identity {
         std::uint64_t device = 0;
         std::uint64_t inode = 0;
+        friend bool operator==(const Identity&, const Identity&) = default;
+    };
+    struct Subfolder {
+        std::string name;  // in bytes
+        Identity identity;
+    };
+    struct Frame {
+        Descriptor folder;  // closed and opened again on trees deeper than `maximumOpenFolders`
+        Identity identity;
         std::size_t pathBytes = 0;  // of `path_`, without a slash at its end
-        std::string toEnter;        // names in bytes, each with a zero after it
+        std::vector<Subfolder> toEnter;
         std::int64_t position = 0;  // of the folder's descriptor
         bool exhausted = false;
         bool hasBlockedChild = false;
@@ -48,8 +56,9 @@ class FolderWalk {
     [[nodiscard]] bool isSkipped(const std::string& path) const;
     void readOn(Frame& frame);
     void enterNext();
-    void push(Descriptor folder, std::size_t pathBytes);
-    [[nodiscard]] bool isAmongAncestors(std::uint64_t device, std::uint64_t inode) const;
+    static Identity identityOf(const struct statx& attributes);
+    void push(Descriptor folder, Identity identity);
+    [[nodiscard]] bool isAmongAncestors(const Identity& identity) const;
     void leave();
 
     std::string path_;  // text of the folder on top

@@ -14,7 +14,7 @@ constexpr std::uint32_t changes =
     IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_MODIFY | IN_ATTRIB | IN_CLOSE_WRITE;
 constexpr std::uint32_t listingChanges = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO;
 constexpr std::uint32_t selfChanges = IN_DELETE_SELF | IN_MOVE_SELF;
-constexpr std::size_t bufferBytes = 64 * 1024;
+constexpr std::size_t bufferBytes = std::size_t{64} * 1024;
 
 // No handle of the other kind begins with this bit.
 constexpr std::uint64_t ours = std::uint64_t{1} << 63;

@@ -61,6 +61,7 @@ void MarkSet::read(DirectoryEvents& events) {
 
 std::vector<int> MarkSet::descriptors() const {
     std::vector<int> descriptors;
+    descriptors.reserve(ways_.size());
     for (const Way& way : ways_)
         descriptors.push_back(way.marks->descriptor());
     return descriptors;

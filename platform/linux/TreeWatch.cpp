@@ -186,8 +186,8 @@ void TreeWatch::mountsChanged() {
         if (!folder) continue;
         MountTable now(path, folder.get());
         std::vector<std::pair<std::string, std::string>> different;
-        if (roots_[i].mounts) {
-            const auto& before = roots_[i].mounts->mounts();
+        if (const auto& known = roots_[i].mounts) {
+            const auto& before = known->mounts();
             std::set_symmetric_difference(before.begin(), before.end(), now.mounts().begin(), now.mounts().end(),
                                           std::back_inserter(different));
         }

@@ -70,7 +70,7 @@ class WatchedFolders {
         using is_transparent = void;
         const Nodes* nodes;
         Key key(Index index) const { return keyOf((*nodes)[index]); }
-        static const Key& key(const Key& key) { return key; }
+        static Key key(Key value) { return value; }
         template <class T>
         std::size_t operator()(const T& value) const {
             return hash(key(value));

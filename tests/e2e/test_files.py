@@ -35,6 +35,17 @@ class Files(PaletteTest):
         self.query(text)
         self.wait_for_row(name, 0)
 
+    def find_in_time(self, text, name):
+        """Asks again and again: the palette does not search anew by itself when the disk changes."""
+
+        def found():
+            self.desktop.press("ctrl+a")
+            self.query(text)
+            wait_until(lambda: self.rows() or "No Results" in self.texts(), "an answer")
+            return any(row.startswith(name) for row in self.rows())
+
+        wait_until(found, f'"{name}" to be found', 20, 0.5)
+
     def test_finds_opens_and_copies(self):
         self.open()
         self.enter_files()
@@ -61,13 +72,8 @@ class Files(PaletteTest):
         (self.documents / "a moment ago").mkdir()
         (self.documents / "a moment ago" / "fresh notes.md").write_text("new")
 
-        def found(text, name):
-            self.desktop.press("ctrl+a")
-            self.query(text)
-            return any(row.startswith(name) for row in self.rows())
-
-        wait_until(lambda: found("fresh", "fresh notes.md"), "the new file to be found", 20, 1)
-        wait_until(lambda: found("yearly", "yearly report 2026.txt"), "the new name to be found", 20, 1)
+        self.find_in_time("fresh", "fresh notes.md")
+        self.find_in_time("yearly", "yearly report 2026.txt")
         self.desktop.press("ctrl+a")
         self.query("quarterly")
         self.wait_for_text("No Results")

@@ -6,6 +6,8 @@
 #include "tests/platform/FileTree.h"
 
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
 
 #include <filesystem>
 #include <map>
@@ -180,6 +182,12 @@ std::uint64_t microsecondsNow() {
         std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::system_clock::now().time_since_epoch())
             .count());
 }
+
+/// Whatever a test leaves mounted is gone before its folder is emptied.
+struct DetachedMount {
+    std::string path;
+    ~DetachedMount() { umount2(path.c_str(), MNT_DETACH); }
+};
 
 /// Gives the time stamps of the past an age that a bookmark of now is clear of.
 void letTimePass() {
@@ -455,6 +463,35 @@ TEST_P(FSEventsWatcherTest, WaitsForRootsAndNoticesTheirGoing) {
     loop.until([&] { return index.rows.size() == 2; });
     fs::remove_all(late);
     loop.until([&] { return index.rows.empty(); });
+}
+
+TEST_P(FSEventsWatcherTest, FollowsMountsAndStaysOutOfSpecialOnes) {
+    // In a mount list of our own; the threads made from here on share it.
+    if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
+        GTEST_SKIP() << "only root may mount";
+    makeFolder(at("disk"));
+    makeFile(at("disk/beneath"));
+    makeFolder(at("proc"));
+    makeFile(at("proc/beneath"));
+    index.scan(root);
+    start();
+    const DetachedMount diskMount{at("disk")}, procMount{at("proc")};
+    ASSERT_EQ(mount("none", at("disk").c_str(), "tmpfs", 0, nullptr), 0);
+    makeFolder(at("disk/folder"));
+    makeFile(at("disk/folder/file"));
+    untilIndexEqualsDisk();
+    makeFile(at("disk/folder/live"));
+    untilIndexEqualsDisk();
+    ASSERT_EQ(mount("none", at("proc").c_str(), "proc", 0, nullptr), 0);
+    untilIndexEqualsDisk();
+    EXPECT_TRUE(index.childrenOf(at("proc")).empty());
+    // Nothing of ours keeps a disk from being taken away.
+    eventually([&] { return umount2(at("disk").c_str(), 0) == 0; });
+    eventually([&] { return umount2(at("proc").c_str(), 0) == 0; });
+    untilIndexEqualsDisk();
+    EXPECT_TRUE(index.rows.contains(at("disk/beneath")));
+    makeFile(at("proc/live"));
+    untilIndexEqualsDisk();
 }
 
 TEST_P(FSEventsWatcherTest, ARootInsideAnotherIsReportedOnce) {
