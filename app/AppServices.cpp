@@ -34,6 +34,16 @@ std::string makeDataFolder(const std::string& applicationSupport) {
     return folder;
 }
 
+std::shared_ptr<FileIndexService> makeFileIndex(const Platform& platform, std::shared_ptr<Database> database) {
+    const FileIndexRepository repository(std::move(database), platform.paths.home, platform.clock);
+    const FileIndexService::Folders folders{platform.paths.home, dataFolder(platform.paths.applicationSupport)};
+    auto events = platform.makeFileEvents(std::make_shared<IndexedEntries>(repository),
+                                          FileIndexService::skippedPrefixes(folders));
+    return std::make_shared<FileIndexService>(
+        platform.main, platform.pool, platform.clock, repository,
+        FileIndexService::Disk{platform.fileScanner, std::move(events), platform.fileAttributes}, folders);
+}
+
 }  // namespace
 
 Task<std::shared_ptr<AppServices>> AppServices::create(Platform platform, SettingsFactory makeSettings) {
@@ -58,14 +68,7 @@ AppServices::AppServices(Platform given, std::shared_ptr<Database> opened, Setti
       appLaunches(database, platform.clock),
       files(std::make_shared<FileService>(platform.pool, platform.workspace, platform.pasteboard, platform.popUpMenu,
                                           platform.folderPanel, platform.paths.home)),
-      fileIndex(std::make_shared<FileIndexService>(
-          platform.main, platform.pool, platform.clock,
-          FileIndexRepository(database, platform.paths.home, platform.clock),
-          FileIndexService::Disk{platform.fileScanner,
-                                 platform.makeFileEvents(std::make_shared<IndexedEntries>(
-                                     FileIndexRepository(database, platform.paths.home, platform.clock))),
-                                 platform.fileAttributes},
-          FileIndexService::Folders{platform.paths.home, dataFolder(platform.paths.applicationSupport)})),
+      fileIndex(makeFileIndex(platform, database)),
       fileSearch(std::make_shared<FileResults>(fileIndex, files)),
       makeSettings_(std::move(makeSettings)) {}
 

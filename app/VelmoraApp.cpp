@@ -95,8 +95,10 @@ int run(int argc, char** argv, bool showAtStart, SessionName& name) {
         .applicationBundles = std::make_shared<LinuxApplicationBundles>(desktop),
         .fileScanner = std::make_shared<DiskFileScanner>(desktop.home),
         .makeFileEvents =
-            [&main](std::shared_ptr<IndexReading> index) {
-                return std::make_shared<FSEventsWatcher>(main.executor(), std::move(index), FSEventsWatcher::Options{});
+            [&main](std::shared_ptr<IndexReading> index, std::vector<std::string> skipPrefixes) {
+                FSEventsWatcher::Options options;
+                options.tree.skipPrefixes = std::move(skipPrefixes);
+                return std::make_shared<FSEventsWatcher>(main.executor(), std::move(index), std::move(options));
             },
         .fileAttributes = std::make_shared<DiskFileAttributes>(),
     };

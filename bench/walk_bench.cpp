@@ -1,71 +1,23 @@
 // The walk over a generated tree of real files, against find on the same tree, taking turns. Then what the watcher does
 // when it starts: putting its marks on every folder, and finding what has changed since a bookmark.
 
+#include "bench/FileTree.h"
+#include "bench/Measure.h"
 #include "platform/linux/FolderWalk.h"
 #include "platform/linux/TreeWatch.h"
+#include "tests/fakes/TemporaryFolder.h"
 
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <algorithm>
 #include <chrono>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
 #include <set>
 #include <stdexcept>
 #include <thread>
 #include <unordered_map>
 
-extern char** environ;
-
+namespace velmora::bench {
 namespace {
 
-using Seconds = std::chrono::duration<double>;
-
-constexpr int filesPerFolder = 12;
-
-/// About `entries` entries: three levels of folders with a dozen empty files in each of the deepest.
-std::size_t makeTree(const std::string& root, std::size_t entries) {
-    std::size_t made = 0;
-    const auto folder = [&](const std::string& path) {
-        if (mkdir(path.c_str(), 0700) != 0) throw std::runtime_error("mkdir " + path);
-        ++made;
-    };
-    for (int i = 0; made < entries; ++i) {
-        const std::string outer = root + "/project-" + std::to_string(i);
-        folder(outer);
-        for (int j = 0; j < 20 && made < entries; ++j) {
-            const std::string middle = outer + "/library" + std::to_string(j);
-            folder(middle);
-            for (int k = 0; k < 10 && made < entries; ++k) {
-                const std::string inner = middle + "/source_" + std::to_string(k);
-                folder(inner);
-                for (int n = 0; n < filesPerFolder; ++n, ++made) {
-                    const std::string file = inner + "/report-2026-" + std::to_string(n) + ".txt";
-                    const int fd = open(file.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
-                    if (fd < 0) throw std::runtime_error("open " + file);
-                    close(fd);
-                }
-            }
-        }
-    }
-    return made;
-}
-
-template <class Work>
-double measure(Work work) {
-    const auto start = std::chrono::steady_clock::now();
-    work();
-    return Seconds(std::chrono::steady_clock::now() - start).count();
-}
-
 std::size_t walk(const std::string& root) {
-    velmora::FolderWalk walk(root, {});
+    FolderWalk walk(root, {});
     std::size_t count = 0;
     for (;;) {
         const auto batch = walk.next(5'000, [] { return false; });
@@ -74,24 +26,17 @@ std::size_t walk(const std::string& root) {
     }
 }
 
-void find(const std::string& root) {
-    std::string program = "/usr/bin/find", action = "-printf", format = "%p %s %T@\n", where = root;
-    char* arguments[] = {program.data(), where.data(), action.data(), format.data(), nullptr};
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    pid_t child = 0;
-    int status = 1;
-    if (posix_spawn(&child, program.c_str(), &actions, nullptr, arguments, environ) == 0) waitpid(child, &status, 0);
-    posix_spawn_file_actions_destroy(&actions);
-    if (status != 0) throw std::runtime_error("find failed");
+double find(const std::string& root) {
+    const auto time = runQuietly({"/usr/bin/find", root, "-printf", "%p %s %T@\n"});
+    if (!time) throw std::runtime_error("find failed");
+    return *time;
 }
 
 /// An index that knows the tree as it was when it was made.
-class Host final : public velmora::WatchHost {
+class Host final : public WatchHost {
   public:
     explicit Host(const std::string& root) {
-        velmora::FolderWalk walk(root, {});
+        FolderWalk walk(root, {});
         for (;;) {
             auto batch = walk.next(5'000, [] { return false; });
             if (batch.empty()) return;
@@ -102,17 +47,17 @@ class Host final : public velmora::WatchHost {
     bool isStopped() override { return false; }
     void betweenFolders() override {}
     void report(std::string path) override { reported.insert(std::move(path)); }
-    std::optional<std::vector<velmora::IndexedFile>> indexedChildren(const std::string& folder) override {
+    std::optional<std::vector<IndexedFile>> indexedChildren(const std::string& folder) override {
         return rows_[folder];
     }
-    std::optional<std::vector<velmora::IndexedFile>> indexedBelow(const std::string&, const std::string&) override {
+    std::optional<std::vector<IndexedFile>> indexedBelow(const std::string&, const std::string&) override {
         return std::nullopt;
     }
 
     std::set<std::string> reported;
 
   private:
-    std::unordered_map<std::string, std::vector<velmora::IndexedFile>> rows_;
+    std::unordered_map<std::string, std::vector<IndexedFile>> rows_;
 };
 
 std::int64_t microsecondsNow() {
@@ -120,66 +65,53 @@ std::int64_t microsecondsNow() {
         .count();
 }
 
-/// A thousand files removed, changed and made, spread over the tree.
-void change(const std::string& root, std::size_t entries) {
-    const int projects = static_cast<int>(entries / 2'621);
-    for (int i = 0; i < 1'000; ++i) {
-        const std::string folder = root + "/project-" + std::to_string(i % std::max(projects, 1)) + "/library" +
-                                   std::to_string(i % 20) + "/source_" + std::to_string(i % 10);
-        const std::string file = folder + "/report-2026-" + std::to_string(i / 100) + ".txt";
-        if (i % 3 == 0) {
-            unlink(file.c_str());
-        } else {
-            const std::string name = i % 3 == 1 ? file : folder + "/new-" + std::to_string(i);
-            const int fd = open(name.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
-            if (fd >= 0 && write(fd, "x", 1) != 1) throw std::runtime_error("write " + name);
-            close(fd);
-        }
+void measure(const std::string& prefix, std::size_t entries, int rounds) {
+    const auto wanted = [&](const std::string& name) { return name.starts_with(prefix) || prefix.starts_with(name); };
+    if (!wanted("files.walk") && !wanted("files.watch")) return;
+    const test::TemporaryFolder folder;
+    const std::string root = folder.path() + "/tree";
+    const std::size_t made = makeTree(root, entries);
+    if (walk(root) != made) throw std::runtime_error("the walk missed entries");
+    find(root);
+    std::vector<double> ours;
+    std::vector<double> theirs;
+    for (int round = 0; round < rounds; ++round) {
+        ours.push_back(milliseconds([&] { walk(root); }));
+        theirs.push_back(find(root));
     }
-}
-
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
+    const double reference = quantile(theirs, 0.5);
+    const auto perSecond = [made](double time) { return static_cast<double>(made) * 1000 / time; };
+    if (wanted("files.walk")) report("files.walk", perSecond(quantile(ours, 0.5)), "entries/s", perSecond(reference));
+    if (!wanted("files.watch")) return;
+    Host host(root);
+    std::this_thread::sleep_for(std::chrono::seconds(3));  // clear of the slack that a bookmark is given
+    const std::int64_t bookmark = microsecondsNow();
+    const std::set<std::string> changed = changeThousand(root, entries);
+    std::vector<double> marking;
+    std::vector<double> looking;
+    for (int round = 0; round < rounds; ++round) {
+        marking.push_back(milliseconds([&] { TreeWatch(host, {root}, {}).begin(std::nullopt); }));
+        looking.push_back(milliseconds([&] { TreeWatch(host, {root}, {}).begin(bookmark); }));
+    }
+    report("files.watch.mark", quantile(marking, 0.5), "ms", reference);
+    report("files.watch.look", quantile(looking, 0.5), "ms", reference);
+    if (!std::includes(host.reported.begin(), host.reported.end(), changed.begin(), changed.end()))
+        throw std::runtime_error("the watcher missed changes");
 }
 
 }  // namespace
+}  // namespace velmora::bench
 
-int main(int argc, char** argv) {
-    const std::size_t entries = argc > 1 ? std::strtoull(argv[1], nullptr, 10) : 300'000;
-    const int rounds = argc > 2 ? std::atoi(argv[2]) : 9;
-    std::string root = (std::filesystem::temp_directory_path() / "velmora-walk-XXXXXX").string();
-    if (!mkdtemp(root.data())) return 1;
-    int result = 0;
+int main(int count, char** arguments) {
+    std::vector<std::string> words(arguments + 1, arguments + count);
+    words.resize(3);
+    const std::size_t entries = words[1].empty() ? 300'000 : std::stoul(words[1]);
+    const int rounds = words[2].empty() ? 9 : std::stoi(words[2]);
     try {
-        const auto made = static_cast<double>(makeTree(root, entries));
-        if (static_cast<double>(walk(root)) != made) throw std::runtime_error("the walk missed entries");
-        find(root);
-        std::vector<double> ours, theirs;
-        for (int round = 0; round < rounds; ++round) {
-            ours.push_back(measure([&] { walk(root); }));
-            theirs.push_back(measure([&] { find(root); }));
-        }
-        const double rate = made / median(ours), reference = made / median(theirs);
-        Host host(root);
-        std::this_thread::sleep_for(std::chrono::seconds(3));  // clear of the slack that a bookmark is given
-        const std::int64_t bookmark = microsecondsNow();
-        change(root, entries);
-        std::vector<double> marking, looking;
-        for (int round = 0; round < rounds; ++round) {
-            marking.push_back(measure([&] { velmora::TreeWatch(host, {root}, {}).begin(std::nullopt); }));
-            looking.push_back(measure([&] { velmora::TreeWatch(host, {root}, {}).begin(bookmark); }));
-        }
-        std::printf("files.watch.mark\t%.0f\tms\t%.0f\t%.2f\n", median(marking) * 1e3, median(theirs) * 1e3,
-                    median(marking) / median(theirs));
-        std::printf("files.watch.look\t%.0f\tms\t%.0f\t%.2f\n", median(looking) * 1e3, median(theirs) * 1e3,
-                    median(looking) / median(theirs));
-        std::fprintf(stderr, "reported: %zu\n", host.reported.size());
-        std::printf("files.walk\t%.0f\tentries/s\t%.0f\t%.2f\n", rate, reference, rate / reference);
+        velmora::bench::measure(words[0], entries, rounds);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "walk_bench: %s\n", error.what());
-        result = 1;
+        return 1;
     }
-    std::filesystem::remove_all(root);
-    return result;
+    return 0;
 }

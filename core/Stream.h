@@ -26,7 +26,8 @@ struct StreamState {
 
 /// Parks the calling task in `slot` unless `ready()` holds by then; both are looked at under the stream's lock.
 template <class T, class Ready>
-Task<> parkUnless(std::shared_ptr<StreamState<T>> state, std::shared_ptr<Waiter> StreamState<T>::*slot, Ready ready) {
+Task<> parkUnless(std::shared_ptr<StreamState<T>> state,  // NOLINT(performance-unnecessary-value-param): a coroutine
+                  std::shared_ptr<Waiter> StreamState<T>::*slot, Ready ready) {
     const std::function<void(std::shared_ptr<Waiter>)> park = [&](std::shared_ptr<Waiter> waiter) {
         {
             const std::lock_guard lock(state->mutex);
@@ -122,23 +123,21 @@ class StreamWriter {
     [[nodiscard]] Task<> write(T item) {
         co_await throwIfCancelled();
         const auto state = state_;
+        std::shared_ptr<detail::Waiter> reader;
         for (;;) {
-            std::shared_ptr<detail::Waiter> reader;
-            bool written = false;
             {
                 const std::lock_guard lock(state->mutex);
                 if (state->readerGone) throw Cancelled{};
                 if (state->items.size() < state->capacity) {
                     state->items.push_back(std::move(item));
                     reader = detail::takeWaiter(state->reader);
-                    written = true;
+                    break;
                 }
             }
-            detail::resumeIfAny(reader);
-            if (written) co_return;
             const auto ready = [raw = state.get()] { return raw->readerGone || raw->items.size() < raw->capacity; };
             co_await detail::parkUnless(state, &detail::StreamState<T>::writer, ready);
         }
+        detail::resumeIfAny(reader);
     }
 
     /// Whether the next `write` would find nobody to read it. For writers that work long on one item.

@@ -15,7 +15,8 @@ class FileEventWatching {
   public:
     /// Paths whose present state is to be looked at, whatever has happened to them, and the identifier up to which
     /// nothing is left to report. A folder that came into being, or into the watched roots, is reported with everything
-    /// below it; of one that is gone, only the folder itself may be.
+    /// below it; of one that is gone, only the folder itself may be. Without paths, the number of swept folders has
+    /// changed.
     using Handler = std::function<void(std::vector<std::string> paths, std::uint64_t lastEventID)>;
 
     virtual ~FileEventWatching() = default;

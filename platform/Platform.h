@@ -5,6 +5,8 @@
 
 #include <functional>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace velmora {
 
@@ -33,8 +35,11 @@ struct Platform {
     FolderPanel& folderPanel;
     std::shared_ptr<const ApplicationBundles> applicationBundles;
     std::shared_ptr<FileScanner> fileScanner;
-    /// Makes the watcher of the disk, which compares with the index what it missed.
-    std::function<std::shared_ptr<FileEventWatching>(std::shared_ptr<IndexReading>)> makeFileEvents;
+    /// Makes the watcher of the disk, which compares with the index what it missed and stays out of paths that begin
+    /// like one of `skipPrefixes`.
+    std::function<std::shared_ptr<FileEventWatching>(std::shared_ptr<IndexReading>,
+                                                     std::vector<std::string> skipPrefixes)>
+        makeFileEvents;
     std::shared_ptr<const FileAttributeReading> fileAttributes;
 };
 

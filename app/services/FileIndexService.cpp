@@ -58,8 +58,11 @@ FileIndexService::FileIndexService(MainExecutor main, Executor pool, Clock& cloc
       repository_(std::move(repository)),
       disk_(std::move(disk)),
       defaultRoots_{folders.home, "/Applications", "/System/Applications", "/Library"},
-      skippedPrefixes_{folders.data, folders.home + "/Library/CloudStorage",
-                       folders.home + "/Library/Mobile Documents"} {}
+      skippedPrefixes_(skippedPrefixes(folders)) {}
+
+std::vector<std::string> FileIndexService::skippedPrefixes(const Folders& folders) {
+    return {folders.data, folders.home + "/Library/CloudStorage", folders.home + "/Library/Mobile Documents"};
+}
 
 // Starting and stopping.
 
@@ -94,6 +97,8 @@ Task<> FileIndexService::bootstrap() {
         co_return;
     }
     showWatching();
+    const bool exists = co_await repository_.ftsExists();
+    if (!exists) co_return;
     const bool done = co_await repository_.ftsBackfillDone();
     if (!done) spawn(main_, [self = shared_from_this()] { return self->backfill(); });
 }
@@ -163,6 +168,7 @@ void FileIndexService::takeIn(const std::vector<std::string>& paths, std::uint64
     VELMORA_ASSERT_MAIN();
     if (stopped_) return;
     pendingEventID_ = std::max(pendingEventID_, lastEventID);
+    if (paths.empty() && !isScanning_) showWatching();
     const std::size_t before = pendingPaths_.size();
     for (std::string_view path : paths) {
         if (path.starts_with(eventPrefix)) path.remove_prefix(eventPrefix.size());
@@ -401,7 +407,10 @@ void FileIndexService::showStatus(std::string text) {
 }
 
 void FileIndexService::showWatching() {
-    showStatus("Watching · " + countText(fileCount_) + " files");
+    std::string status = "Watching · " + countText(fileCount_) + " files";
+    const std::size_t swept = disk_.watcher->sweptFolders();
+    if (swept > 0) status += " · " + text::formattedCount(swept) + " folders checked every minute";
+    showStatus(std::move(status));
 }
 
 void FileIndexService::showFailure(const std::exception_ptr& failure) {

@@ -40,6 +40,9 @@ class FileIndexService final : public std::enable_shared_from_this<FileIndexServ
         std::string data;  ///< the program's own; neither scanned nor followed
     };
 
+    /// How the paths begin that are neither scanned nor followed.
+    [[nodiscard]] static std::vector<std::string> skippedPrefixes(const Folders& folders);
+
     FileIndexService(MainExecutor main, Executor pool, Clock& clock, FileIndexRepository repository, Disk disk,
                      Folders folders);
     FileIndexService(const FileIndexService&) = delete;

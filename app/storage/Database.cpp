@@ -132,6 +132,7 @@ Task<> Database::executeBatch(std::string_view sql, std::vector<std::vector<SQLV
             for (const auto& values : rows) {
                 statement.bind(values);
                 statement.execute();
+                actor_.letPass();
             }
         });
     };
@@ -149,11 +150,19 @@ Task<> Database::executeMatchingCase(std::string_view sql, std::vector<SQLValue>
     co_await actor_.run(work);
 }
 
-Task<> Database::bulkWrite(std::function<void(const Prepare& prepare)> work) {
+Statement Database::Bulk::prepare(std::string_view sql) const {
+    return {database_.connection(), sql};
+}
+
+void Database::Bulk::letQueriesPass() const {
+    database_.actor_.letPass();
+}
+
+Task<> Database::bulkWrite(std::function<void(const Bulk& bulk)> work) {
     const auto self = shared_from_this();
     const auto transaction = [&] {
         const TriggersOff off(connection());
-        transact([&] { work([&](std::string_view sql) { return Statement(connection(), sql); }); });
+        transact([&] { work(Bulk(*this)); });
     };
     co_await actor_.run(transaction);
 }
@@ -169,7 +178,7 @@ Task<std::vector<Row>> Database::rows(std::string_view sql, std::vector<SQLValue
             result.push_back(*std::move(row));
         return result;
     };
-    co_return co_await actor_.run(work);
+    co_return co_await actor_.runPassing(work);
 }
 
 Task<> Database::close() {

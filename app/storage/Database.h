@@ -17,7 +17,8 @@ namespace velmora {
 
 /// The one connection to the local database file.
 ///
-/// Calls may come from any task; they run one at a time on the worker pool and nothing of one runs inside another.
+/// Calls may come from any task; they run one at a time on the worker pool, a statement whole before the next. Only
+/// queries may run inside another call, between the statements of a batch.
 /// `sql` is the fixed text of a repository: it is not copied and must stay until the task has ended, as a constant or a
 /// local of the awaiting function does. Values are always bound.
 ///
@@ -49,18 +50,30 @@ class Database : public std::enable_shared_from_this<Database> {
     /// different names only such a LIKE is right.
     [[nodiscard]] Task<> executeMatchingCase(std::string_view sql, std::vector<SQLValue> values);
 
-    /// Compiles a statement on the connection, for use within the same `bulkWrite`. `sql` is fixed text.
-    using Prepare = std::function<Statement(std::string_view sql)>;
+    /// What the work of a `bulkWrite` does it with.
+    class Bulk {
+      public:
+        explicit Bulk(Database& database) : database_(database) {}
+
+        /// Compiles a statement on the connection, for use within the same `bulkWrite`. `sql` is fixed text.
+        [[nodiscard]] Statement prepare(std::string_view sql) const;
+
+        /// Call between steps of the work: lets queries that wait run now. They see what has been written so far.
+        void letQueriesPass() const;
+
+      private:
+        Database& database_;
+    };
 
     /// Runs `work` in one transaction while the schema's triggers are off: after a failure nothing of it is written.
     ///
     /// For batches that do the triggers' work themselves in fewer steps. A trigger makes each of its statements a
     /// savepoint, and at each savepoint the full-text index writes out what it has gathered, which takes longer than
     /// everything else. `work` runs on the pool; what it captures by reference must stay until the task has ended.
-    [[nodiscard]] Task<> bulkWrite(std::function<void(const Prepare& prepare)> work);
+    [[nodiscard]] Task<> bulkWrite(std::function<void(const Bulk& bulk)> work);
 
     /// Runs one query and returns its rows in SQLite's order. Cancelling the caller interrupts the running query, which
-    /// then ends as `Cancelled`.
+    /// then ends as `Cancelled`. A query need not wait for the end of a batch: it runs between two of its steps.
     [[nodiscard]] Task<std::vector<Row>> rows(std::string_view sql, std::vector<SQLValue> values = {});
 
     /// Closes the connection once the calls before it have ended. Closing again does nothing.

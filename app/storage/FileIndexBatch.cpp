@@ -14,8 +14,12 @@ constexpr auto addEntry = "INSERT INTO file_index_fts(rowid,name) VALUES(CAST(? 
 constexpr auto removeEntry =
     "INSERT INTO file_index_fts(file_index_fts,rowid,name) VALUES('delete',CAST(? AS INTEGER),?)";
 
-bool hasFullText(const Database::Prepare& prepare) {
-    return prepare("SELECT name FROM sqlite_master WHERE name='file_index_fts'").first().has_value();
+/// How many names enter the full-text index in one statement, between which queries may pass. At the end of each it
+/// writes out what it has gathered, so that few names at a time would take long.
+constexpr std::int64_t rowsAtOnce = 500;
+
+bool hasFullText(const Database::Bulk& bulk) {
+    return bulk.prepare("SELECT name FROM sqlite_master WHERE name='file_index_fts'").first().has_value();
 }
 
 struct Entry {
@@ -26,9 +30,9 @@ struct Entry {
 /// What the index knows before a batch changes it.
 class Entries {
   public:
-    explicit Entries(const Database::Prepare& prepare)
-        : entry_(prepare("SELECT rowid,name FROM file_index WHERE path=?")),
-          child_(prepare("SELECT 1 FROM file_index WHERE parent=? LIMIT 1")) {}
+    explicit Entries(const Database::Bulk& bulk)
+        : entry_(bulk.prepare("SELECT rowid,name FROM file_index WHERE path=?")),
+          child_(bulk.prepare("SELECT 1 FROM file_index WHERE parent=? LIMIT 1")) {}
 
     std::optional<Entry> at(const std::string& path) {
         entry_.bind({path});
@@ -57,8 +61,8 @@ class Entries {
 /// The full-text entries of a batch. New rows are entered together at its end: they have the highest numbers.
 class FullText {
   public:
-    explicit FullText(const Database::Prepare& prepare)
-        : add_(prepare(addEntry)), remove_(prepare(removeEntry)), last_(highestRow(prepare)) {}
+    explicit FullText(const Database::Bulk& bulk)
+        : add_(bulk.prepare(addEntry)), remove_(bulk.prepare(removeEntry)), last_(highestRow(bulk)) {}
 
     void rename(const Entry& entry, const std::string& name) {
         if (entry.row > last_ || entry.name == name) return;
@@ -68,16 +72,20 @@ class FullText {
         add_.execute();
     }
 
-    void addNew(const Database::Prepare& prepare) {
-        Statement all =
-            prepare("INSERT INTO file_index_fts(rowid,name) SELECT rowid,name FROM file_index WHERE rowid>?");
-        all.bind({last_});
-        all.execute();
+    void addNew(const Database::Bulk& bulk) {
+        Statement some = bulk.prepare(
+            "INSERT INTO file_index_fts(rowid,name) SELECT rowid,name FROM file_index "
+            "WHERE rowid>? AND rowid<=CAST(? AS INTEGER)");
+        for (const std::int64_t newest = highestRow(bulk); last_ < newest; last_ += rowsAtOnce) {
+            bulk.letQueriesPass();
+            some.bind({last_, last_ + rowsAtOnce});
+            some.execute();
+        }
     }
 
   private:
-    static std::int64_t highestRow(const Database::Prepare& prepare) {
-        const auto row = prepare("SELECT MAX(rowid) AS highest FROM file_index").first();
+    static std::int64_t highestRow(const Database::Bulk& bulk) {
+        const auto row = bulk.prepare("SELECT MAX(rowid) AS highest FROM file_index").first();
         return row ? row->integer("highest").value_or(0) : 0;
     }
 
@@ -112,15 +120,15 @@ std::vector<const IndexedFile*> sortedByName(const std::vector<IndexedFile>& fil
 
 }  // namespace
 
-void writeFiles(const Database::Prepare& prepare, const std::vector<IndexedFile>& files) {
+void writeFiles(const Database::Bulk& bulk, const std::vector<IndexedFile>& files) {
     static constexpr auto sql =
         "INSERT INTO file_index(path,name,parent,is_directory,size,modified) VALUES(?,?,?,?,?,?) "
         "ON CONFLICT(path) DO UPDATE SET name=excluded.name,parent=excluded.parent,"
         "is_directory=excluded.is_directory,size=excluded.size,modified=excluded.modified";
     std::optional<FullText> fullText;
-    if (hasFullText(prepare)) fullText.emplace(prepare);
-    Entries entries(prepare);
-    Statement write = prepare(sql);
+    if (hasFullText(bulk)) fullText.emplace(bulk);
+    Entries entries(bulk);
+    Statement write = bulk.prepare(sql);
     for (const IndexedFile* const next : sortedByName(files)) {
         const IndexedFile& file = *next;
         const std::string parent = parentOf(file.path);
@@ -130,12 +138,13 @@ void writeFiles(const Database::Prepare& prepare, const std::vector<IndexedFile>
         write.bind({file.path, file.name, parent, file.isDirectory, file.size, modified});
         write.execute();
         if (before) fullText->rename(*before, file.name);
+        bulk.letQueriesPass();
     }
-    if (fullText) fullText->addNew(prepare);
+    if (fullText) fullText->addNew(bulk);
 }
 
-void deleteFiles(const Database::Prepare& prepare, const std::vector<std::string>& paths) {
-    Entries entries(prepare);
+void deleteFiles(const Database::Bulk& bulk, const std::vector<std::string>& paths) {
+    Entries entries(bulk);
     std::vector<std::pair<Entry, const std::string*>> found;
     for (const std::string& path : paths) {
         if (auto entry = entries.at(path)) found.emplace_back(*std::move(entry), &path);
@@ -145,8 +154,8 @@ void deleteFiles(const Database::Prepare& prepare, const std::vector<std::string
     const auto byRow = [](const auto& left, const auto& right) { return left.first.row < right.first.row; };
     std::sort(found.begin(), found.end(), byRow);
     std::optional<Statement> forget;
-    if (hasFullText(prepare)) forget = prepare(removeEntry);
-    Statement remove = prepare("DELETE FROM file_index WHERE path=?");
+    if (hasFullText(bulk)) forget = bulk.prepare(removeEntry);
+    Statement remove = bulk.prepare("DELETE FROM file_index WHERE path=?");
     const Entry* last = nullptr;
     for (const auto& [entry, path] : found) {
         if (last && last->row == entry.row) continue;  // a path that was given twice
@@ -157,6 +166,7 @@ void deleteFiles(const Database::Prepare& prepare, const std::vector<std::string
         }
         remove.bind({*path});
         remove.execute();
+        bulk.letQueriesPass();
     }
 }
 

@@ -11,10 +11,10 @@
 namespace velmora {
 
 /// Inserts `files`, or updates the rows that have their paths.
-void writeFiles(const Database::Prepare& prepare, const std::vector<IndexedFile>& files);
+void writeFiles(const Database::Bulk& bulk, const std::vector<IndexedFile>& files);
 
 /// Deletes the rows with exactly these paths.
-void deleteFiles(const Database::Prepare& prepare, const std::vector<std::string>& paths);
+void deleteFiles(const Database::Bulk& bulk, const std::vector<std::string>& paths);
 
 /// The folder that holds the entry at `path`: "/" for a top-level one.
 std::string parentOf(std::string_view path);

@@ -24,11 +24,6 @@ std::vector<IndexedFile> filesIn(const std::vector<Row>& rows) {
     return files;
 }
 
-Task<bool> fullTextExists(std::shared_ptr<Database> database) {
-    const auto found = co_await database->rows("SELECT name FROM sqlite_master WHERE name='file_index_fts'");
-    co_return !found.empty();
-}
-
 /// The rows below `folder` whose path comes after `last`, in the order of the paths, at most `limit`.
 Task<std::vector<Row>> rowsBelow(std::shared_ptr<Database> database, std::string_view sql, std::string folder,
                                  std::string last, std::size_t limit) {
@@ -45,6 +40,7 @@ Task<std::vector<std::string>> pathsBelow(std::shared_ptr<Database> database, st
     static constexpr auto sql = "SELECT path FROM file_index WHERE path>? AND path<? ORDER BY path LIMIT ?";
     const auto rows = co_await rowsBelow(database, sql, folder, last, limit);
     std::vector<std::string> paths;
+    paths.reserve(rows.size());
     for (const Row& row : rows)
         paths.emplace_back(row.text("path").value_or(""));
     co_return paths;
@@ -68,13 +64,13 @@ std::vector<std::string> topmost(const std::vector<std::string>& folders) {
 
 Task<> FileIndexRepository::upsert(std::vector<IndexedFile> files) const {
     if (files.empty()) co_return;
-    const auto work = [&](const Database::Prepare& prepare) { writeFiles(prepare, files); };
+    const auto work = [&](const Database::Bulk& bulk) { writeFiles(bulk, files); };
     co_await database_->bulkWrite(work);
 }
 
 Task<> FileIndexRepository::deletePaths(std::vector<std::string> paths) const {
     if (paths.empty()) co_return;
-    const auto work = [&](const Database::Prepare& prepare) { deleteFiles(prepare, paths); };
+    const auto work = [&](const Database::Bulk& bulk) { deleteFiles(bulk, paths); };
     co_await database_->bulkWrite(work);
 }
 
@@ -138,7 +134,7 @@ Task<std::vector<IndexedFile>> FileIndexRepository::search(std::string name, std
     if (query.isEmpty() || name.find('\0') != std::string::npos) co_return std::vector<IndexedFile>{};
     SearchScope scope{{}, limit, true, home_};
     if (parent) scope.folder = folderPath(*parent, home_);
-    scope.fullText = co_await fullTextExists(database_);
+    scope.fullText = co_await ftsExists();
     BoundStatement statement = searchStatement(query, scope);
     const auto rows = co_await database_->rows(statement.sql, std::move(statement.values));
     co_return filesIn(rows);
@@ -197,6 +193,11 @@ Task<> FileIndexRepository::removeRoot(std::string id) const {
     return database_->execute("DELETE FROM index_roots WHERE id=?", {std::move(id)});
 }
 
+Task<bool> FileIndexRepository::ftsExists() const {
+    const auto found = co_await database_->rows("SELECT name FROM sqlite_master WHERE name='file_index_fts'");
+    co_return !found.empty();
+}
+
 Task<bool> FileIndexRepository::ftsBackfillDone() const {
     const auto rows = co_await database_->rows("SELECT value FROM settings WHERE key='fileIndex.ftsBackfilled'");
     co_return !rows.empty() && rows.front().boolean("value");
@@ -209,7 +210,7 @@ Task<> FileIndexRepository::markFTSBackfillDone() const {
 }
 
 Task<> FileIndexRepository::rebuildFTS() const {
-    const bool exists = co_await fullTextExists(database_);
+    const bool exists = co_await ftsExists();
     if (exists) co_await database_->execute("INSERT INTO file_index_fts(file_index_fts) VALUES('rebuild')");
 }
 
@@ -217,8 +218,9 @@ Task<std::uint64_t> FileIndexRepository::loadEventID() const {
     const auto rows = co_await database_->rows("SELECT value FROM settings WHERE key='fileIndex.lastEventID'");
     const std::string_view digits = rows.empty() ? "" : rows.front().text("value").value_or("");
     std::uint64_t id = 0;
-    const char* const end = digits.data() + digits.size();
-    const auto [stop, error] = std::from_chars(digits.data(), end, id);
+    const char* const begin = digits.data();
+    const char* const end = begin + digits.size();
+    const auto [stop, error] = std::from_chars(begin, end, id);
     co_return error == std::errc{} && stop == end ? id : 0;
 }
 

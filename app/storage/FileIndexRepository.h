@@ -69,11 +69,14 @@ class FileIndexRepository {
     /// Leaves the files below the root in the index.
     [[nodiscard]] Task<> removeRoot(std::string id) const;
 
-    /// Whether the full-text index is known to cover every row.
+    /// Whether there is a full-text index.
+    [[nodiscard]] Task<bool> ftsExists() const;
+
+    /// Whether it is known to cover every row.
     [[nodiscard]] Task<bool> ftsBackfillDone() const;
     [[nodiscard]] Task<> markFTSBackfillDone() const;
 
-    /// Makes the full-text index anew from the names; nothing where there is none.
+    /// Makes it anew from the names; does nothing where there is none.
     [[nodiscard]] Task<> rebuildFTS() const;
 
     /// The last change of the file system that the index has; 0 when unknown.

@@ -80,7 +80,7 @@ class FSEventsWatcher::Session final : public WatchHost, public std::enable_shar
     void report(std::string path) override {
         if (paths_.empty()) deadline_ = std::chrono::steady_clock::now() + options_.latency;
         paths_.insert(std::move(path));
-        if (paths_.size() >= maximumPathsPerReport) deliver(reportedUntil_);
+        if (paths_.size() >= maximumPathsPerReport) deliverPaths(reportedUntil_);
     }
 
     std::optional<std::vector<IndexedFile>> indexedChildren(const std::string& folder) override {
@@ -104,7 +104,8 @@ class FSEventsWatcher::Session final : public WatchHost, public std::enable_shar
     void loop();
     bool wait(SteadyTime until, bool& mountsChanged);
     bool waitForStop(std::chrono::milliseconds time);
-    void deliver(std::int64_t until);
+    void deliverPaths(std::int64_t until);
+    void deliver(std::vector<std::string> paths, std::int64_t until);
     void deliverAll();
 
     const MainExecutor main_;
@@ -147,7 +148,7 @@ void FSEventsWatcher::Session::loop() {
     isComplete_ = !stopped_;
     SteadyTime due = watch_.doDueWork();
     while (!stopped_) {
-        unmarked_ = watch_.unmarkedFolders();
+        if (unmarked_.exchange(watch_.unmarkedFolders()) != watch_.unmarkedFolders()) deliver({}, reportedUntil_);
         bool mountsChanged = false;
         const SteadyTime until = watch_.hasFetchedEvents() ? SteadyTime::min() : std::min(due, deadline_);
         const bool hasEvents = wait(until, mountsChanged) || watch_.hasFetchedEvents();
@@ -181,14 +182,19 @@ bool FSEventsWatcher::Session::waitForStop(std::chrono::milliseconds time) {
 void FSEventsWatcher::Session::deliverAll() {
     if (stopped_) return;
     reportedUntil_ = std::max(reportedUntil_, handledUntil_);
-    deliver(reportedUntil_);
+    deliverPaths(reportedUntil_);
 }
 
-void FSEventsWatcher::Session::deliver(std::int64_t until) {
+void FSEventsWatcher::Session::deliverPaths(std::int64_t until) {
     deadline_ = SteadyTime::max();
-    if (paths_.empty() || stopped_) return;
+    if (paths_.empty()) return;
     std::vector<std::string> paths(paths_.begin(), paths_.end());
     paths_.clear();
+    deliver(std::move(paths), until);
+}
+
+void FSEventsWatcher::Session::deliver(std::vector<std::string> paths, std::int64_t until) {
+    if (stopped_) return;
     const auto identifier = static_cast<std::uint64_t>(std::min(until, watch_.sweptUntil().value_or(until)));
     spawn(main_, [self = shared_from_this(), paths = std::move(paths), identifier]() -> Task<> {
         const Handler handler = self->handler_;  // which may stop the watcher

@@ -7,7 +7,7 @@ import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 
-from desktop import wait_until  # noqa: E402  # pylint: disable=wrong-import-position
+from desktop import nodes, wait_until  # noqa: E402  # pylint: disable=wrong-import-position
 from test_palette import PaletteTest  # noqa: E402  # pylint: disable=wrong-import-position
 
 
@@ -63,6 +63,22 @@ class Files(PaletteTest):
         self.show_again()
         self.desktop.press("ctrl+v")
         wait_until(lambda: self.typed() == str(self.report), "the copied path to be pasted")
+
+    def test_reveals_in_the_file_manager(self):
+        self.open()
+        self.enter_files()
+        self.find("quarterly", "quarterly report 2026.txt")
+        self.desktop.press("ctrl+k")
+        self.wait_for_text("Show in Finder")
+        self.desktop.press("Down", "Down", "Return")
+        self.desktop.wait_until_hidden("Velmora Brisklane")
+
+        def selected():
+            # The file manager's status line tells of what is selected.
+            shown = nodes(self.desktop.tree("Thunar") + self.desktop.tree("thunar"))
+            return any(node["role"] == "status bar" and self.report.name in node["name"] for node in shown)
+
+        wait_until(selected, "the file manager to show the file selected", 30, 0.5)
 
     def test_follows_the_disk(self):
         self.open()

@@ -17,6 +17,7 @@ struct FakeDisk {
     std::set<std::string> entries;
     std::set<std::string> unreadableRoots;
     bool watchingFails = false;
+    std::size_t sweptFolders = 0;
     std::uint64_t now = 5000;
 
     std::vector<std::string> scans;
@@ -89,7 +90,7 @@ class FakeWatcher final : public FileEventWatching {
     }
     void stop() override { disk_.handler = nullptr; }
     [[nodiscard]] std::uint64_t currentEventID() const override { return disk_.now; }
-    [[nodiscard]] std::size_t sweptFolders() const override { return 0; }
+    [[nodiscard]] std::size_t sweptFolders() const override { return disk_.sweptFolders; }
 
   private:
     FakeDisk& disk_;

@@ -26,8 +26,8 @@ struct FakePlatform {
             .folderPanel = folderPanel,
             .applicationBundles = std::move(bundles),
             .fileScanner = std::make_shared<FakeScanner>(disk, loop.executor()),
-            .makeFileEvents =
-                [this](const std::shared_ptr<IndexReading>&) { return std::make_shared<FakeWatcher>(disk); },
+            .makeFileEvents = [this](const std::shared_ptr<IndexReading>&,
+                                     const std::vector<std::string>&) { return std::make_shared<FakeWatcher>(disk); },
             .fileAttributes = std::make_shared<FakeAttributes>(disk),
         };
         const AppServices::SettingsFactory makeSettings = [](AppServices& made) {

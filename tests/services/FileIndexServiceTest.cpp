@@ -237,6 +237,16 @@ TEST_F(FileIndexServiceTest, FailuresBecomeTheStatusLine) {
     EXPECT_EQ(service->statusText(), "The database is closed.");
 }
 
+TEST_F(FileIndexServiceTest, SaysHowManyFoldersItOnlyChecksNowAndThen) {
+    start();
+    disk.sweptFolders = 12;
+    report({}, 0);
+    EXPECT_EQ(service->statusText(), "Watching · 4 files · 12 folders checked every minute");
+    disk.sweptFolders = 0;
+    report({}, 0);
+    EXPECT_EQ(service->statusText(), "Watching · 4 files");
+}
+
 TEST_F(FileIndexServiceTest, SearchesWhatIsIndexed) {
     start();
     const auto search = [&](const std::string& text) {

@@ -4,6 +4,7 @@
 
 #include <sys/stat.h>
 
+#include <latch>
 #include <map>
 
 namespace velmora::test {
@@ -235,6 +236,43 @@ TEST_F(DatabaseTest, ABatchIsWrittenWhollyOrNotAtAll) {
     }
     batch(insertSetting, {{"d", "4"}});
     EXPECT_EQ(column(saved), "a\nb\nc\nd\n") << "a failed batch leaves no transaction behind";
+}
+
+TEST_F(DatabaseTest, QueriesPassABatchBetweenItsSteps) {
+    std::latch begun(1);
+    std::latch queued(1);
+    const std::function<void(const Database::Bulk&)> work = [&](const Database::Bulk& bulk) {
+        Statement insert = bulk.prepare(insertSetting);
+        insert.bind({"a", "1"});
+        insert.execute();
+        begun.count_down();
+        queued.wait();
+        bulk.letQueriesPass();
+        insert.bind({"b", nullptr});
+        insert.execute();
+    };
+    std::string sentence;
+    const TaskHandle writing = spawn(loop.executor(), [&]() -> Task<> {
+        try {
+            co_await database->bulkWrite(work);
+        } catch (const AppError& error) {
+            sentence = error.what();
+        }
+    });
+    loop.settle();
+    begun.wait();
+    std::size_t found = 0;
+    const TaskHandle reading = spawn(loop.executor(), [&]() -> Task<> {
+        const auto settings = co_await database->rows("SELECT key FROM settings");
+        EXPECT_FALSE(writing.done());
+        found = settings.size();
+    });
+    loop.settle();
+    queued.count_down();
+    loop.until([&] { return reading.done() && writing.done(); });
+    EXPECT_EQ(found, 1U) << "what the batch has written so far";
+    EXPECT_EQ(sentence, "Could not save local data.");
+    EXPECT_EQ(one("SELECT COUNT(*) AS c FROM settings"), "0") << "a query in between does not end its transaction";
 }
 
 TEST_F(DatabaseTest, CloseWaitsForWhatCameBeforeAndRefusesWhatComesAfter) {
