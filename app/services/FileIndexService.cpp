@@ -51,7 +51,7 @@ Examined examine(const std::vector<std::string>& paths, const FileAttributeReadi
 }  // namespace
 
 FileIndexService::FileIndexService(MainExecutor main, Executor pool, Clock& clock, FileIndexRepository repository,
-                                   Disk disk, Folders folders)
+                                   Disk disk, const Folders& folders)
     : main_(std::move(main)),
       pool_(std::move(pool)),
       clock_(clock),
@@ -129,8 +129,8 @@ Task<> FileIndexService::stop() {
     if (pendingPaths_.empty() && !isFlushing_ && !replayAfterScan_) coveredEventID_ = pendingEventID_;
     try {
         if (!isScanning_) co_await repository_.saveEventID(coveredEventID_);
-    } catch (
-        const std::exception&) {  // NOLINT(bugprone-empty-catch): the next start looks at a little more than it had to
+        // NOLINTNEXTLINE(bugprone-empty-catch): the next start looks at a little more than it had to
+    } catch (const std::exception&) {
     }
 }
 
@@ -138,6 +138,7 @@ Task<> FileIndexService::stop() {
 
 void FileIndexService::startWatcher(std::uint64_t sinceID) {
     std::vector<std::string> paths;
+    paths.reserve(roots_.size());
     for (const IndexRoot& root : roots_)
         paths.push_back(root.path);
     try {

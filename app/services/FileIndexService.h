@@ -44,7 +44,7 @@ class FileIndexService final : public std::enable_shared_from_this<FileIndexServ
     [[nodiscard]] static std::vector<std::string> skippedPrefixes(const Folders& folders);
 
     FileIndexService(MainExecutor main, Executor pool, Clock& clock, FileIndexRepository repository, Disk disk,
-                     Folders folders);
+                     const Folders& folders);
     FileIndexService(const FileIndexService&) = delete;
     FileIndexService& operator=(const FileIndexService&) = delete;
 

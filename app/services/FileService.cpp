@@ -77,6 +77,7 @@ Task<> FileService::presentOpenWithMenu(std::string path) {
     handlers.resize(std::min(handlers.size(), menuLimit));
     const std::string found = co_await location(path);
     std::vector<std::string> titles;
+    titles.reserve(handlers.size());
     for (const FileHandler& handler : handlers)
         titles.push_back(handler.name);
     const std::optional<std::size_t> chosen = co_await menu_.choose(titles);
@@ -84,8 +85,8 @@ Task<> FileService::presentOpenWithMenu(std::string path) {
     const std::string application = handlers[*chosen].path;
     try {
         co_await workspace_.openWith(found, application);
-    } catch (
-        const std::exception&) {  // NOLINT(bugprone-empty-catch): the application tells the user itself, or nobody does
+        // NOLINTNEXTLINE(bugprone-empty-catch): the application tells the user itself, or nobody does
+    } catch (const std::exception&) {
     }
 }
 
