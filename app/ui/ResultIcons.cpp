@@ -6,11 +6,16 @@
 
 #include <QIcon>
 #include <QPainter>
+#include <chrono>
 
 namespace velmora {
 namespace {
 
 constexpr int cachedIcons = 400;
+
+// A list of new rows is painted once more when the last of their icons is there, not at each of them. One that takes
+// long does not hold back the others for more than two frames.
+constexpr std::chrono::milliseconds longestSilence{33};
 
 QString keyOf(const std::string& path, qreal devicePixelRatio) {
     return QString::number(devicePixelRatio) + u'|' + QString::fromStdString(path);
@@ -41,7 +46,11 @@ QPixmap fromTheme(const std::vector<std::string>& names, qreal devicePixelRatio)
 }  // namespace
 
 ResultIcons::ResultIcons(MainExecutor main, const Executor& pool, std::shared_ptr<const FileIcons> fileIcons)
-    : main_(std::move(main)), reader_(pool), fileIcons_(std::move(fileIcons)), cache_(cachedIcons) {}
+    : main_(std::move(main)), reader_(pool), fileIcons_(std::move(fileIcons)), cache_(cachedIcons) {
+    announcement_.setSingleShot(true);
+    announcement_.setInterval(longestSilence);
+    announcement_.callOnTimeout([this] { onLoaded(); });
+}
 
 QPixmap ResultIcons::pixmap(const CommandIcon& icon, qreal devicePixelRatio, const QColor& symbolColour) {
     if (icon.kind == CommandIcon::Kind::symbol)
@@ -94,7 +103,12 @@ void ResultIcons::keep(const std::string& path, qreal devicePixelRatio, const Fi
     const QString key = keyOf(path, devicePixelRatio);
     loading_.remove(key);
     cache_.insert(key, new QPixmap(content.isNull() ? content : framed(content, devicePixelRatio)));
-    onLoaded();
+    if (loading_.isEmpty()) {
+        announcement_.stop();
+        onLoaded();
+    } else if (!announcement_.isActive()) {
+        announcement_.start();
+    }
 }
 
 }  // namespace velmora

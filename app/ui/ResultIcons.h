@@ -7,6 +7,7 @@
 #include <QCache>
 #include <QPixmap>
 #include <QSet>
+#include <QTimer>
 #include <functional>
 #include <memory>
 
@@ -26,7 +27,7 @@ class ResultIcons : public std::enable_shared_from_this<ResultIcons> {
     /// The picture, or a null one while it is being read.
     [[nodiscard]] QPixmap pixmap(const CommandIcon& icon, qreal devicePixelRatio, const QColor& symbolColour);
 
-    /// Called when a picture that was asked for has become available.
+    /// Called when pictures that were asked for have become available: once for those that come soon after each other.
     std::function<void()> onLoaded = [] {};
 
   private:
@@ -39,6 +40,7 @@ class ResultIcons : public std::enable_shared_from_this<ResultIcons> {
     std::shared_ptr<const FileIcons> fileIcons_;
     QCache<QString, QPixmap> cache_;
     QSet<QString> loading_;
+    QTimer announcement_;
 };
 
 }  // namespace velmora
