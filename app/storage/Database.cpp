@@ -102,12 +102,12 @@ void Database::Closer::operator()(sqlite3* connection) const noexcept {
     sqlite3_close_v2(connection);
 }
 
-Database::Database(Private, const Executor& pool) : actor_(pool) {}
+Database::Database(Private, const Executor& pool, const std::string& path) : actor_(pool), checkpointer_(pool, path) {}
 
 Database::~Database() = default;
 
 Task<std::shared_ptr<Database>> Database::open(std::string path, Executor pool) {
-    const auto database = std::make_shared<Database>(Private{}, pool);
+    const auto database = std::make_shared<Database>(Private{}, pool, path);
     const auto work = [&] { database->openFile(path); };
     co_await database->actor_.run(work);
     co_return database;
@@ -183,6 +183,7 @@ Task<std::vector<Row>> Database::rows(std::string_view sql, std::vector<SQLValue
 
 Task<> Database::close() {
     const auto self = shared_from_this();
+    co_await checkpointer_.close();
     const auto work = [&] { handle_.reset(); };
     co_await actor_.run(work);
 }
@@ -210,6 +211,7 @@ void Database::openFile(const std::string& path) {
     for (const char* const statement : schema::tuning)
         run(opened, statement);
     if (!run(opened, schema::configuration)) throw databaseFailure("Could not configure the local database.", opened);
+    checkpointer_.follow(opened);
     handle_ = std::move(handle);
 }
 

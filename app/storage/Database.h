@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/storage/Checkpointer.h"
 #include "app/storage/Row.h"
 #include "app/storage/SQLValue.h"
 #include "app/storage/Statement.h"
@@ -15,7 +16,7 @@ struct sqlite3;
 
 namespace velmora {
 
-/// The one connection to the local database file.
+/// The one connection to the local database file that runs statements.
 ///
 /// Calls may come from any task; they run one at a time on the worker pool, a statement whole before the next. Only
 /// queries may run inside another call, between the statements of a batch.
@@ -33,7 +34,7 @@ class Database : public std::enable_shared_from_this<Database> {
     [[nodiscard]] static Task<std::shared_ptr<Database>> open(std::string path, Executor pool);
 
     /// Use `open`.
-    Database(Private, const Executor& pool);
+    Database(Private, const Executor& pool, const std::string& path);
     ~Database();
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
@@ -89,6 +90,7 @@ class Database : public std::enable_shared_from_this<Database> {
     void transact(const std::function<void()>& work);
 
     Actor actor_;
+    Checkpointer checkpointer_;
     std::unique_ptr<sqlite3, Closer> handle_;  // absent while closed
 };
 

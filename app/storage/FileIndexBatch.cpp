@@ -16,7 +16,7 @@ constexpr auto removeEntry =
 
 /// How many names enter the full-text index in one statement, between which queries may pass. At the end of each it
 /// writes out what it has gathered, so that few names at a time would take long.
-constexpr std::int64_t rowsAtOnce = 500;
+constexpr std::int64_t rowsAtOnce = 200;
 
 bool hasFullText(const Database::Bulk& bulk) {
     return bulk.prepare("SELECT name FROM sqlite_master WHERE name='file_index_fts'").first().has_value();

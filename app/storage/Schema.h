@@ -65,8 +65,6 @@ inline constexpr std::array fullText{
 /// What makes the same statements faster, run one by one; their failures are ignored. docs/benchmarks.md has the gain
 /// of each.
 inline constexpr std::array tuning{
-    // A transaction of the file index dirties a thousand pages: with SQLite's limit, each would end in a checkpoint.
-    "PRAGMA wal_autocheckpoint=4000;",
     // A checkpoint that a reader of another program held up would leave a large side file behind for good.
     "PRAGMA journal_size_limit=33554432;",
 };

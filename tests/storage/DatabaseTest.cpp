@@ -275,6 +275,20 @@ TEST_F(DatabaseTest, QueriesPassABatchBetweenItsSteps) {
     EXPECT_EQ(one("SELECT COUNT(*) AS c FROM settings"), "0") << "a query in between does not end its transaction";
 }
 
+TEST_F(DatabaseTest, TheLogIsCopiedInTheBackground) {
+    constexpr std::size_t batchBytes = 2'000'000;
+    constexpr std::size_t batches = 100;
+    const std::string log = path + "-wal";
+    for (std::size_t i = 0; i < batches; ++i) {
+        batch(insertSetting, {{std::to_string(i), std::string(batchBytes, 'x')}});
+        EXPECT_LT(std::filesystem::file_size(log), batches * batchBytes * 3 / 4) << "it would grow forever";
+    }
+    EXPECT_GT(std::filesystem::file_size(path), batchBytes) << "nothing was copied";
+    close();
+    EXPECT_GT(std::filesystem::file_size(path), batches * batchBytes);
+    EXPECT_FALSE(std::filesystem::exists(log)) << "the last connection takes it along";
+}
+
 TEST_F(DatabaseTest, CloseWaitsForWhatCameBeforeAndRefusesWhatComesAfter) {
     int ended = 0;
     const std::function<Task<>()> write = [&]() -> Task<> {
