@@ -8,8 +8,8 @@
 namespace velmora {
 namespace {
 
-// A batch of the file index appends about a thousand pages. Copied soon after it was appended, all of the log has been
-// copied before the next commit, which then begins the log anew: it stays small.
+// A batch of the file index appends about a thousand pages. When all of the log has been copied, the next commit begins
+// it anew and waits for the disk, which should not happen at every batch.
 constexpr int pagesWorthCopying = 8000;
 
 // Where the disk cannot keep up, commits wait after all.
