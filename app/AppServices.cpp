@@ -56,6 +56,7 @@ AppServices::AppServices(Platform given, std::shared_ptr<Database> opened, Setti
       usage(database, platform.clock),
       settings(database),
       appLaunches(database, platform.clock),
+      quicklinks(database),
       files(std::make_shared<FileService>(platform.pool, platform.workspace, platform.pasteboard, platform.popUpMenu,
                                           platform.folderPanel, platform.paths.home)),
       fileIndex(std::make_shared<FileIndexService>(

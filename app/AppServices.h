@@ -5,6 +5,7 @@
 #include "app/storage/AppLaunchRepository.h"
 #include "app/storage/CommandUsageStore.h"
 #include "app/storage/Database.h"
+#include "app/storage/QuicklinkRepository.h"
 #include "app/storage/SettingsRepository.h"
 #include "platform/Platform.h"
 
@@ -46,6 +47,7 @@ class AppServices {
     CommandUsageStore usage;
     SettingsRepository settings;
     AppLaunchRepository appLaunches;
+    QuicklinkRepository quicklinks;
     const std::shared_ptr<FileService> files;
     const std::shared_ptr<FileIndexService> fileIndex;
 

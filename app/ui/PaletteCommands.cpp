@@ -1,11 +1,9 @@
-// The part of the palette's state that knows which commands there are and builds the results that it owns itself.
+// The part of the palette's state that knows the built-in commands and builds the results that it owns itself.
 
 #include "app/AppServices.h"
-#include "app/services/ApplicationService.h"
 #include "app/services/SystemService.h"
 #include "app/ui/PaletteStateChanges.h"
 #include "core/AppError.h"
-#include "core/Assert.h"
 #include "core/Calculator.h"
 #include "core/Text.h"
 #include "platform/Pasteboard.h"
@@ -72,31 +70,6 @@ void PaletteState::registerBuiltInCommands() {
                                           co_return;
                                       }));
     }
-}
-
-void PaletteState::updateApplicationCommands() {
-    VELMORA_ASSERT_MAIN();
-    std::vector<std::shared_ptr<const Command>> commands;
-    for (const auto& command : services_->applications->commands())
-        commands.push_back(command);
-    if (commands == applicationCommands_) return;  // an unchanged list must not close a menu the user has open
-    applicationCommands_ = commands;
-    try {
-        registry_.replace(applicationPrefix, std::move(commands));
-    } catch (const AppError&) {
-        return showError(AppError::friendly(std::current_exception()));
-    }
-    if (mode_ != Mode::commands) return;
-    const ResultPointer selected = selectedResult();
-    search();
-    if (!selected) return;
-    const auto again = std::find_if(results_.begin(), results_.end(),
-                                    [&](const ResultPointer& result) { return result->id == selected->id; });
-    if (again != results_.end()) setSelection(again - results_.begin());
-}
-
-void PaletteState::refreshApplications() {
-    spawn(services_->platform.main, [applications = services_->applications] { return applications->refresh(); });
 }
 
 std::optional<CommandResult> PaletteState::calculatorResult() const {

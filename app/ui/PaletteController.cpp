@@ -92,6 +92,7 @@ void PaletteController::hide() {
 void PaletteController::open() {
     state_->enter(PaletteState::Mode::commands);
     state_->refreshApplications();
+    state_->refreshQuicklinks();
     panel_.setComposited(windowManager_.composited());
     place();
     windowManager_.makePanel(panel_.winId(), devicePixels(panel_.shadowMargins(), panel_.devicePixelRatioF()));

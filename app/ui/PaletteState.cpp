@@ -46,6 +46,7 @@ Task<> PaletteState::start() {
             if (const auto state = weak.lock()) state->updateApplicationCommands();
         };
         registerBuiltInCommands();
+        co_await reloadQuicklinks();
         usages_ = co_await services_->usage.load();
         search();
         co_await services_->applications->refresh();

@@ -2,6 +2,7 @@
 
 #include "app/services/ResultSource.h"
 #include "app/storage/AppLaunchRepository.h"
+#include "app/storage/QuicklinkRepository.h"
 #include "core/CommandRegistry.h"
 #include "core/Signal.h"
 
@@ -91,6 +92,10 @@ class PaletteState : public std::enable_shared_from_this<PaletteState> {
     void cancelWork();
     /// Rescans the applications in the background.
     void refreshApplications();
+    /// Loads the quicklinks and lists them. Fails with `AppError` (database).
+    [[nodiscard]] Task<> reloadQuicklinks();
+    /// The same in the background.
+    void refreshQuicklinks();
     /// Shows a failure as the error line.
     void showError(std::string sentence);
 
@@ -102,6 +107,8 @@ class PaletteState : public std::enable_shared_from_this<PaletteState> {
 
     void registerBuiltInCommands();
     void registerCommand(CommandResult result);
+    /// Replaces a group of commands and lists afresh with the same row selected. False when the group cannot be taken.
+    bool replaceGroup(std::string_view prefix, std::vector<std::shared_ptr<const Command>> commands);
     void updateApplicationCommands();
     [[nodiscard]] std::optional<CommandResult> calculatorResult() const;
     void searchCommands();
@@ -146,6 +153,7 @@ class PaletteState : public std::enable_shared_from_this<PaletteState> {
     std::optional<std::string> fileDirectory_;
     TaskHandle queryTask_;
     std::vector<std::shared_ptr<const Command>> applicationCommands_;
+    std::vector<Quicklink> quicklinks_;
 };
 
 }  // namespace velmora

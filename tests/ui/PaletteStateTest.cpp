@@ -404,6 +404,44 @@ TEST_F(PaletteStateTest, KeepsTheSelectionWhenApplicationsChange) {
     EXPECT_TRUE(state->showsActions()) << "a rescan that found nothing new must not close the menu";
 }
 
+TEST_F(PaletteStateTest, ListsQuicklinksAsTheyAreNow) {
+    const auto save = [this](const Quicklink& link) {
+        loop.run([&]() -> Task<> { co_await services->quicklinks.save(link); });
+    };
+    const auto refresh = [this] {
+        state->refreshQuicklinks();
+        settle();
+    };
+    save({"1", "Wiki", "https://intranet.example/"});
+    state->setQuery("intranet");
+    EXPECT_TRUE(titles().empty());
+    refresh();
+    EXPECT_EQ(titles(), std::vector<std::string>{"Wiki"});
+    state->execute();
+    settle();
+    EXPECT_EQ(workspace.openedURLs, std::vector<std::string>{"https://intranet.example/"});
+    EXPECT_EQ(hidden, 1);
+
+    state->setQuery("");
+    select("Zoom");
+    state->toggleActions();
+    refresh();
+    EXPECT_TRUE(state->showsActions()) << "nothing new must not close the menu";
+    save({"2", "Aardvarks", "https://a.example/"});
+    refresh();
+    EXPECT_EQ(titles()[static_cast<std::size_t>(state->selection())], "Zoom");
+    loop.run([this]() -> Task<> { co_await services->quicklinks.remove("1"); });
+    refresh();
+    state->setQuery("i");
+    EXPECT_EQ(std::ranges::count(titles(), "Wiki"), 0);
+
+    loop.run([this]() -> Task<> { co_await services->database->close(); });
+    refresh();
+    EXPECT_EQ(state->error(), "The database is closed.");
+    state->setQuery("aardvark");
+    EXPECT_EQ(titles(), std::vector<std::string>{"Aardvarks"}) << "a failure keeps what there was";
+}
+
 TEST_F(PaletteStateTest, AsksForTheAssistantToBeEnabled) {
     state->enter(Mode::ai);
     state->execute();
