@@ -6,6 +6,7 @@
 #include "app/services/FileResults.h"
 #include "app/services/FileService.h"
 #include "app/services/IndexedEntries.h"
+#include "app/services/ShortcutsCLI.h"
 #include "app/services/SystemService.h"
 #include "core/Assert.h"
 
@@ -51,7 +52,8 @@ AppServices::AppServices(Platform given, std::shared_ptr<Database> opened, Setti
       applications(std::make_shared<ApplicationService>(
           platform.main, platform.pool, platform.clock, platform.workspace,
           std::make_shared<ApplicationIndexer>(platform.pool, platform.applicationBundles), platform.paths.home)),
-      system(std::make_shared<SystemService>(platform.workspace, platform.paths.home)),
+      system(std::make_shared<SystemService>(platform.workspace, platform.power, platform.screenLock, platform.trash,
+                                             platform.paths.home)),
       permissions(platform.alerts),
       usage(database, platform.clock),
       settings(database),
@@ -67,6 +69,10 @@ AppServices::AppServices(Platform given, std::shared_ptr<Database> opened, Setti
                                      FileIndexRepository(database, platform.paths.home, platform.clock))),
                                  platform.fileAttributes},
           FileIndexService::Folders{platform.paths.home, dataFolder(platform.paths.applicationSupport)})),
+      shortcuts(std::make_shared<ShortcutsService>(
+          platform.main, platform.clock,
+          std::make_shared<ShortcutsCLI>(platform.main, platform.pool, platform.clock, platform.childProcesses,
+                                         platform.shortcutsTools))),
       fileSearch(std::make_shared<FileResults>(fileIndex, files)),
       makeSettings_(std::move(makeSettings)) {}
 

@@ -18,6 +18,7 @@ class ApplicationService;
 class FileIndexService;
 class FileService;
 class SettingsState;
+class ShortcutsService;
 class SystemService;
 
 /// The composition root: every service and repository of the process, made once and handed to whoever needs it.
@@ -50,6 +51,7 @@ class AppServices {
     QuicklinkRepository quicklinks;
     const std::shared_ptr<FileService> files;
     const std::shared_ptr<FileIndexService> fileIndex;
+    const std::shared_ptr<ShortcutsService> shortcuts;
 
     /// What the files and the clipboard mode search; a mode without a source finds nothing.
     std::shared_ptr<ResultSource> fileSearch;

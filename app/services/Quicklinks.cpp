@@ -34,17 +34,17 @@ void appendLabels(std::vector<std::string>& keywords, std::string_view host) {
     }
 }
 
-ResultPointer makeResult(const Quicklink& link, Workspace& workspace) {
+CommandResult makeResult(const Quicklink& link, Workspace& workspace) {
     const std::optional<URL> url = URL::parse(link.url);
-    auto result = std::make_shared<CommandResult>();
-    result->id = std::string(QuicklinkCommand::prefix) + link.id;
-    result->title = text::validUtf8(link.title);
-    result->subtitle = url && !url->host.empty() ? url->host : text::validUtf8(link.url);
-    result->keywords = text::lowercasedWords(link.title);
-    appendLabels(result->keywords, *result->subtitle);
-    result->icon = CommandIcon::symbol("link");
-    result->actions.push_back({"open", "Open Quicklink", "↵", ActionRole::normal,
-                               [&workspace, address = link.url] { return open(workspace, address); }});
+    CommandResult result;
+    result.id = std::string(QuicklinkCommand::prefix) + link.id;
+    result.title = text::validUtf8(link.title);
+    result.subtitle = url && !url->host.empty() ? url->host : text::validUtf8(link.url);
+    result.keywords = text::lowercasedWords(link.title);
+    appendLabels(result.keywords, *result.subtitle);
+    result.icon = CommandIcon::symbol("link");
+    result.actions.push_back({"open", "Open Quicklink", "↵", ActionRole::normal,
+                              [&workspace, address = link.url] { return open(workspace, address); }});
     return result;
 }
 
@@ -65,6 +65,6 @@ Quicklink Quicklinks::make(std::string_view title, std::string_view address) {
 }
 
 QuicklinkCommand::QuicklinkCommand(const Quicklink& link, Workspace& workspace)
-    : result_(makeResult(link, workspace)) {}
+    : StaticCommand(makeResult(link, workspace)) {}
 
 }  // namespace velmora

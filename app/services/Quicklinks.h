@@ -27,18 +27,11 @@ Quicklink make(std::string_view title, std::string_view address);
 /// The command that opens one quicklink.
 ///
 /// Its result never changes: a quicklink that changes gets another command. The workspace must outlive it.
-class QuicklinkCommand final : public Command {
+class QuicklinkCommand final : public StaticCommand {
   public:
     static constexpr std::string_view prefix = "quicklink:";
 
     QuicklinkCommand(const Quicklink& link, Workspace& workspace);
-
-    [[nodiscard]] const std::string& id() const override { return result_->id; }
-    [[nodiscard]] ResultPointer result(const CommandContext&) const override { return result_; }
-    [[nodiscard]] bool isConstant() const override { return true; }
-
-  private:
-    ResultPointer result_;
 };
 
 }  // namespace velmora

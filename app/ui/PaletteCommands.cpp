@@ -38,6 +38,20 @@ constexpr FolderCommand folderCommands[] = {
     {"applications", "Open Applications", "square.grid.2x2", "/Applications"},
 };
 
+struct SessionCommand {
+    const char* id;
+    const char* title;
+    const char* symbol;
+    ActionRole role;
+    Task<> (SystemService::*execute)();
+};
+
+constexpr SessionCommand sessionCommands[] = {
+    {"lock", "Lock Screen", "lock", ActionRole::write, &SystemService::lockScreen},
+    {"sleep", "Sleep", "moon", ActionRole::write, &SystemService::sleep},
+    {"trash", "Empty Trash", "trash", ActionRole::destructive, &SystemService::emptyTrash},
+};
+
 struct ModeCommand {
     const char* id;
     const char* symbol;
@@ -61,6 +75,13 @@ void PaletteState::registerBuiltInCommands() {
         registerCommand(simpleCommand(
             folder.id, folder.title, "System Command", {}, folder.symbol, false,
             [system = services_->system, path = std::string(folder.path)] { return system->openDirectory(path); }));
+    }
+    for (const SessionCommand& entry : sessionCommands) {
+        CommandResult result =
+            simpleCommand(entry.id, entry.title, "System Command", {}, entry.symbol, false,
+                          [system = services_->system, execute = entry.execute] { return ((*system).*execute)(); });
+        result.actions.front().role = entry.role;
+        registerCommand(std::move(result));
     }
     for (const ModeCommand& entry : modeCommands) {
         const std::string name(title(entry.mode));

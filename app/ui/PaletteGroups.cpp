@@ -1,8 +1,9 @@
-// The part of the palette's state that keeps the groups of commands current: applications, quicklinks.
+// The part of the palette's state that keeps the groups of commands current: applications, quicklinks, shortcuts.
 
 #include "app/AppServices.h"
 #include "app/services/ApplicationService.h"
 #include "app/services/Quicklinks.h"
+#include "app/services/Shortcuts.h"
 #include "app/ui/PaletteStateChanges.h"
 #include "core/AppError.h"
 #include "core/Assert.h"
@@ -67,6 +68,25 @@ void PaletteState::refreshQuicklinks() {
         }
         if (failure) self->showError(AppError::friendly(failure));
     });
+}
+
+void PaletteState::reloadShortcutCommands() {
+    VELMORA_ASSERT_MAIN();
+    std::vector<std::string> names;
+    for (const ShortcutItem& item : services_->shortcuts->shortcuts())
+        names.push_back(item.name);
+    // The tool runs them by name: two with the same one are one command.
+    std::ranges::sort(names);
+    names.erase(std::ranges::unique(names).begin(), names.end());
+    if (names == shortcutNames_) return;
+    std::vector<std::shared_ptr<const Command>> commands;
+    for (const std::string& name : names)
+        commands.push_back(std::make_shared<const ShortcutCommand>(ShortcutItem{name}, services_->shortcuts));
+    if (replaceGroup(ShortcutCommand::prefix, std::move(commands))) shortcutNames_ = std::move(names);
+}
+
+void PaletteState::refreshShortcuts() {
+    services_->shortcuts->refresh();
 }
 
 }  // namespace velmora

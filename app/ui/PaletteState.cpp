@@ -3,6 +3,7 @@
 #include "app/AppServices.h"
 #include "app/services/ApplicationService.h"
 #include "app/services/FileService.h"
+#include "app/services/Shortcuts.h"
 #include "app/ui/PaletteStateChanges.h"
 #include "core/Text.h"
 
@@ -47,6 +48,10 @@ Task<> PaletteState::start() {
         };
         registerBuiltInCommands();
         co_await reloadQuicklinks();
+        reloadShortcutCommands();
+        services_->shortcuts->onUpdate = [weak = weak_from_this()] {
+            if (const auto state = weak.lock()) state->reloadShortcutCommands();
+        };
         usages_ = co_await services_->usage.load();
         search();
         co_await services_->applications->refresh();

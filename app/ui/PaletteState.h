@@ -96,6 +96,8 @@ class PaletteState : public std::enable_shared_from_this<PaletteState> {
     [[nodiscard]] Task<> reloadQuicklinks();
     /// The same in the background.
     void refreshQuicklinks();
+    /// Lists the shortcuts again in the background, unless that was done a moment ago.
+    void refreshShortcuts();
     /// Shows a failure as the error line.
     void showError(std::string sentence);
 
@@ -110,6 +112,7 @@ class PaletteState : public std::enable_shared_from_this<PaletteState> {
     /// Replaces a group of commands and lists afresh with the same row selected. False when the group cannot be taken.
     bool replaceGroup(std::string_view prefix, std::vector<std::shared_ptr<const Command>> commands);
     void updateApplicationCommands();
+    void reloadShortcutCommands();
     [[nodiscard]] std::optional<CommandResult> calculatorResult() const;
     void searchCommands();
     void searchArguments();
@@ -154,6 +157,7 @@ class PaletteState : public std::enable_shared_from_this<PaletteState> {
     TaskHandle queryTask_;
     std::vector<std::shared_ptr<const Command>> applicationCommands_;
     std::vector<Quicklink> quicklinks_;
+    std::vector<std::string> shortcutNames_;
 };
 
 }  // namespace velmora
