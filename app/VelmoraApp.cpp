@@ -40,11 +40,15 @@ namespace {
 
 constexpr std::size_t workerThreads = 3;
 
-std::string homeFolder() {
-    const char* home = std::getenv("HOME");
-    if (home && *home == '/') return home;
+/// The home folder of the account, whatever the environment says.
+std::string accountHome() {
     const passwd* entry = getpwuid(getuid());
     return entry && entry->pw_dir ? entry->pw_dir : "/";
+}
+
+std::string homeFolder() {
+    const char* home = std::getenv("HOME");
+    return home && *home == '/' ? home : accountHome();
 }
 
 bool hasGraphicalSession() {
@@ -94,7 +98,7 @@ int run(int argc, char** argv, bool showAtStart, SessionName& name) {
     LinuxChildProcesses childProcesses(pool.executor(), desktop.home);
     LogindPower power(pool.executor());
     LogindScreenLock screenLock(pool.executor());
-    LinuxTrash trash(pool.executor(), desktop.dataHome);
+    LinuxTrash trash(pool.executor(), desktop.dataHome, desktop.home == accountHome());
     const SystemAppearance appearance;
     QtPasteboard pasteboard;
     X11WindowManager windowManager;

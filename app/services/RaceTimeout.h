@@ -68,8 +68,9 @@ Task<T> withRaceTimeout(Executor executor, Clock& clock, std::chrono::nanosecond
         std::rethrow_exception(cancelled);
     }
     if (race->failure) std::rethrow_exception(race->failure);
-    if (!race->value) throw AppError::toolExecution("The shortcut did not return.");
-    co_return *std::move(race->value);
+    std::optional<T> value = std::move(race->value);
+    if (!value) throw AppError::toolExecution("The shortcut did not return.");
+    co_return *std::move(value);
 }
 
 }  // namespace velmora

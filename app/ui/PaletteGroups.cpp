@@ -51,6 +51,7 @@ Task<> PaletteState::reloadQuicklinks() {
     std::vector<Quicklink> links = co_await services_->quicklinks.load();
     if (links == quicklinks_) co_return;
     std::vector<std::shared_ptr<const Command>> commands;
+    commands.reserve(links.size());
     for (const Quicklink& link : links)
         commands.push_back(std::make_shared<const QuicklinkCommand>(link, services_->platform.workspace));
     if (replaceGroup(QuicklinkCommand::prefix, std::move(commands))) quicklinks_ = std::move(links);
@@ -80,6 +81,7 @@ void PaletteState::reloadShortcutCommands() {
     names.erase(std::ranges::unique(names).begin(), names.end());
     if (names == shortcutNames_) return;
     std::vector<std::shared_ptr<const Command>> commands;
+    commands.reserve(names.size());
     for (const std::string& name : names)
         commands.push_back(std::make_shared<const ShortcutCommand>(ShortcutItem{name}, services_->shortcuts));
     if (replaceGroup(ShortcutCommand::prefix, std::move(commands))) shortcutNames_ = std::move(names);

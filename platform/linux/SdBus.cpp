@@ -15,11 +15,12 @@ std::uint64_t microsecondsUntil(Deadline deadline) {
     return static_cast<std::uint64_t>(std::max<std::int64_t>(left.count(), 1));
 }
 
-/// The errors that say that nobody was there to answer.
+/// The errors that say that nobody was there to answer, or nobody who knows the question.
 bool saysNobody(const sd_bus_error& error) {
-    static constexpr std::array<const char*, 6> names{SD_BUS_ERROR_SERVICE_UNKNOWN, SD_BUS_ERROR_NAME_HAS_NO_OWNER,
-                                                      SD_BUS_ERROR_NO_REPLY,        SD_BUS_ERROR_TIMEOUT,
-                                                      SD_BUS_ERROR_NO_SERVER,       SD_BUS_ERROR_DISCONNECTED};
+    static constexpr std::array<const char*, 9> names{
+        SD_BUS_ERROR_UNKNOWN_OBJECT,  SD_BUS_ERROR_UNKNOWN_INTERFACE, SD_BUS_ERROR_UNKNOWN_METHOD,
+        SD_BUS_ERROR_SERVICE_UNKNOWN, SD_BUS_ERROR_NAME_HAS_NO_OWNER, SD_BUS_ERROR_NO_REPLY,
+        SD_BUS_ERROR_TIMEOUT,         SD_BUS_ERROR_NO_SERVER,         SD_BUS_ERROR_DISCONNECTED};
     const std::string_view name = error.name ? error.name : "";
     constexpr std::string_view startFailed = "org.freedesktop.DBus.Error.Spawn.";
     return name.starts_with(startFailed) || std::ranges::find(names, name) != names.end();

@@ -31,7 +31,7 @@ Message methodCall(const Bus& bus, const char* destination, const std::string& p
 enum class Outcome { done, refused, unavailable };
 
 /// Calls and waits for the answer until the deadline. `refused` when the answer is an error; `unavailable` when there
-/// was no message, nobody of that name, or no answer. `reply`, where given, becomes the answer.
+/// was no message, nobody of that name who knows the call, or no answer. `reply`, where given, becomes the answer.
 Outcome call(const Bus& bus, const Message& message, Deadline deadline, Message* reply = nullptr);
 
 }  // namespace velmora::sdbus

@@ -40,25 +40,27 @@ struct CloseFolder {
 
 std::vector<ShortcutFile> shortcutFiles(const std::string& folder) {
     const std::unique_ptr<DIR, CloseFolder> open(opendir(folder.c_str()));
-    if (!open) return {};
+    const int descriptor = open ? dirfd(open.get()) : -1;
+    if (descriptor < 0) return {};
     struct stat status {};
-    if (fstat(dirfd(open.get()), &status) != 0 || !isOursAlone(status)) {
+    if (fstat(descriptor, &status) != 0 || !isOursAlone(status)) {
         throw std::runtime_error("The folder of shortcuts must belong to you and be writable by nobody else.");
     }
     std::vector<std::string> files;
     while (const dirent* const entry = readdir(open.get())) {
         const std::string_view file(entry->d_name);
         const bool isRunnable = !file.starts_with('.') && fitsOnALine(nameOf(file)) &&
-                                fstatat(dirfd(open.get()), entry->d_name, &status, 0) == 0 && S_ISREG(status.st_mode) &&
-                                isOursAlone(status) &&
-                                faccessat(dirfd(open.get()), entry->d_name, X_OK, AT_EACCESS) == 0;
+                                fstatat(descriptor, entry->d_name, &status, 0) == 0 && S_ISREG(status.st_mode) &&
+                                isOursAlone(status) && faccessat(descriptor, entry->d_name, X_OK, AT_EACCESS) == 0;
         if (isRunnable && files.size() < maximumShortcuts) files.emplace_back(file);
     }
     std::ranges::sort(files);
     std::vector<ShortcutFile> shortcuts;
     shortcuts.reserve(files.size());
-    for (const std::string& file : files)
-        shortcuts.push_back({nameOf(file), folder + "/" + file});
+    for (const std::string& file : files) {
+        shortcuts.push_back({nameOf(file), folder});
+        shortcuts.back().path.append("/").append(file);
+    }
     return shortcuts;
 }
 

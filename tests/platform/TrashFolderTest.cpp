@@ -1,6 +1,9 @@
 #include "platform/linux/TrashFolder.h"
 
+#include "platform/Runtime.h"
+#include "platform/linux/LinuxTrash.h"
 #include "tests/fakes/TemporaryFolder.h"
+#include "tests/fakes/TestLoop.h"
 
 #include <gtest/gtest.h>
 
@@ -166,6 +169,20 @@ TEST_F(TrashFolderTest, FindsTheUsersTrashOnOtherVolumes) {
         EXPECT_TRUE(empty({volume}));
         EXPECT_TRUE(has(".Trash-" + number + "/files/f")) << "somebody else made it";
     }
+}
+
+TEST_F(TrashFolderTest, SaysWhetherTheUsersOwnIsEmpty) {
+    test::TestLoop loop;
+    WorkerPool pool{1};
+    LinuxTrash trash(pool.executor(), folder.path(), false);
+    const auto isEmptied = [&] { return loop.run([&]() -> Task<bool> { co_return co_await trash.empty(); }); };
+    throwAway("a", home);
+    EXPECT_TRUE(isEmptied());
+    EXPECT_EQ(left(), 0U);
+    fs::remove_all(home);
+    EXPECT_TRUE(isEmptied());
+    fs::create_directory_symlink(outside, home);
+    EXPECT_FALSE(isEmptied());
 }
 
 TEST(MountedVolumes, AreRealAndOnlyOnceEach) {
