@@ -2,6 +2,7 @@
 
 #include "app/AppLog.h"
 #include "app/services/FileIndexService.h"
+#include "app/services/Shortcuts.h"
 #include "app/ui/Measure.h"
 #include "app/ui/PaletteController.h"
 #include "app/ui/PaletteState.h"
@@ -50,6 +51,7 @@ Task<> AppDelegate::prepareServices() {
     };
     services_ = co_await AppServices::create(platform_, makeSettings);
     co_await services_->fileIndex->start();
+    services_->shortcuts->start();
     co_await services_->preferences().load();
 }
 
@@ -99,6 +101,7 @@ void AppDelegate::show() {
 void AppDelegate::terminate(int exitCode) {
     VELMORA_ASSERT_MAIN();
     if (std::exchange(terminating_, true)) return;
+    if (services_) services_->shortcuts->stop();
     if (controller_) controller_->hide();
     if (state_) state_->cancelWork();
     startTask_.cancel();

@@ -6,6 +6,7 @@
 #include "app/services/FileResults.h"
 #include "app/services/FileService.h"
 #include "app/services/IndexedEntries.h"
+#include "app/services/ShortcutsCLI.h"
 #include "app/services/SystemService.h"
 #include "core/Assert.h"
 
@@ -61,14 +62,20 @@ AppServices::AppServices(Platform given, std::shared_ptr<Database> opened, Setti
       applications(std::make_shared<ApplicationService>(
           platform.main, platform.pool, platform.clock, platform.workspace,
           std::make_shared<ApplicationIndexer>(platform.pool, platform.applicationBundles), platform.paths.home)),
-      system(std::make_shared<SystemService>(platform.workspace, platform.paths.home)),
+      system(std::make_shared<SystemService>(platform.workspace, platform.power, platform.screenLock, platform.trash,
+                                             platform.paths.home)),
       permissions(platform.alerts),
       usage(database, platform.clock),
       settings(database),
       appLaunches(database, platform.clock),
+      quicklinks(database),
       files(std::make_shared<FileService>(platform.pool, platform.workspace, platform.pasteboard, platform.popUpMenu,
                                           platform.folderPanel, platform.paths.home)),
       fileIndex(makeFileIndex(platform, database)),
+      shortcuts(std::make_shared<ShortcutsService>(
+          platform.main, platform.clock,
+          std::make_shared<ShortcutsCLI>(platform.main, platform.pool, platform.clock, platform.childProcesses,
+                                         platform.shortcutsTools))),
       fileSearch(std::make_shared<FileResults>(fileIndex, files)),
       makeSettings_(std::move(makeSettings)) {}
 

@@ -5,6 +5,7 @@
 #include "app/storage/AppLaunchRepository.h"
 #include "app/storage/CommandUsageStore.h"
 #include "app/storage/Database.h"
+#include "app/storage/QuicklinkRepository.h"
 #include "app/storage/SettingsRepository.h"
 #include "platform/Platform.h"
 
@@ -17,6 +18,7 @@ class ApplicationService;
 class FileIndexService;
 class FileService;
 class SettingsState;
+class ShortcutsService;
 class SystemService;
 
 /// The composition root: every service and repository of the process, made once and handed to whoever needs it.
@@ -46,8 +48,10 @@ class AppServices {
     CommandUsageStore usage;
     SettingsRepository settings;
     AppLaunchRepository appLaunches;
+    QuicklinkRepository quicklinks;
     const std::shared_ptr<FileService> files;
     const std::shared_ptr<FileIndexService> fileIndex;
+    const std::shared_ptr<ShortcutsService> shortcuts;
 
     /// What the files and the clipboard mode search; a mode without a source finds nothing.
     std::shared_ptr<ResultSource> fileSearch;

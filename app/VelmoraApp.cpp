@@ -12,8 +12,11 @@
 #include "platform/linux/DiskFileScanner.h"
 #include "platform/linux/FSEventsWatcher.h"
 #include "platform/linux/LinuxApplicationBundles.h"
+#include "platform/linux/LinuxChildProcesses.h"
 #include "platform/linux/LinuxFileIcons.h"
+#include "platform/linux/LinuxTrash.h"
 #include "platform/linux/LinuxWorkspace.h"
+#include "platform/linux/Logind.h"
 #include "platform/linux/QtAlerts.h"
 #include "platform/linux/QtFolderPanel.h"
 #include "platform/linux/QtMainExecutor.h"
@@ -28,6 +31,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <iostream>
 #include <string_view>
 
@@ -36,11 +40,15 @@ namespace {
 
 constexpr std::size_t workerThreads = 3;
 
-std::string homeFolder() {
-    const char* home = std::getenv("HOME");
-    if (home && *home == '/') return home;
+/// The home folder of the account, whatever the environment says.
+std::string accountHome() {
     const passwd* entry = getpwuid(getuid());
     return entry && entry->pw_dir ? entry->pw_dir : "/";
+}
+
+std::string homeFolder() {
+    const char* home = std::getenv("HOME");
+    return home && *home == '/' ? home : accountHome();
 }
 
 bool hasGraphicalSession() {
@@ -49,6 +57,18 @@ bool hasGraphicalSession() {
         if (value && *value) return true;
     }
     return false;
+}
+
+/// The system's own tool, or else ours: next to this program, or where an installation puts programs for programs.
+std::vector<std::string> shortcutsTools() {
+    std::vector<std::string> tools{"/usr/bin/shortcuts"};
+    std::error_code failure;
+    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", failure);
+    if (failure) return tools;
+    const std::filesystem::path folder = program.parent_path();
+    tools.push_back((folder / "velmora-shortcuts").string());
+    tools.push_back((folder.parent_path() / "libexec/velmora/velmora-shortcuts").string());
+    return tools;
 }
 
 /// Watches the session bus for another start of the program asking this one to show itself.
@@ -75,6 +95,10 @@ int run(int argc, char** argv, bool showAtStart, SessionName& name) {
     WorkerPool pool(workerThreads);
     SystemClock clock;
     LinuxWorkspace workspace(pool.executor(), desktop);
+    LinuxChildProcesses childProcesses(pool.executor(), desktop.home);
+    LogindPower power(pool.executor());
+    LogindScreenLock screenLock(pool.executor());
+    LinuxTrash trash(pool.executor(), desktop.dataHome, desktop.home == accountHome());
     const SystemAppearance appearance;
     QtPasteboard pasteboard;
     X11WindowManager windowManager;
@@ -92,6 +116,10 @@ int run(int argc, char** argv, bool showAtStart, SessionName& name) {
         .alerts = alerts,
         .popUpMenu = popUpMenu,
         .folderPanel = folderPanel,
+        .childProcesses = childProcesses,
+        .power = power,
+        .screenLock = screenLock,
+        .trash = trash,
         .applicationBundles = std::make_shared<LinuxApplicationBundles>(desktop),
         .fileScanner = std::make_shared<DiskFileScanner>(desktop.home),
         .makeFileEvents =
@@ -101,6 +129,7 @@ int run(int argc, char** argv, bool showAtStart, SessionName& name) {
                 return std::make_shared<FSEventsWatcher>(main.executor(), std::move(index), std::move(options));
             },
         .fileAttributes = std::make_shared<DiskFileAttributes>(),
+        .shortcutsTools = shortcutsTools(),
     };
     AppDelegate delegate(platform, ViewPlatform{windowManager, fileIcons}, showAtStart);
     const TerminationSignals signals([&delegate] { delegate.terminate(); });

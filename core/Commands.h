@@ -88,7 +88,7 @@ class Command {
 };
 
 /// A command whose result never changes.
-class StaticCommand final : public Command {
+class StaticCommand : public Command {
   public:
     explicit StaticCommand(CommandResult value) : value_(std::make_shared<const CommandResult>(std::move(value))) {}
 

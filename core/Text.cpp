@@ -151,6 +151,18 @@ std::string_view trimmed(std::string_view text) {
     return text;
 }
 
+std::vector<std::string> lowercasedWords(std::string_view text) {
+    const std::string lower = encoded(decoded(text).toLower(icu::Locale::getRoot()));
+    std::vector<std::string> words;
+    std::string_view rest = lower;
+    while (!rest.empty()) {
+        const std::string_view word = rest.substr(0, rest.find(' '));
+        if (!word.empty()) words.emplace_back(word);
+        rest.remove_prefix(std::min(word.size() + 1, rest.size()));
+    }
+    return words;
+}
+
 bool contains(std::string_view whole, std::string_view part) {
     return part.empty() || fold(whole).find(fold(part)) != std::string::npos;
 }

@@ -18,6 +18,9 @@ std::string fold(std::string_view text);
 /// Without white space and line breaks at both ends.
 std::string_view trimmed(std::string_view text);
 
+/// The words of `text` in lower case: what is between its spaces, empty ones left out.
+std::vector<std::string> lowercasedWords(std::string_view text);
+
 /// Whether `part` occurs in `whole`, case- and diacritic-insensitively. An empty part occurs everywhere.
 bool contains(std::string_view whole, std::string_view part);
 

@@ -12,6 +12,7 @@ namespace velmora {
 
 class Alerts;
 class ApplicationBundles;
+class ChildProcesses;
 class FileAttributeReading;
 class FileEventWatching;
 class FileScanner;
@@ -19,6 +20,9 @@ class FolderPanel;
 class IndexReading;
 class Pasteboard;
 class PopUpMenu;
+class Power;
+class ScreenLock;
+class Trash;
 class Workspace;
 
 /// Everything the program needs of the desktop it runs on. The entry makes it; what it refers to outlives every
@@ -33,6 +37,10 @@ struct Platform {
     Alerts& alerts;
     PopUpMenu& popUpMenu;
     FolderPanel& folderPanel;
+    ChildProcesses& childProcesses;
+    Power& power;
+    ScreenLock& screenLock;
+    Trash& trash;
     std::shared_ptr<const ApplicationBundles> applicationBundles;
     std::shared_ptr<FileScanner> fileScanner;
     /// Makes the watcher of the disk, which compares with the index what it missed and stays out of paths that begin
@@ -41,6 +49,8 @@ struct Platform {
                                                      std::vector<std::string> skipPrefixes)>
         makeFileEvents;
     std::shared_ptr<const FileAttributeReading> fileAttributes;
+    /// Where the tool that lists and runs shortcuts may be: absolute paths, the best one first.
+    std::vector<std::string> shortcutsTools;
 };
 
 }  // namespace velmora

@@ -33,6 +33,9 @@ class Workspace {
     /// Shows a folder in the file manager, or opens a file with its default application. `path` is absolute.
     [[nodiscard]] virtual Task<> open(std::string path) = 0;
 
+    /// Opens an absolute address with the user's default application for it.
+    [[nodiscard]] virtual Task<> openURL(std::string url) = 0;
+
     /// Opens a file with the application at `application`.
     [[nodiscard]] virtual Task<> openWith(std::string file, std::string application) = 0;
 

@@ -1,11 +1,9 @@
-// The part of the palette's state that knows which commands there are and builds the results that it owns itself.
+// The part of the palette's state that knows the built-in commands and builds the results that it owns itself.
 
 #include "app/AppServices.h"
-#include "app/services/ApplicationService.h"
 #include "app/services/SystemService.h"
 #include "app/ui/PaletteStateChanges.h"
 #include "core/AppError.h"
-#include "core/Assert.h"
 #include "core/Calculator.h"
 #include "core/Text.h"
 #include "platform/Pasteboard.h"
@@ -40,6 +38,20 @@ constexpr FolderCommand folderCommands[] = {
     {"applications", "Open Applications", "square.grid.2x2", "/Applications"},
 };
 
+struct SessionCommand {
+    const char* id;
+    const char* title;
+    const char* symbol;
+    ActionRole role;
+    Task<> (SystemService::*execute)();
+};
+
+constexpr SessionCommand sessionCommands[] = {
+    {"lock", "Lock Screen", "lock", ActionRole::write, &SystemService::lockScreen},
+    {"sleep", "Sleep", "moon", ActionRole::write, &SystemService::sleep},
+    {"trash", "Empty Trash", "trash", ActionRole::destructive, &SystemService::emptyTrash},
+};
+
 struct ModeCommand {
     const char* id;
     const char* symbol;
@@ -64,6 +76,13 @@ void PaletteState::registerBuiltInCommands() {
             folder.id, folder.title, "System Command", {}, folder.symbol, false,
             [system = services_->system, path = std::string(folder.path)] { return system->openDirectory(path); }));
     }
+    for (const SessionCommand& entry : sessionCommands) {
+        CommandResult result =
+            simpleCommand(entry.id, entry.title, "System Command", {}, entry.symbol, false,
+                          [system = services_->system, execute = entry.execute] { return ((*system).*execute)(); });
+        result.actions.front().role = entry.role;
+        registerCommand(std::move(result));
+    }
     for (const ModeCommand& entry : modeCommands) {
         const std::string name(title(entry.mode));
         registerCommand(simpleCommand(entry.id, name, "Open " + name, {entry.id}, entry.symbol, true,
@@ -72,31 +91,6 @@ void PaletteState::registerBuiltInCommands() {
                                           co_return;
                                       }));
     }
-}
-
-void PaletteState::updateApplicationCommands() {
-    VELMORA_ASSERT_MAIN();
-    std::vector<std::shared_ptr<const Command>> commands;
-    for (const auto& command : services_->applications->commands())
-        commands.push_back(command);
-    if (commands == applicationCommands_) return;  // an unchanged list must not close a menu the user has open
-    applicationCommands_ = commands;
-    try {
-        registry_.replace(applicationPrefix, std::move(commands));
-    } catch (const AppError&) {
-        return showError(AppError::friendly(std::current_exception()));
-    }
-    if (mode_ != Mode::commands) return;
-    const ResultPointer selected = selectedResult();
-    search();
-    if (!selected) return;
-    const auto again = std::find_if(results_.begin(), results_.end(),
-                                    [&](const ResultPointer& result) { return result->id == selected->id; });
-    if (again != results_.end()) setSelection(again - results_.begin());
-}
-
-void PaletteState::refreshApplications() {
-    spawn(services_->platform.main, [applications = services_->applications] { return applications->refresh(); });
 }
 
 std::optional<CommandResult> PaletteState::calculatorResult() const {

@@ -92,6 +92,8 @@ void PaletteController::hide() {
 void PaletteController::open() {
     state_->enter(PaletteState::Mode::commands);
     state_->refreshApplications();
+    state_->refreshQuicklinks();
+    state_->refreshShortcuts();
     panel_.setComposited(windowManager_.composited());
     place();
     windowManager_.makePanel(panel_.winId(), devicePixels(panel_.shadowMargins(), panel_.devicePixelRatioF()));

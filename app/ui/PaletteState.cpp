@@ -3,6 +3,7 @@
 #include "app/AppServices.h"
 #include "app/services/ApplicationService.h"
 #include "app/services/FileService.h"
+#include "app/services/Shortcuts.h"
 #include "app/ui/PaletteStateChanges.h"
 #include "core/Text.h"
 
@@ -46,6 +47,11 @@ Task<> PaletteState::start() {
             if (const auto state = weak.lock()) state->updateApplicationCommands();
         };
         registerBuiltInCommands();
+        co_await reloadQuicklinks();
+        reloadShortcutCommands();
+        services_->shortcuts->onUpdate = [weak = weak_from_this()] {
+            if (const auto state = weak.lock()) state->reloadShortcutCommands();
+        };
         usages_ = co_await services_->usage.load();
         search();
         co_await services_->applications->refresh();

@@ -2,6 +2,7 @@
 
 #include "app/services/ResultSource.h"
 #include "app/storage/AppLaunchRepository.h"
+#include "app/storage/QuicklinkRepository.h"
 #include "core/CommandRegistry.h"
 #include "core/Signal.h"
 
@@ -91,6 +92,12 @@ class PaletteState : public std::enable_shared_from_this<PaletteState> {
     void cancelWork();
     /// Rescans the applications in the background.
     void refreshApplications();
+    /// Loads the quicklinks and lists them. Fails with `AppError` (database).
+    [[nodiscard]] Task<> reloadQuicklinks();
+    /// The same in the background.
+    void refreshQuicklinks();
+    /// Lists the shortcuts again in the background, unless that was done a moment ago.
+    void refreshShortcuts();
     /// Shows a failure as the error line.
     void showError(std::string sentence);
 
@@ -102,7 +109,10 @@ class PaletteState : public std::enable_shared_from_this<PaletteState> {
 
     void registerBuiltInCommands();
     void registerCommand(CommandResult result);
+    /// Replaces a group of commands and lists afresh with the same row selected. False when the group cannot be taken.
+    bool replaceGroup(std::string_view prefix, std::vector<std::shared_ptr<const Command>> commands);
     void updateApplicationCommands();
+    void reloadShortcutCommands();
     [[nodiscard]] std::optional<CommandResult> calculatorResult() const;
     void searchCommands();
     void searchArguments();
@@ -146,6 +156,8 @@ class PaletteState : public std::enable_shared_from_this<PaletteState> {
     std::optional<std::string> fileDirectory_;
     TaskHandle queryTask_;
     std::vector<std::shared_ptr<const Command>> applicationCommands_;
+    std::vector<Quicklink> quicklinks_;
+    std::vector<std::string> shortcutNames_;
 };
 
 }  // namespace velmora

@@ -22,6 +22,9 @@ class Descriptor {
 
     void reset() noexcept;
 
+    /// Hands the descriptor over to somebody else.
+    [[nodiscard]] int release() noexcept { return std::exchange(fd_, -1); }
+
     [[nodiscard]] int get() const { return fd_; }
     explicit operator bool() const { return fd_ >= 0; }
 

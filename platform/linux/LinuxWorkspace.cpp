@@ -62,20 +62,36 @@ std::string urlOf(GFile* file) {
     return url.get();
 }
 
-void openWithDefault(const DesktopEnvironment& environment, const std::string& path) {
-    const glib::Object<GFile> file(g_file_new_for_path(path.c_str()));
-    const glib::Object<GAppInfo> handler(g_file_query_default_handler(file.get(), nullptr, nullptr));
-    if (!handler || !G_IS_DESKTOP_APP_INFO(handler.get())) throw std::runtime_error("Nothing opens this kind of file");
-    const char* const entry = g_desktop_app_info_get_filename(G_DESKTOP_APP_INFO(handler.get()));
-    if (!entry) throw std::runtime_error("The default application has no desktop entry");
-    launchEntry(environment, entry, {path}, {urlOf(file.get())}, true);
-}
-
 /// The desktop entry of an application, when it has one.
 std::optional<std::string> entryOf(GAppInfo* application) {
     if (!application || !G_IS_DESKTOP_APP_INFO(application)) return std::nullopt;
     const char* const path = g_desktop_app_info_get_filename(G_DESKTOP_APP_INFO(application));
     return path ? std::optional<std::string>(path) : std::nullopt;
+}
+
+void openWithDefault(const DesktopEnvironment& environment, const std::string& path) {
+    const glib::Object<GFile> file(g_file_new_for_path(path.c_str()));
+    const glib::Object<GAppInfo> handler(g_file_query_default_handler(file.get(), nullptr, nullptr));
+    const auto entry = entryOf(handler.get());
+    if (!entry) throw std::runtime_error("Nothing opens this kind of file");
+    launchEntry(environment, *entry, {path}, {urlOf(file.get())}, true);
+}
+
+void openAddress(const DesktopEnvironment& environment, const std::string& url) {
+    const glib::String scheme(g_uri_parse_scheme(url.c_str()));
+    if (!scheme) throw std::runtime_error("The address has no scheme");
+    if (std::string_view(scheme.get()) == "file") {
+        gchar* host = nullptr;
+        const glib::String path(g_filename_from_uri(url.c_str(), &host, nullptr));
+        const glib::String server(host);
+        if (!path || server) throw std::runtime_error("The address is not that of a file here");
+        return openWithDefault(environment, path.get());
+    }
+    const glib::Object<GAppInfo> handler(g_app_info_get_default_for_uri_scheme(scheme.get()));
+    const auto entry = entryOf(handler.get());
+    if (!entry) throw std::runtime_error("Nothing opens this kind of address");
+    // An entry that takes files only is handed the address all the same, as browsers that say "%f" expect.
+    launchEntry(environment, *entry, {url}, {url}, true);
 }
 
 FileHandlers handlersOf(const std::string& path) {
@@ -115,6 +131,12 @@ Task<> LinuxWorkspace::open(std::string path) {
     // An actor for each call: an application that is slow to answer holds nobody else up.
     Actor worker(pool_);
     const auto work = [environment = environment_, &path] { openWithDefault(*environment, path); };
+    co_await worker.run(work);
+}
+
+Task<> LinuxWorkspace::openURL(std::string url) {
+    Actor worker(pool_);
+    const auto work = [environment = environment_, &url] { openAddress(*environment, url); };
     co_await worker.run(work);
 }
 

@@ -1,39 +1,25 @@
 #include "platform/linux/SessionBus.h"
 
-#include <systemd/sd-bus.h>
+#include "platform/linux/SdBus.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <memory>
 #include <stdexcept>
 #include <string_view>
 
 namespace velmora {
 namespace {
 
-struct CloseBus {
-    void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
-};
-struct UnrefMessage {
-    void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
-};
-using Bus = std::unique_ptr<sd_bus, CloseBus>;
-using Message = std::unique_ptr<sd_bus_message, UnrefMessage>;
+using sdbus::Bus;
+using sdbus::Message;
+using sdbus::methodCall;
 
 constexpr std::uint64_t activationMicroseconds = 25'000'000;
 constexpr std::uint64_t separationMicroseconds = 2'000'000;
+constexpr std::chrono::seconds greeting{5};
 
 Bus open() {
-    sd_bus* bus = nullptr;
-    return Bus(sd_bus_open_user(&bus) >= 0 ? bus : nullptr);
-}
-
-Message methodCall(const Bus& bus, const char* destination, const std::string& path, const char* interface,
-                   const char* member) {
-    sd_bus_message* message = nullptr;
-    const bool made =
-        sd_bus_message_new_method_call(bus.get(), &message, destination, path.c_str(), interface, member) >= 0;
-    return Message(made ? message : nullptr);
+    return sdbus::connect(sd_bus_open_user, std::chrono::steady_clock::now() + greeting);
 }
 
 std::string objectPath(const std::string& desktopId) {

@@ -3,8 +3,10 @@
 #include "app/AppServices.h"
 #include "app/ui/SettingsState.h"
 #include "platform/ApplicationBundles.h"
+#include "tests/fakes/FakeChildProcesses.h"
 #include "tests/fakes/FakeDesktop.h"
 #include "tests/fakes/FakeDisk.h"
+#include "tests/fakes/FakeSession.h"
 #include "tests/fakes/FakeWorkspace.h"
 #include "tests/fakes/TemporaryFolder.h"
 #include "tests/fakes/TestLoop.h"
@@ -24,11 +26,16 @@ struct FakePlatform {
             .alerts = alerts,
             .popUpMenu = menu,
             .folderPanel = folderPanel,
+            .childProcesses = childProcesses,
+            .power = session,
+            .screenLock = session,
+            .trash = session,
             .applicationBundles = std::move(bundles),
             .fileScanner = std::make_shared<FakeScanner>(disk, loop.executor()),
             .makeFileEvents = [this](const std::shared_ptr<IndexReading>&,
                                      const std::vector<std::string>&) { return std::make_shared<FakeWatcher>(disk); },
             .fileAttributes = std::make_shared<FakeAttributes>(disk),
+            .shortcutsTools = {"/bin/true"},
         };
         const AppServices::SettingsFactory makeSettings = [](AppServices& made) {
             return std::make_shared<SettingsState>(made);
@@ -46,6 +53,8 @@ struct FakePlatform {
     FakeAlerts alerts{clock};
     FakeMenu menu;
     FakeFolderPanel folderPanel;
+    FakeChildProcesses childProcesses{clock};
+    FakeSession session{clock};
     FakeDisk disk;
 };
 

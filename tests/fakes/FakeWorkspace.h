@@ -25,6 +25,11 @@ class FakeWorkspace final : public Workspace {
         opened.push_back(path);
     }
 
+    [[nodiscard]] Task<> openURL(std::string url) override {
+        co_await answer();
+        openedURLs.push_back(url);
+    }
+
     [[nodiscard]] Task<> openApplication(std::string path, std::vector<std::string> arguments) override {
         co_await answer();
         launches.push_back({path, arguments});
@@ -49,6 +54,7 @@ class FakeWorkspace final : public Workspace {
     std::chrono::milliseconds delay{0};
     FileHandlers fileHandlers;
     std::vector<std::string> opened;
+    std::vector<std::string> openedURLs;
     std::vector<std::string> revealed;
     std::vector<Launch> openedWith;
     std::vector<Launch> launches;

@@ -73,7 +73,7 @@ FOREIGN_WORDS = re.compile(r"\b([Tt]he|per|[Ss]ee) spec\b|\b[Ss]pecification\b|\
 
 
 # Sources that a state is divided into.
-PARTS_OF_STATES = {"PaletteActions", "PaletteCommands", "PaletteStateChanges"}
+PARTS_OF_STATES = {"PaletteActions", "PaletteCommands", "PaletteGroups", "PaletteStateChanges"}
 
 
 def layer_of(path):

@@ -156,7 +156,7 @@ TEST_F(LinuxWorkspaceTest, RunsTheProgramOfABundle) {
     }
 }
 
-TEST_F(LinuxWorkspaceTest, OpensFilesAndFoldersWithTheirDefaultApplication) {
+TEST_F(LinuxWorkspaceTest, OpensFilesFoldersAndAddressesWithTheirDefaultApplication) {
 #ifdef __SANITIZE_THREAD__
     // Looking for default applications starts a thread of GLib's own, whose locks the sanitizer does not see.
     GTEST_SKIP();
@@ -170,10 +170,13 @@ TEST_F(LinuxWorkspaceTest, OpensFilesAndFoldersWithTheirDefaultApplication) {
     fs::copy_file(entry("Exec=" + probe + " --show %U\nMimeType=inode/directory;\n"),
                   data + "/applications/files.desktop");
     fs::copy_file(entry("Exec=" + probe + " %f\nMimeType=text/plain;\n"), data + "/applications/text.desktop");
-    std::ofstream(data + "/mimeapps.list") << "[Default Applications]\ninode/directory=files.desktop;\n"
-                                              "text/plain=text.desktop;\n";
-    std::ofstream(data + "/applications/mimeapps.list") << "[Default Applications]\ninode/directory=files.desktop;\n"
-                                                           "text/plain=text.desktop;\n";
+    fs::copy_file(entry("Exec=" + probe + " --url %u\nMimeType=x-scheme-handler/https;\n"),
+                  data + "/applications/web.desktop");
+    const std::string defaults =
+        "[Default Applications]\ninode/directory=files.desktop;\ntext/plain=text.desktop;\n"
+        "x-scheme-handler/https=web.desktop;\n";
+    std::ofstream(data + "/mimeapps.list") << defaults;
+    std::ofstream(data + "/applications/mimeapps.list") << defaults;
     // GLib learns of new entries from the kernel, in its own time.
     bool isOpen = false;
     loop.until([&] {
@@ -189,6 +192,19 @@ TEST_F(LinuxWorkspaceTest, OpensFilesAndFoldersWithTheirDefaultApplication) {
     open(file);
     EXPECT_EQ(report(probe).arguments, Texts{file});
     EXPECT_THROW(open(folder.path() + "/missing"), std::runtime_error);
+
+    const auto openURL = [&](const std::string& url) {
+        fs::remove(probe + ".report");
+        loop.run([&]() -> Task<> { co_await workspace->openURL(url); });
+        return report(probe).arguments;
+    };
+    const std::string web = "https://example.com/a%20b?x='$(y)&z;";
+    EXPECT_EQ(openURL(web), (Texts{"--url", web}));
+    EXPECT_EQ(openURL("file://" + folder.path() + "/odd%20%231%2050%25%20$(x).txt"), Texts{file});
+    EXPECT_EQ(openURL("file://" + folder.path()), (Texts{"--show", "file://" + folder.path()}));
+    for (const std::string& refused : {std::string("gopher://example.com/"), "file://elsewhere" + file,
+                                       std::string("file:///a%00b"), std::string("no address"), file})
+        EXPECT_THROW(openURL(refused), std::runtime_error) << refused;
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "app/storage/AppLaunchRepository.h"
 #include "app/storage/CommandUsageStore.h"
+#include "app/storage/QuicklinkRepository.h"
 #include "app/storage/SettingsRepository.h"
 #include "core/AppPreferences.h"
 #include "tests/storage/StorageFixture.h"
@@ -114,6 +115,42 @@ TEST_F(SettingsRepositoryTest, AStoredDocumentThatDoesNotFitIsReportedAndKept) {
         EXPECT_THROW(load(), JSONError) << stored;
         EXPECT_EQ(one("SELECT value AS c FROM settings"), stored);
     }
+}
+
+class QuicklinkRepositoryTest : public StorageTest {
+  protected:
+    const QuicklinkRepository quicklinks{database};
+    std::vector<Quicklink> load() {
+        return loop.run([&] { return quicklinks.load(); });
+    }
+    void save(const Quicklink& link) {
+        loop.run([&] { return quicklinks.save(link); });
+    }
+    void remove(const std::string& id) {
+        loop.run([&] { return quicklinks.remove(id); });
+    }
+};
+
+TEST_F(QuicklinkRepositoryTest, KeepsLinksInTheOrderOfTheirTitlesBytes) {
+    EXPECT_TRUE(load().empty());
+    const Quicklink hostile{"3", "a'); DROP TABLE quicklinks;--", "https://example.com/?q={query}%20"};
+    save({"1", "b", "https://b.example/"});
+    save({"2", "B", "file:///b"});
+    save(hostile);
+    save({"4", "b", "https://again.example/"});
+    const auto all = load();
+    ASSERT_EQ(all.size(), 4U);
+    EXPECT_EQ(all[0].title, "B");
+    EXPECT_EQ(all[1], hostile);
+    EXPECT_EQ(all[2].title + all[3].title, "bb") << "the same title twice is two links";
+
+    save({"2", "z", "https://z.example/"});
+    EXPECT_EQ(load().back(), (Quicklink{"2", "z", "https://z.example/"})) << "the same identifier is the same link";
+    remove("1");
+    remove("no such link");
+    EXPECT_EQ(load().size(), 3U);
+    close();
+    EXPECT_EQ(failureOf([&] { load(); }), "The database is closed.");
 }
 
 }  // namespace

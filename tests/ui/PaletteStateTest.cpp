@@ -100,10 +100,11 @@ class PaletteStateTest : public testing::Test, protected test::FakePlatform {
 };
 
 TEST_F(PaletteStateTest, ListsEveryCommandUntilSomethingIsTyped) {
-    EXPECT_EQ(titles(), (std::vector<std::string>{"Ask AI", "Clipboard History", "Maps", "Music", "Open Applications",
-                                                  "Open Downloads", "Open Finder", "Search Files", "Zoom"}));
+    EXPECT_EQ(titles(), (std::vector<std::string>{"Ask AI", "Clipboard History", "Empty Trash", "Lock Screen", "Maps",
+                                                  "Music", "Open Applications", "Open Downloads", "Open Finder",
+                                                  "Search Files", "Sleep", "Zoom"}));
     state->setQuery("m");
-    EXPECT_EQ(titles(), (std::vector<std::string>{"Maps", "Music", "Zoom"}));
+    EXPECT_EQ(titles(), (std::vector<std::string>{"Maps", "Music", "Empty Trash", "Zoom"}));
     EXPECT_EQ(state->selection(), 0);
 }
 
@@ -127,7 +128,7 @@ TEST_F(PaletteStateTest, CalculatesOnTopAndCopiesWithoutHiding) {
 TEST_F(PaletteStateTest, SelectionWrapsAndIgnoresAnEmptyList) {
     state->setQuery("m");
     state->move(-1);
-    EXPECT_EQ(state->selection(), 2);
+    EXPECT_EQ(state->selection(), 3);
     state->move(1);
     EXPECT_EQ(state->selection(), 0);
     state->setQuery("no such thing");
@@ -394,7 +395,7 @@ TEST_F(PaletteStateTest, KeepsTheSelectionWhenApplicationsChange) {
     select("Music");
     install("Aardvark");
     state->refreshApplications();
-    loop.until([&] { return state->results().size() == 10; });
+    loop.until([&] { return state->results().size() == 13; });
     EXPECT_EQ(titles()[static_cast<std::size_t>(state->selection())], "Music");
 
     state->toggleActions();
@@ -402,6 +403,84 @@ TEST_F(PaletteStateTest, KeepsTheSelectionWhenApplicationsChange) {
     for (int i = 0; i < 5; ++i)
         settle();
     EXPECT_TRUE(state->showsActions()) << "a rescan that found nothing new must not close the menu";
+}
+
+TEST_F(PaletteStateTest, ListsQuicklinksAsTheyAreNow) {
+    const auto save = [this](const Quicklink& link) {
+        loop.run([&]() -> Task<> { co_await services->quicklinks.save(link); });
+    };
+    const auto refresh = [this] {
+        state->refreshQuicklinks();
+        settle();
+    };
+    save({"1", "Wiki", "https://intranet.example/"});
+    state->setQuery("intranet");
+    EXPECT_TRUE(titles().empty());
+    refresh();
+    EXPECT_EQ(titles(), std::vector<std::string>{"Wiki"});
+    state->execute();
+    settle();
+    EXPECT_EQ(workspace.openedURLs, std::vector<std::string>{"https://intranet.example/"});
+    EXPECT_EQ(hidden, 1);
+
+    state->setQuery("");
+    select("Zoom");
+    state->toggleActions();
+    refresh();
+    EXPECT_TRUE(state->showsActions()) << "nothing new must not close the menu";
+    save({"2", "Aardvarks", "https://a.example/"});
+    refresh();
+    EXPECT_EQ(titles()[static_cast<std::size_t>(state->selection())], "Zoom");
+    loop.run([this]() -> Task<> { co_await services->quicklinks.remove("1"); });
+    refresh();
+    state->setQuery("i");
+    EXPECT_EQ(std::ranges::count(titles(), "Wiki"), 0);
+
+    loop.run([this]() -> Task<> { co_await services->database->close(); });
+    refresh();
+    EXPECT_EQ(state->error(), "The database is closed.");
+    state->setQuery("aardvark");
+    EXPECT_EQ(titles(), std::vector<std::string>{"Aardvarks"}) << "a failure keeps what there was";
+}
+
+TEST_F(PaletteStateTest, SystemCommandsAskOnlyBeforeTheTrashIsEmptied) {
+    const auto run = [this](const std::string& query) {
+        state->setQuery(query);
+        state->execute();
+        settle();
+    };
+    run("lock screen");
+    run("sleep");
+    EXPECT_EQ(session.locks + session.sleeps, 2);
+    EXPECT_TRUE(alerts.asked.empty());
+    EXPECT_EQ(hidden, 2);
+
+    alerts.answers = {false, true};
+    run("empty trash");
+    EXPECT_EQ(alerts.asked, std::vector<std::string>{"Empty Trash|This operation cannot be undone."});
+    EXPECT_EQ(session.emptied, 0);
+    EXPECT_EQ(state->error(), "The operation was cancelled.");
+    session.delay = 5s;
+    run("empty trash");
+    EXPECT_TRUE(state->busy());
+    EXPECT_EQ(hidden, 2) << "the palette stays until the Trash is empty";
+    wait(5s);
+    EXPECT_EQ(session.emptied, 1);
+    EXPECT_EQ(hidden, 3);
+}
+
+TEST_F(PaletteStateTest, ListsShortcutsWhenTheyAreKnown) {
+    childProcesses.ending.output = "Make Tea\nTidy Up\nMake Tea\n";
+    state->refreshShortcuts();
+    settle();
+    state->setQuery("shortcut");
+    EXPECT_EQ(titles(), (std::vector<std::string>{"Make Tea", "Tidy Up"})) << "one command for each name";
+    childProcesses.ending = {.status = 1, .output = {}, .errors = "The kettle is empty."};
+    state->execute();
+    settle();
+    EXPECT_EQ(childProcesses.lastCommand(), "/bin/true run Make Tea");
+    EXPECT_EQ(state->error(), "The kettle is empty.");
+    EXPECT_EQ(hidden, 0);
 }
 
 TEST_F(PaletteStateTest, AsksForTheAssistantToBeEnabled) {

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "platform/Power.h"
+#include "platform/ScreenLock.h"
+
+#include <chrono>
+
+namespace velmora {
+
+/// How long D-Bus services are waited for, all calls of one request together.
+inline constexpr std::chrono::seconds sessionPatience{5};
+
+/// The power management of logind.
+class LogindPower final : public Power {
+  public:
+    explicit LogindPower(Executor pool, std::chrono::milliseconds patience = sessionPatience)
+        : pool_(std::move(pool)), patience_(patience) {}
+
+    [[nodiscard]] Task<SessionAnswer> sleep() override;
+
+  private:
+    Executor pool_;
+    std::chrono::milliseconds patience_;
+};
+
+/// Locks the screen through logind, whose session is this process's own, or else through the screen saver on the
+/// session bus. Each has its own patience.
+class LogindScreenLock final : public ScreenLock {
+  public:
+    explicit LogindScreenLock(Executor pool, std::chrono::milliseconds patience = sessionPatience)
+        : pool_(std::move(pool)), patience_(patience) {}
+
+    [[nodiscard]] Task<SessionAnswer> lock() override;
+
+  private:
+    Executor pool_;
+    std::chrono::milliseconds patience_;
+};
+
+}  // namespace velmora
