@@ -1,6 +1,7 @@
 #include "app/AppDelegate.h"
 
 #include "app/AppLog.h"
+#include "app/services/ClipboardService.h"
 #include "app/services/FileIndexService.h"
 #include "app/ui/Measure.h"
 #include "app/ui/PaletteController.h"
@@ -100,6 +101,7 @@ void AppDelegate::terminate(int exitCode) {
     VELMORA_ASSERT_MAIN();
     if (std::exchange(terminating_, true)) return;
     if (controller_) controller_->hide();
+    if (services_) services_->clipboard->stop();
     if (state_) state_->cancelWork();
     startTask_.cancel();
     spawn(platform_.main, [this, exitCode] { return shutDown(exitCode); });

@@ -14,6 +14,7 @@
 namespace velmora {
 
 class ApplicationService;
+class ClipboardService;
 class FileIndexService;
 class FileService;
 class SettingsState;
@@ -48,6 +49,7 @@ class AppServices {
     AppLaunchRepository appLaunches;
     const std::shared_ptr<FileService> files;
     const std::shared_ptr<FileIndexService> fileIndex;
+    const std::shared_ptr<ClipboardService> clipboard;
 
     /// What the files and the clipboard mode search; a mode without a source finds nothing.
     std::shared_ptr<ResultSource> fileSearch;

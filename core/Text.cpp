@@ -271,6 +271,19 @@ std::string formattedDate(TimePoint time) {
     return encoded(text);
 }
 
+std::string formattedNumericDate(TimePoint time) {
+    // Finding a locale's pattern takes a thousand times as long as using it, and a formatter serves one thread only.
+    thread_local const std::unique_ptr<icu::DateFormat> format = [] {
+        UErrorCode status = U_ZERO_ERROR;
+        std::unique_ptr<icu::DateFormat> made(
+            icu::DateFormat::createInstanceForSkeleton("yMdjm", icu::Locale::getDefault(), status));
+        return U_SUCCESS(status) ? std::move(made) : nullptr;
+    }();
+    icu::UnicodeString text;
+    if (format) format->format(secondsSince1970(time) * 1000, text);
+    return encoded(text);
+}
+
 std::string formattedByteCount(std::int64_t bytes) {
     struct Unit {
         double size;

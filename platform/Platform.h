@@ -14,6 +14,7 @@ class FileAttributeReading;
 class FileEventWatching;
 class FileScanner;
 class FolderPanel;
+class FrontmostApplication;
 class IndexReading;
 class Pasteboard;
 class PopUpMenu;
@@ -28,6 +29,7 @@ struct Platform {
     Paths paths;
     Workspace& workspace;
     Pasteboard& pasteboard;
+    FrontmostApplication& frontmost;
     Alerts& alerts;
     PopUpMenu& popUpMenu;
     FolderPanel& folderPanel;

@@ -2,6 +2,7 @@
 
 #include "app/AppServices.h"
 #include "app/services/ApplicationService.h"
+#include "app/services/ClipboardService.h"
 #include "app/services/FileService.h"
 #include "app/ui/PaletteStateChanges.h"
 #include "core/Text.h"
@@ -47,6 +48,7 @@ Task<> PaletteState::start() {
         };
         registerBuiltInCommands();
         usages_ = co_await services_->usage.load();
+        services_->clipboard->start();
         search();
         co_await services_->applications->refresh();
         services_->applications->startMonitoring();

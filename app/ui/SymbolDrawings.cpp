@@ -65,7 +65,7 @@ constexpr std::array drawings{
         "calculator", "accessories-calculator-symbolic",
         R"(<rect x="5.5" y="3.5" width="13" height="17" rx="2.3"/><path d="M8.7 7.4h6.6M8.8 11.6h.01M12 11.6h.01M15.2 11.6h.01M8.8 14.6h.01M12 14.6h.01M15.2 14.6h.01M8.8 17.4h.01M12 17.4h.01M15.2 17.4h.01"/>)"},
     SymbolDrawing{
-        "link", "insert-link-symbolic",
+        "link", "",
         R"(<path d="M10 13.9a4.1 4.1 0 0 0 5.9.1l3-3A4.1 4.1 0 0 0 13 5.2l-1.2 1.2M14 10.1a4.1 4.1 0 0 0-5.9-.1l-3 3a4.1 4.1 0 0 0 5.9 5.8l1.2-1.2"/>)"},
     SymbolDrawing{
         "wand.and.stars", "",
