@@ -210,6 +210,9 @@ std::vector<std::string_view> characters(std::string_view text) {
 
 std::string_view prefix(std::string_view text, std::size_t count) {
     if (text.size() <= count) return text;  // a character takes at least one byte
+    // So it does in ASCII, but for line breaks of two.
+    const std::string_view beginning = text.substr(0, count + 1);
+    if (isAscii(beginning) && beginning.find('\r') == std::string_view::npos) return text.substr(0, count);
     std::size_t end = 0;
     std::size_t left = count;
     if (left > 0) {

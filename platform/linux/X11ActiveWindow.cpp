@@ -48,13 +48,16 @@ void X11ActiveWindow::handle(const xcb_generic_event_t& event) {
     if (change.window == connection_.root() && change.atom == activeWindow_) look();
 }
 
+std::vector<std::string> X11ActiveWindow::classes() const {
+    return isAny_ ? classes_ : std::vector<std::string>();
+}
+
 void X11ActiveWindow::look() {
     const auto active = connection_.property(connection_.root(), activeWindow_, XCB_ATOM_WINDOW, sizeof(xcb_window_t));
     const xcb_window_t window = numberIn(active.get()).value_or(XCB_NONE);
-    if (window == XCB_NONE) {
-        classes_.clear();
-        return;
-    }
+    // Between two windows there is often none for a moment.
+    isAny_ = window != XCB_NONE;
+    if (!isAny_) return;
     const auto process = connection_.property(window, processId_, XCB_ATOM_CARDINAL, sizeof(std::uint32_t));
     if (numberIn(process.get()) == static_cast<std::uint32_t>(getpid())) return;
     const auto names = connection_.property(window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, maximumClassBytes);

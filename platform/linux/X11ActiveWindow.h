@@ -18,7 +18,7 @@ class X11ActiveWindow {
     void handle(const xcb_generic_event_t& event);
 
     /// What it says to belong to (ICCCM, WM_CLASS): the class, then the instance. Empty when no window is active.
-    [[nodiscard]] const std::vector<std::string>& classes() const { return classes_; }
+    [[nodiscard]] std::vector<std::string> classes() const;
 
   private:
     void look();
@@ -26,7 +26,8 @@ class X11ActiveWindow {
     X11Connection& connection_;
     xcb_atom_t activeWindow_ = XCB_NONE;
     xcb_atom_t processId_ = XCB_NONE;
-    std::vector<std::string> classes_;
+    bool isAny_ = false;                // whether any window is active, one of our own included
+    std::vector<std::string> classes_;  // of the last that was not our own
 };
 
 }  // namespace velmora

@@ -123,6 +123,25 @@ class Clipboard(PaletteTest):
         self.desktop.wait_until_hidden("Velmora Brisklane")
         self.assertEqual(self.clipboard(), large)
 
+    def test_remembers_the_application(self):
+        self.install("Picture Viewer", "/bin/true")
+        entry = self.desktop.data / "applications/org.example.PictureViewer.desktop"
+        entry.write_text(entry.read_text() + "StartupWMClass=picture-viewer\n")
+        viewer = self.desktop.home / "picture-viewer"  # the name is what its window says
+        viewer.symlink_to("/usr/bin/display")
+        self.open()
+        self.desktop.press("Escape")
+        self.desktop.wait_until_hidden("Velmora Brisklane")
+        self.desktop.start([str(viewer), "-title", "A picture", "-size", "200x200", "xc:red"])
+        self.desktop.wait_for_window("A picture")
+        self.copy("copied in the viewer")
+        self.wait_until_stored("copied in the viewer")
+        # The palette over it is not where a text comes from.
+        self.show_again()
+        self.copy("copied under the palette")
+        self.wait_until_stored("copied under the palette")
+        self.assertEqual([row[2] for row in self.stored()], ["org.example.PictureViewer"] * 2)
+
     def test_ends_while_a_program_hangs(self):
         self.open()
         self.own("UTF8_STRING=from a program that hangs", "--silent")

@@ -222,6 +222,44 @@ TEST_F(X11SessionTest, ANewCopyEndsTheWaitForTheOld) {
     session.reset();
 }
 
+TEST_F(X11SessionTest, KnowsTheActiveWindowThatIsNotItsOwn) {
+    const X11Connection manager(display.name());
+    const auto atoms = manager.atoms({"_NET_ACTIVE_WINDOW", "_NET_WM_PID"});
+    const auto window = [&](const std::string& classes, pid_t process) {
+        const xcb_window_t made = xcb_generate_id(manager.get());
+        xcb_create_window(manager.get(), XCB_COPY_FROM_PARENT, made, manager.root(), 0, 0, 1, 1, 0,
+                          XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
+        xcb_change_property(manager.get(), XCB_PROP_MODE_REPLACE, made, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
+                            static_cast<std::uint32_t>(classes.size()), classes.data());
+        xcb_change_property(manager.get(), XCB_PROP_MODE_REPLACE, made, atoms[1], XCB_ATOM_CARDINAL, 32, 1, &process);
+        return made;
+    };
+    const auto classes = [&] {
+        return loop.run([&]() -> Task<Types> { co_return co_await session->activeWindowClasses(); });
+    };
+    struct Case {
+        const char* name;
+        xcb_window_t window;
+        Types classes;
+    };
+    const Case cases[] = {
+        {"none", XCB_NONE, {}},
+        {"another's", window("viewer\0Viewer\0"s, 1), {"Viewer", "viewer"}},
+        {"our own", window("velmora\0velmora\0"s, getpid()), {"Viewer", "viewer"}},
+        {"none again", XCB_NONE, {}},
+        {"half a class", window("editor", 1), {"editor"}},
+        {"no class", window("", 1), {}},
+        {"a window that is gone", 0x12345678, {}},
+    };
+    for (const Case& one : cases) {
+        xcb_change_property(manager.get(), XCB_PROP_MODE_REPLACE, manager.root(), atoms[0], XCB_ATOM_WINDOW, 32, 1,
+                            &one.window);
+        xcb_flush(manager.get());
+        until([&] { return classes() == one.classes; });
+        EXPECT_EQ(classes(), one.classes) << one.name;
+    }
+}
+
 TEST_F(X11SessionTest, WithoutADisplayNothingIsThere) {
     session = std::make_unique<X11Session>(X11Session::Options{.display = ":54321"});
     EXPECT_EQ(types(), Types{});
