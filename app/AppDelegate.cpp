@@ -1,6 +1,7 @@
 #include "app/AppDelegate.h"
 
 #include "app/AppLog.h"
+#include "app/services/ClipboardService.h"
 #include "app/services/FileIndexService.h"
 #include "app/services/Shortcuts.h"
 #include "app/ui/Measure.h"
@@ -101,6 +102,7 @@ void AppDelegate::show() {
 void AppDelegate::terminate(int exitCode) {
     VELMORA_ASSERT_MAIN();
     if (std::exchange(terminating_, true)) return;
+    if (services_) services_->clipboard->stop();
     if (services_) services_->shortcuts->stop();
     if (controller_) controller_->hide();
     if (state_) state_->cancelWork();

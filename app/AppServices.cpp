@@ -2,6 +2,7 @@
 
 #include "app/services/ApplicationIndexer.h"
 #include "app/services/ApplicationService.h"
+#include "app/services/ClipboardService.h"
 #include "app/services/FileIndexService.h"
 #include "app/services/FileResults.h"
 #include "app/services/FileService.h"
@@ -76,7 +77,10 @@ AppServices::AppServices(Platform given, std::shared_ptr<Database> opened, Setti
           platform.main, platform.clock,
           std::make_shared<ShortcutsCLI>(platform.main, platform.pool, platform.clock, platform.childProcesses,
                                          platform.shortcutsTools))),
+      clipboard(std::make_shared<ClipboardService>(platform.main, platform.pool, platform.clock, platform.pasteboard,
+                                                   platform.frontmost, ClipboardRepository(database, platform.clock))),
       fileSearch(std::make_shared<FileResults>(fileIndex, files)),
+      clipboardSearch(clipboard),
       makeSettings_(std::move(makeSettings)) {}
 
 SettingsState& AppServices::preferences() {

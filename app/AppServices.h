@@ -15,6 +15,7 @@
 namespace velmora {
 
 class ApplicationService;
+class ClipboardService;
 class FileIndexService;
 class FileService;
 class SettingsState;
@@ -52,6 +53,7 @@ class AppServices {
     const std::shared_ptr<FileService> files;
     const std::shared_ptr<FileIndexService> fileIndex;
     const std::shared_ptr<ShortcutsService> shortcuts;
+    const std::shared_ptr<ClipboardService> clipboard;
 
     /// What the files and the clipboard mode search; a mode without a source finds nothing.
     std::shared_ptr<ResultSource> fileSearch;

@@ -3,6 +3,7 @@
 #include "app/AppDelegate.h"
 #include "app/AppLog.h"
 #include "app/TerminationSignals.h"
+#include "app/ui/Measure.h"
 #include "app/ui/SystemAppearance.h"
 #include "core/AppError.h"
 #include "core/Assert.h"
@@ -14,6 +15,7 @@
 #include "platform/linux/LinuxApplicationBundles.h"
 #include "platform/linux/LinuxChildProcesses.h"
 #include "platform/linux/LinuxFileIcons.h"
+#include "platform/linux/LinuxFrontmostApplication.h"
 #include "platform/linux/LinuxTrash.h"
 #include "platform/linux/LinuxWorkspace.h"
 #include "platform/linux/Logind.h"
@@ -23,9 +25,12 @@
 #include "platform/linux/QtPasteboard.h"
 #include "platform/linux/QtPopUpMenu.h"
 #include "platform/linux/SessionName.h"
+#include "platform/linux/X11Session.h"
 #include "platform/linux/X11WindowManager.h"
 
 #include <QApplication>
+#include <QElapsedTimer>
+#include <QTimer>
 
 #include <pwd.h>
 #include <unistd.h>
@@ -71,6 +76,13 @@ std::vector<std::string> shortcutsTools() {
     return tools;
 }
 
+/// On Wayland, too, where the X server within it shares the clipboard.
+std::unique_ptr<X11Session> connectX11() {
+    const char* const display = std::getenv("DISPLAY");
+    if (!display || !*display) return nullptr;
+    return std::make_unique<X11Session>(X11Session::Options{});
+}
+
 /// Watches the session bus for another start of the program asking this one to show itself.
 std::unique_ptr<QSocketNotifier> watch(SessionName& name) {
     if (name.descriptor() < 0) return nullptr;
@@ -82,6 +94,25 @@ std::unique_ptr<QSocketNotifier> watch(SessionName& name) {
     QMetaObject::invokeMethod(
         notifier.get(), [&name] { static_cast<void>(name.process()); }, Qt::QueuedConnection);
     return notifier;
+}
+
+/// For benchmarks: a heartbeat that tells for how long the loop came to nothing else.
+std::unique_ptr<QTimer> watchLoop() {
+    using namespace std::chrono_literals;
+    static constexpr auto interval = 1ms;
+    static constexpr auto notable = 3ms;
+    if (!measure::asksFor("loop")) return nullptr;
+    auto beat = std::make_unique<QTimer>();
+    beat->setTimerType(Qt::PreciseTimer);
+    QElapsedTimer sinceLast;
+    sinceLast.start();
+    QObject::connect(beat.get(), &QTimer::timeout, beat.get(), [sinceLast]() mutable {
+        const std::chrono::nanoseconds gap = std::chrono::nanoseconds(sinceLast.nsecsElapsed()) - interval;
+        sinceLast.start();
+        if (gap > notable) measure::duration("gap", gap.count());
+    });
+    beat->start(interval);
+    return beat;
 }
 
 int run(int argc, char** argv, bool showAtStart, SessionName& name) {
@@ -100,7 +131,9 @@ int run(int argc, char** argv, bool showAtStart, SessionName& name) {
     LogindScreenLock screenLock(pool.executor());
     LinuxTrash trash(pool.executor(), desktop.dataHome, desktop.home == accountHome());
     const SystemAppearance appearance;
-    QtPasteboard pasteboard;
+    const std::unique_ptr<X11Session> x11 = connectX11();
+    QtPasteboard pasteboard(x11.get());
+    LinuxFrontmostApplication frontmost(pool.executor(), x11.get());
     X11WindowManager windowManager;
     QtAlerts alerts(windowManager);
     const auto fileIcons = std::make_shared<const LinuxFileIcons>();
@@ -113,6 +146,7 @@ int run(int argc, char** argv, bool showAtStart, SessionName& name) {
         .paths = {desktop.home, desktop.dataHome},
         .workspace = workspace,
         .pasteboard = pasteboard,
+        .frontmost = frontmost,
         .alerts = alerts,
         .popUpMenu = popUpMenu,
         .folderPanel = folderPanel,
@@ -135,6 +169,7 @@ int run(int argc, char** argv, bool showAtStart, SessionName& name) {
     const TerminationSignals signals([&delegate] { delegate.terminate(); });
     name.onShow = [&delegate] { delegate.show(); };
     const auto watcher = watch(name);
+    const auto heartbeat = watchLoop();
     delegate.launch();
     return QApplication::exec();
 }

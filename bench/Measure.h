@@ -81,8 +81,12 @@ inline double quantile(std::vector<double> sample, double share) {
     return sample[std::min(sample.size() - 1, static_cast<std::size_t>(share * static_cast<double>(sample.size())))];
 }
 
+/// Part of the names of metrics that are measured at another scale than usual, with its dot.
+inline std::string scale;
+
 /// Prints the line of a metric; 0 for a reference that is not there.
-inline void report(const std::string& name, double value, const char* unit, double reference = 0) {
+inline void report(std::string name, double value, const char* unit, double reference = 0) {
+    name.insert(name.find('.') + 1, scale);
     if (reference > 0) {
         std::printf("%s\t%.2f\t%s\t%.2f\t%.3f\n", name.c_str(), value, unit, reference, value / reference);
     } else {

@@ -3,6 +3,8 @@
 //
 //   files_store_bench [--cpu] [prefix of the names to measure] [number of names, 1000000] [folder for the database]
 //
+// A prefix that begins with files.10m stands for the same metrics with ten million names.
+//
 // With --cpu, times are those of the processor instead of the wall, for machines that do other work meanwhile.
 
 #include "app/storage/FileIndexRepository.h"
@@ -239,6 +241,9 @@ std::vector<Question> questions(const std::vector<std::string>& texts, const std
 
 int measure(const std::string& prefix, std::size_t names, const std::string& folder) {
     const auto wanted = [&](const std::string& name) { return name.starts_with(prefix) || prefix.starts_with(name); };
+    const auto& all = {"files.write",  "files.bytes", "files.rare", "files.common", "files.prefix2",
+                       "files.short2", "files.path",  "files.ext",  "files.folder", "files.delete"};
+    if (std::none_of(all.begin(), all.end(), wanted)) return 0;
     Subject subject(folder, names);
     if (wanted("files.write")) subject.fillByTriggers();
     subject.fill();
@@ -283,7 +288,13 @@ int main(int count, char** arguments) {
     std::vector<std::string> words(arguments + 1, arguments + count);
     velmora::bench::processorTime = std::erase(words, "--cpu") > 0;
     words.resize(3);
-    const std::size_t names = words[1].empty() ? 1'000'000 : std::strtoul(words[1].c_str(), nullptr, 10);
+    const bool isLarge = words[0].starts_with("files.10m");
+    if (isLarge) {
+        velmora::bench::scale = "10m.";
+        words[0].erase(5, 4);
+    }
+    const std::size_t usual = isLarge ? 10'000'000 : 1'000'000;
+    const std::size_t names = words[1].empty() ? usual : std::strtoul(words[1].c_str(), nullptr, 10);
     if (names == 0) {
         std::fprintf(stderr, "usage: files_store_bench [--cpu] [prefix] [names] [folder]\n");
         return 2;

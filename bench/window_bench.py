@@ -33,11 +33,13 @@ IDLE_SECONDS = 70  # longer than the minute after which applications are looked 
 class Program:
     """One running program that prints measuring lines."""
 
+    measuring = "1"
+
     def __init__(self, desktop, title, command, **options):
         self.desktop, self.title, self.command = desktop, title, command
         self.events = []
         self.began = time.monotonic_ns()
-        environment = {"VELMORA_MEASURE": "1"}
+        environment = {"VELMORA_MEASURE": self.measuring}
         self.process = desktop.start(command, environment, stderr=subprocess.PIPE, text=True, bufsize=1, **options)
         threading.Thread(target=self._read, daemon=True).start()
 
@@ -256,6 +258,13 @@ def install_applications(desktop):
         )
 
 
+def report(metrics, prefix):
+    for name, value, unit, reference in metrics:
+        if name.startswith(prefix):
+            ratio = f"{value / reference:.2f}" if reference > 0 else "-"
+            print(f"{name}\t{value:.3f}\t{unit}\t{reference:.3f}\t{ratio}", flush=True)
+
+
 def main():
     build = pathlib.Path(sys.argv[1]).resolve()
     prefix = sys.argv[2] if len(sys.argv) > 2 else ""
@@ -268,10 +277,7 @@ def main():
     with Desktop() as desktop:
         install_applications(desktop)
         for measure in wanted:
-            for name, value, unit, reference in measure(desktop, build):
-                if name.startswith(prefix):
-                    ratio = f"{value / reference:.2f}" if reference > 0 else "-"
-                    print(f"{name}\t{value:.3f}\t{unit}\t{reference:.3f}\t{ratio}", flush=True)
+            report(measure(desktop, build), prefix)
 
 
 if __name__ == "__main__":

@@ -222,6 +222,9 @@ std::vector<std::string_view> characters(std::string_view text) {
 
 std::string_view prefix(std::string_view text, std::size_t count) {
     if (text.size() <= count) return text;  // a character takes at least one byte
+    // So it does in ASCII, but for line breaks of two.
+    const std::string_view beginning = text.substr(0, count + 1);
+    if (isAscii(beginning) && beginning.find('\r') == std::string_view::npos) return text.substr(0, count);
     std::size_t end = 0;
     std::size_t left = count;
     if (left > 0) {
@@ -278,6 +281,19 @@ std::string formattedCount(std::size_t count) {
 std::string formattedDate(TimePoint time) {
     const std::unique_ptr<icu::DateFormat> format(
         icu::DateFormat::createDateTimeInstance(icu::DateFormat::kMedium, icu::DateFormat::kShort));
+    icu::UnicodeString text;
+    if (format) format->format(secondsSince1970(time) * 1000, text);
+    return encoded(text);
+}
+
+std::string formattedNumericDate(TimePoint time) {
+    // Finding a locale's pattern takes a thousand times as long as using it, and a formatter serves one thread only.
+    thread_local const std::unique_ptr<icu::DateFormat> format = [] {
+        UErrorCode status = U_ZERO_ERROR;
+        std::unique_ptr<icu::DateFormat> made(
+            icu::DateFormat::createInstanceForSkeleton("yMdjm", icu::Locale::getDefault(), status));
+        return U_SUCCESS(status) ? std::move(made) : nullptr;
+    }();
     icu::UnicodeString text;
     if (format) format->format(secondsSince1970(time) * 1000, text);
     return encoded(text);

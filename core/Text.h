@@ -52,6 +52,9 @@ std::string formattedCount(std::size_t count);
 /// "Nov 14, 2023, 12:00 PM": a medium date with a short time in the current locale and time zone.
 std::string formattedDate(TimePoint time);
 
+/// "11/14/2023, 12:00 PM": the date in digits with a short time, in the current locale and time zone.
+std::string formattedNumericDate(TimePoint time);
+
 /// "1.5 MB": a size of a file in decimal units (1 KB is 1,000 bytes) in the current locale.
 std::string formattedByteCount(std::int64_t bytes);
 

@@ -17,6 +17,7 @@ class FileAttributeReading;
 class FileEventWatching;
 class FileScanner;
 class FolderPanel;
+class FrontmostApplication;
 class IndexReading;
 class Pasteboard;
 class PopUpMenu;
@@ -34,6 +35,7 @@ struct Platform {
     Paths paths;
     Workspace& workspace;
     Pasteboard& pasteboard;
+    FrontmostApplication& frontmost;
     Alerts& alerts;
     PopUpMenu& popUpMenu;
     FolderPanel& folderPanel;

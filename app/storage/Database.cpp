@@ -2,6 +2,7 @@
 
 #include "app/storage/Schema.h"
 #include "app/storage/Statement.h"
+#include "app/storage/TextFunctions.h"
 #include "core/Assert.h"
 
 #include <fcntl.h>
@@ -168,17 +169,22 @@ Task<> Database::bulkWrite(std::function<void(const Bulk& bulk)> work) {
 }
 
 Task<std::vector<Row>> Database::rows(std::string_view sql, std::vector<SQLValue> values) {
+    std::vector<Row> result;
+    const std::function<void(Row)> keep = [&result](Row row) { result.push_back(std::move(row)); };
+    co_await forEachRow(sql, std::move(values), keep);
+    co_return result;
+}
+
+Task<> Database::forEachRow(std::string_view sql, std::vector<SQLValue> values, std::function<void(Row row)> visit) {
     const auto self = shared_from_this();
     const auto work = [&](std::stop_token stop) {
         const Interruption interruption(connection(), std::move(stop));
         Statement statement(connection(), sql);
         statement.bind(values);
-        std::vector<Row> result;
         while (auto row = statement.next())
-            result.push_back(*std::move(row));
-        return result;
+            visit(*std::move(row));
     };
-    co_return co_await actor_.runPassing(work);
+    co_await actor_.runPassing(work);
 }
 
 Task<> Database::close() {
@@ -203,6 +209,7 @@ void Database::openFile(const std::string& path) {
     std::unique_ptr<sqlite3, Closer> handle(opened);
     if (code != SQLITE_OK) throw databaseFailure(cannotOpen, opened);
     sqlite3_busy_timeout(opened, busyTimeoutMilliseconds);
+    replaceTextFunctions(opened);
     for (const char* const migration : schema::migrations) {
         if (!run(opened, migration)) throw databaseFailure("Could not migrate the local database.", opened);
     }

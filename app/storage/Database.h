@@ -77,6 +77,11 @@ class Database : public std::enable_shared_from_this<Database> {
     /// then ends as `Cancelled`. A query need not wait for the end of a batch: it runs between two of its steps.
     [[nodiscard]] Task<std::vector<Row>> rows(std::string_view sql, std::vector<SQLValue> values = {});
 
+    /// The same for rows too large to hold all at once: `visit` gets each of them on the pool as soon as it is read.
+    /// What it captures by reference must stay until the task has ended.
+    [[nodiscard]] Task<> forEachRow(std::string_view sql, std::vector<SQLValue> values,
+                                    std::function<void(Row row)> visit);
+
     /// Closes the connection once the calls before it have ended. Closing again does nothing.
     [[nodiscard]] Task<> close();
 

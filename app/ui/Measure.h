@@ -4,17 +4,26 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <string_view>
 
 /// What the benchmarks read: with VELMORA_MEASURE=1 in the environment, the moments of key presses, of requests to show
-/// the palette and of finished paints on standard error. Silent otherwise.
+/// the palette and of finished paints on standard error; with VELMORA_MEASURE=loop, the times in which the main loop
+/// came to nothing else. Silent otherwise.
 namespace velmora::measure {
 
+inline bool asksFor(std::string_view kind) {
+    const char* const value = std::getenv("VELMORA_MEASURE");
+    return value && value == kind;
+}
+
 inline bool enabled() {
-    static const bool on = [] {
-        const char* const value = std::getenv("VELMORA_MEASURE");
-        return value && *value == '1';
-    }();
+    static const bool on = asksFor("1");
     return on;
+}
+
+/// One line "measure <what> <nanoseconds that it took>", whether or not `enabled`.
+inline void duration(const char* what, long long nanoseconds) {
+    std::fprintf(stderr, "measure %s %lld\n", what, nanoseconds);
 }
 
 /// One line "measure <what> <nanoseconds of the monotonic clock>".

@@ -2,6 +2,7 @@
 
 #include "app/AppServices.h"
 #include "app/services/ApplicationService.h"
+#include "app/services/ClipboardService.h"
 #include "app/services/FileService.h"
 #include "app/services/Shortcuts.h"
 #include "app/ui/PaletteStateChanges.h"
@@ -53,6 +54,7 @@ Task<> PaletteState::start() {
             if (const auto state = weak.lock()) state->reloadShortcutCommands();
         };
         usages_ = co_await services_->usage.load();
+        services_->clipboard->start();
         search();
         co_await services_->applications->refresh();
         services_->applications->startMonitoring();

@@ -1,6 +1,7 @@
 #include "app/ui/ResultPreviewView.h"
 
 #include "app/ui/ChipButton.h"
+#include "app/ui/PreviewText.h"
 #include "app/ui/SlimScrollBar.h"
 #include "app/ui/Texts.h"
 #include "app/ui/Theme.h"
@@ -9,8 +10,6 @@
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QPlainTextEdit>
-#include <QTextDocument>
 #include <QVBoxLayout>
 
 namespace velmora {
@@ -32,7 +31,7 @@ ResultPreviewView::ResultPreviewView(std::size_t displayLimit, QWidget* parent)
     : QWidget(parent),
       displayLimit_(displayLimit),
       heading_(new QLabel(QStringLiteral("Text Preview"), this)),
-      text_(new QPlainTextEdit(this)),
+      text_(new PreviewText(this)),
       footer_(new QLabel(this)) {
     setAccessibleName(QStringLiteral("Text Preview"));
     auto* const back = new ChipButton({}, QStringLiteral("Back · Esc"), this);
@@ -41,18 +40,9 @@ ResultPreviewView::ResultPreviewView(std::size_t displayLimit, QWidget* parent)
     footer_->setTextFormat(Qt::PlainText);
     footer_->setFont(Theme::font(Theme::smallFont));
 
-    text_->setReadOnly(true);
     text_->setAccessibleName(QStringLiteral("Text Preview"));
-    text_->setFocusPolicy(Qt::NoFocus);
-    text_->setFrameShape(QFrame::NoFrame);
     text_->setFont(Theme::font(Theme::textFont));
-    text_->setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     text_->setVerticalScrollBar(new SlimScrollBar(text_));
-    text_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    text_->setContextMenuPolicy(Qt::NoContextMenu);
-    text_->setUndoRedoEnabled(false);
-    text_->document()->setDocumentMargin(0);
-    text_->viewport()->setAutoFillBackground(false);
 
     auto* const header = new QHBoxLayout;
     header->addWidget(heading_);
@@ -71,7 +61,7 @@ void ResultPreviewView::show(const std::string& text) {
     if (text == shown_) return;
     shown_ = text;
     const std::string_view drawn = text::prefix(text, displayLimit_);
-    text_->setPlainText(texts::of(drawn));
+    text_->show(texts::of(drawn));
     footer_->setText(footerOf(text, drawn.size()));
 }
 

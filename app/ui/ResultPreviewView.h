@@ -5,9 +5,10 @@
 #include <string>
 
 class QLabel;
-class QPlainTextEdit;
 
 namespace velmora {
+
+class PreviewText;
 
 /// The text of a result, selectable, cut off where drawing it would take long.
 class ResultPreviewView final : public QWidget {
@@ -32,7 +33,7 @@ class ResultPreviewView final : public QWidget {
     std::size_t displayLimit_;
     std::string shown_;
     QLabel* heading_;
-    QPlainTextEdit* text_;
+    PreviewText* text_;
     QLabel* footer_;
 };
 

@@ -16,6 +16,7 @@ if(NOT VELMORA_HEADLESS)
       PaletteInput.cpp
       PaletteView.cpp
       PassiveList.cpp
+      PreviewText.cpp
       ResultDelegate.cpp
       ResultIcons.cpp
       ResultList.cpp

@@ -44,6 +44,9 @@ TEST(Text, CountsUserPerceivedCharacters) {
     EXPECT_EQ(text::prefix(family + "ab", 2), family + "a");
     EXPECT_EQ(text::prefix("ab", 5), "ab");
     EXPECT_EQ(text::prefix("ab", 0), "");
+    EXPECT_EQ(text::prefix("abc", 2), "ab");
+    EXPECT_EQ(text::prefix("ab\u0301c", 2), "ab\u0301");
+    EXPECT_EQ(text::prefix("a\r\nbc", 2), "a\r\n");
 }
 
 TEST(Text, SizesFilesInDecimalUnits) {

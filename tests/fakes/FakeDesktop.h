@@ -3,8 +3,8 @@
 #include "app/services/ResultSource.h"
 #include "platform/Alerts.h"
 #include "platform/FolderPanel.h"
-#include "platform/Pasteboard.h"
 #include "platform/PopUpMenu.h"
+#include "tests/fakes/FakePasteboard.h"
 #include "tests/fakes/ManualClock.h"
 
 #include <deque>
@@ -12,19 +12,6 @@
 #include <stdexcept>
 
 namespace velmora::test {
-
-/// A clipboard that can refuse.
-class FakePasteboard final : public Pasteboard {
-  public:
-    [[nodiscard]] bool setText(const std::string& value) override {
-        if (refuses) return false;
-        text = value;
-        return true;
-    }
-
-    bool refuses = false;
-    std::optional<std::string> text;
-};
 
 /// A menu and a folder panel in which the user always makes the same choice.
 class FakeMenu final : public PopUpMenu {

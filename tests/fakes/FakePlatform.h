@@ -23,6 +23,7 @@ struct FakePlatform {
             .paths = {folder.path(), folder.path() + "/data"},
             .workspace = workspace,
             .pasteboard = pasteboard,
+            .frontmost = frontmost,
             .alerts = alerts,
             .popUpMenu = menu,
             .folderPanel = folderPanel,
@@ -49,7 +50,8 @@ struct FakePlatform {
     ManualClock clock;
     TemporaryFolder folder;
     FakeWorkspace workspace{clock};
-    FakePasteboard pasteboard;
+    FakePasteboard pasteboard{clock};
+    FakeFrontmostApplication frontmost;
     FakeAlerts alerts{clock};
     FakeMenu menu;
     FakeFolderPanel folderPanel;

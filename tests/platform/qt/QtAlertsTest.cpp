@@ -1,12 +1,10 @@
 #include "platform/linux/QtAlerts.h"
 
 #include "platform/linux/QtMainExecutor.h"
-#include "platform/linux/QtPasteboard.h"
 
 #include <gtest/gtest.h>
 
 #include <QApplication>
-#include <QClipboard>
 #include <QLabel>
 #include <QPushButton>
 #include <QTest>
@@ -156,14 +154,6 @@ TEST_F(QtAlertsTest, ShowsHostileTextsAsTextAndKeepsTheButtonsInReach) {
         EXPECT_NE(label->textFormat(), Qt::RichText);
     shown.close();
     expectAnswers({"<b>bold</b> refused"});
-}
-
-TEST(QtPasteboardTest, HoldsWhatWasPut) {
-    QtPasteboard pasteboard;
-    for (const std::string text : {"4", "", "帮我打开 Safari\nline"}) {
-        EXPECT_TRUE(pasteboard.setText(text));
-        EXPECT_EQ(QGuiApplication::clipboard()->text().toStdString(), text);
-    }
 }
 
 }  // namespace

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "core/Clock.h"
+#include "core/JSONValue.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace velmora {
+
+/// One text that was copied.
+struct ClipboardEntry {
+    std::string id;
+    std::string content;  ///< exactly as copied
+    std::string kind;     ///< "url" or "text", see `kindOf`
+    TimePoint createdAt;  ///< when it was last copied
+    /// Identifier of the application that was frontmost then, where that is known.
+    std::optional<std::string> sourceApp;
+
+    bool operator==(const ClipboardEntry&) const = default;
+
+    /// An object with the fields' names; times as seconds since 1970.
+    [[nodiscard]] JSONValue toJSON() const;
+
+    /// Fails with `JSONError` when a member other than `sourceApp` is missing, or one has another type.
+    static ClipboardEntry fromJSON(const JSONValue& value);
+
+    /// "url" when the whole of `content` is one address (RFC 3986, letters of all languages allowed) with the scheme
+    /// http, https or mailto, in letters of any case; "text" for everything else.
+    static std::string_view kindOf(std::string_view content);
+};
+
+}  // namespace velmora

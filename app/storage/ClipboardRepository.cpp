@@ -1,0 +1,58 @@
+#include "app/storage/ClipboardRepository.h"
+
+#include "core/AppPreferences.h"
+#include "core/UUID.h"
+
+namespace velmora {
+namespace {
+
+std::optional<ClipboardEntry> entryOf(const Row& row) {
+    const auto id = row.text("id");
+    const auto content = row.text("content");
+    const auto createdAt = row.time("created_at");
+    if (!id || !content || !createdAt) return std::nullopt;
+    ClipboardEntry entry{std::string(*id), std::string(*content), std::string(row.text("kind").value_or("text")),
+                         *createdAt, std::nullopt};
+    if (const auto source = row.text("source_app")) entry.sourceApp = *source;
+    return entry;
+}
+
+}  // namespace
+
+Task<> ClipboardRepository::insert(std::string content, std::optional<std::string> sourceApp,
+                                   std::int64_t limit) const {
+    static constexpr auto sql =
+        "INSERT INTO clipboard_history(id,content,kind,created_at,source_app) VALUES(?,?,?,?,?) "
+        "ON CONFLICT(content) DO UPDATE SET created_at=excluded.created_at, source_app=excluded.source_app";
+    if (content.empty() || content.size() > maximumBytes) co_return;
+    const std::string_view kind = ClipboardEntry::kindOf(content);
+    std::vector<SQLValue> values{newUUID(), std::move(content), kind, clock_->now(), std::move(sourceApp)};
+    co_await database_->execute(sql, std::move(values));
+    co_await prune(limit);
+}
+
+Task<> ClipboardRepository::prune(std::int64_t limit) const {
+    static constexpr auto sql =
+        "DELETE FROM clipboard_history WHERE id NOT IN "
+        "(SELECT id FROM clipboard_history ORDER BY created_at DESC LIMIT ?)";
+    return database_->execute(sql, {clampedClipboardLimit(limit)});
+}
+
+Task<std::vector<ClipboardEntry>> ClipboardRepository::search(std::string text) const {
+    static constexpr auto sql =
+        "SELECT * FROM clipboard_history WHERE instr(lower(content),lower(?)) > 0 ORDER BY created_at DESC LIMIT 500";
+    std::vector<SQLValue> values{std::move(text)};
+    std::vector<ClipboardEntry> entries;
+    const std::function<void(Row)> keep = [&entries](const Row& row) {
+        if (auto entry = entryOf(row)) entries.push_back(*std::move(entry));
+    };
+    co_await database_->forEachRow(sql, std::move(values), keep);
+    co_return entries;
+}
+
+Task<> ClipboardRepository::clear() const {
+    static constexpr auto sql = "DELETE FROM clipboard_history";
+    return database_->execute(sql);
+}
+
+}  // namespace velmora

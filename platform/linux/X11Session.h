@@ -1,0 +1,45 @@
+#pragma once
+
+#include "core/Async.h"
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velmora {
+
+/// What the program asks of an X11 display without ever waiting for it: on a connection and a thread of its own, which
+/// sleeps while nothing happens.
+///
+/// Runs on: any thread. Owns: the connection, made in the background; where there is no display, and once it is gone,
+/// the clipboard never changes and everything is absent. Destroying it ends what it waits for.
+class X11Session {
+  public:
+    struct Options {
+        std::string display;  ///< empty: the one that the environment names
+        /// How long the owner of the clipboard may take for the answer to one question.
+        std::chrono::milliseconds patience{5000};
+    };
+
+    explicit X11Session(Options options);
+    ~X11Session();
+    X11Session(const X11Session&) = delete;
+    X11Session& operator=(const X11Session&) = delete;
+
+    /// The clipboard's contents; see `Pasteboard`.
+    [[nodiscard]] std::int64_t clipboardChanges() const;
+    [[nodiscard]] Task<std::vector<std::string>> clipboardTypes();
+    [[nodiscard]] Task<std::optional<std::string>> clipboardString(std::string type, std::size_t maximumBytes);
+
+    /// The window class and the instance name of the active window, leaving out our own; empty when there is none.
+    [[nodiscard]] Task<std::vector<std::string>> activeWindowClasses();
+
+  private:
+    struct Thread;
+    std::unique_ptr<Thread> thread_;
+};
+
+}  // namespace velmora

@@ -1,0 +1,256 @@
+#include "app/storage/ClipboardRepository.h"
+
+#include "core/JSONRecord.h"
+#include "tests/storage/StorageFixture.h"
+
+namespace velmora::test {
+namespace {
+
+using namespace std::chrono_literals;
+using namespace std::string_literals;
+
+class ClipboardRepositoryTest : public StorageTest {
+  protected:
+    const ClipboardRepository repository{database, clock};
+
+    void insert(const std::string& content, const std::optional<std::string>& source = std::nullopt,
+                std::int64_t limit = 500) {
+        loop.run([&] { return repository.insert(content, source, limit); });
+        clock.advance(1s);
+    }
+    std::vector<ClipboardEntry> entries(const std::string& text = "") {
+        return loop.run([&] { return repository.search(text); });
+    }
+    std::vector<std::string> found(const std::string& text = "") {
+        std::vector<std::string> all;
+        for (const ClipboardEntry& entry : entries(text))
+            all.push_back(entry.content);
+        return all;
+    }
+    /// Rows 1 to `count`, the last the newest, without asking for each.
+    void fill(int count) {
+        std::vector<Values> rows;
+        for (int i = 1; i <= count; ++i)
+            rows.push_back({"id" + std::to_string(i), "entry " + std::to_string(i), "text", i, nullptr});
+        batch("INSERT INTO clipboard_history VALUES(?,?,?,?,?)", rows);
+    }
+    std::string count() { return one("SELECT COUNT(*) AS c FROM clipboard_history"); }
+
+    using Contents = std::vector<std::string>;
+};
+
+TEST_F(ClipboardRepositoryTest, KeepsEachTextOnceWithItsLastCopy) {
+    insert("https://example.org/a", "org.example.First");
+    insert("other");
+    const auto before = entries();
+    const TimePoint again = clock.now();
+    insert("https://example.org/a", "org.example.Second");
+    const auto after = entries();
+    ASSERT_EQ(after.size(), 2U);
+    EXPECT_EQ(after[0], (ClipboardEntry{before[1].id, "https://example.org/a", "url", again, "org.example.Second"}));
+    EXPECT_EQ(after[1], before[0]);
+    insert("https://example.org/a");
+    EXPECT_EQ(entries()[0].sourceApp, std::nullopt) << "the last copy's source is not known";
+}
+
+TEST_F(ClipboardRepositoryTest, StoresWhatIsNeitherEmptyNorTooLarge) {
+    const std::size_t limit = ClipboardRepository::maximumBytes;
+    struct Case {
+        std::string content;
+        bool stored;
+    };
+    std::string letters = "x";
+    for (std::size_t i = 1; i < limit; i += 3)
+        letters += "€";
+    ASSERT_EQ(letters.size(), limit);
+    const std::vector<Case> cases{{"", false},
+                                  {" ", true},
+                                  {"\n", true},
+                                  {std::string(limit, 'x'), true},
+                                  {std::string(limit + 1, 'x'), false},
+                                  {letters, true},
+                                  {letters + "y", false},
+                                  {"Robert'); DROP TABLE clipboard_history;--", true},
+                                  {"nul\0inside"s, true},
+                                  {"\xff\xfe not text", true}};
+    for (const Case& one : cases) {
+        insert(one.content);
+        EXPECT_EQ(found(), one.stored ? Contents{one.content} : Contents{}) << one.content.substr(0, 20);
+        loop.run([&] { return repository.clear(); });
+    }
+}
+
+TEST_F(ClipboardRepositoryTest, TellsAddressesFromTexts) {
+    struct Case {
+        const char* content;
+        const char* kind;
+    };
+    const Case cases[] = {
+        {"https://example.org", "url"},
+        {"HTTPS://EXAMPLE.ORG/Path?q=a%20b#end", "url"},
+        {"http://user@[::1]:8080/", "url"},
+        {"mailto:someone@example.org", "url"},
+        {"https://de.wikipedia.org/wiki/Übung", "url"},
+        {"ftp://example.org", "text"},
+        {"file:///etc/passwd", "text"},
+        {"javascript:alert(1)", "text"},
+        {"https", "text"},
+        {"https:", "text"},
+        {"httpss://example.org", "text"},
+        {" https://example.org", "text"},
+        {"https://example.org\n", "text"},
+        {"https://example.org and more", "text"},
+        {"https://example.org/%zz", "text"},
+        {"https://example.org/%4", "text"},
+        {"see https://example.org", "text"},
+    };
+    for (const Case& one : cases)
+        EXPECT_EQ(ClipboardEntry::kindOf(one.content), one.kind) << one.content;
+}
+
+TEST_F(ClipboardRepositoryTest, KeepsTheNewest) {
+    for (const char* content : {"one", "two", "three", "four", "five"})
+        insert(content, std::nullopt, 3);
+    EXPECT_EQ(found(), (Contents{"five", "four", "three"}));
+    insert("three", std::nullopt, 3);
+    insert("six", std::nullopt, 3);
+    EXPECT_EQ(found(), (Contents{"six", "three", "five"})) << "copying again makes it new";
+    for (const std::int64_t limit : {std::int64_t{0}, std::int64_t{-5}, std::numeric_limits<std::int64_t>::min()}) {
+        insert("another", std::nullopt, 2);
+        loop.run([&] { return repository.prune(limit); });
+        EXPECT_EQ(found().size(), 1U) << limit;
+    }
+}
+
+TEST_F(ClipboardRepositoryTest, NeverKeepsMoreThanTenThousand) {
+    fill(10'001);
+    loop.run([&] { return repository.prune(20'000); });
+    EXPECT_EQ(count(), "10000");
+    const auto oldest = "SELECT content AS c FROM clipboard_history ORDER BY created_at LIMIT 1";
+    EXPECT_EQ(one(oldest), "entry 2");
+    clock.advance(1s);
+    insert("the newest", std::nullopt, 10'000);
+    EXPECT_EQ(count(), "10000");
+    EXPECT_EQ(found("the newest"), Contents{"the newest"});
+    EXPECT_EQ(one(oldest), "entry 3");
+}
+
+TEST_F(ClipboardRepositoryTest, FindsSubstringsIgnoringTheCaseOfAsciiLetters) {
+    const std::string texts[] = {"The abc of it", "ÉCOLE", "école", "100% sure_thing", "帮我打开", "x\0hidden"s};
+    for (const std::string& content : texts)
+        insert(content);
+    struct Case {
+        std::string text;
+        Contents found;
+    };
+    const Case cases[] = {
+        {"ABC", {"The abc of it"}},
+        {"Abc of", {"The abc of it"}},
+        {"É", {"ÉCOLE"}},
+        {"COLE", {"école", "ÉCOLE"}},
+        {"%", {"100% sure_thing"}},
+        {"_", {"100% sure_thing"}},
+        {"打开", {"帮我打开"}},
+        {"\xbc\x80", {}},
+        {" ", {"100% sure_thing", "The abc of it"}},
+        {"abc'--", {}},
+        {"HIDDEN", {"x\0hidden"s}},
+        {"\0h"s, {"x\0hidden"s}},
+        {std::string(2000, 'a'), {}},
+    };
+    for (const Case& one : cases)
+        EXPECT_EQ(found(one.text), one.found) << one.text.substr(0, 20);
+}
+
+TEST_F(ClipboardRepositoryTest, SearchesWithFunctionsThatMeanWhatTheyMeanInSQLite) {
+    // Another connection has SQLite's own.
+    sqlite3* plain = nullptr;
+    ASSERT_EQ(sqlite3_open(path.c_str(), &plain), SQLITE_OK);
+    std::string letters = "x'";
+    for (int byte = 0; byte < 256; ++byte) {
+        constexpr auto digits = "0123456789ABCDEF";
+        letters += {digits[byte / 16], digits[byte % 16]};
+    }
+    const std::string texts[] = {"NULL",
+                                 "''",
+                                 "'a'",
+                                 "'É'",
+                                 "'xÉabcé'",
+                                 "'©'",
+                                 "'Ã'",
+                                 "12",
+                                 "-1.50",
+                                 "x'C3A9'",
+                                 "x'A9'",
+                                 "x''",
+                                 "'ABCDEFGHIJKLMNOPQRSTUVWXYZ[@`{'",
+                                 "'a'||char(0)||'B'",
+                                 letters + "'",
+                                 "CAST(" + letters + "' AS TEXT)"};
+    std::vector<std::string> expressions;
+    for (const std::string& whole : texts) {
+        expressions.push_back("lower(" + whole + ")");
+        for (const std::string& part : texts)
+            expressions.push_back("instr(" + whole + "," + part + ")");
+    }
+    for (const std::string& expression : expressions) {
+        const std::string sql = "SELECT ifnull(hex(" + expression + "),'(null)')||typeof(" + expression + ") AS c";
+        std::string expected;
+        const auto keep = [](void* result, int, char** values, char**) {
+            *static_cast<std::string*>(result) = values[0];
+            return 0;
+        };
+        ASSERT_EQ(sqlite3_exec(plain, sql.c_str(), keep, &expected, nullptr), SQLITE_OK);
+        EXPECT_EQ(one(sql), expected) << expression;
+    }
+    sqlite3_close(plain);
+}
+
+TEST_F(ClipboardRepositoryTest, AnswersWithTheNewestFiveHundred) {
+    fill(1200);
+    const auto all = found();
+    ASSERT_EQ(all.size(), 500U);
+    EXPECT_EQ(all.front(), "entry 1200");
+    EXPECT_EQ(all.back(), "entry 701");
+}
+
+TEST_F(ClipboardRepositoryTest, SkipsRowsThatDoNotRead) {
+    execute(
+        "INSERT INTO clipboard_history VALUES('good','kept','url',5,NULL), (NULL,'no id','text',4,NULL), "
+        "('bad time','x','text','never',NULL)");
+    EXPECT_EQ(entries(), (std::vector<ClipboardEntry>{{"good", "kept", "url", timeFromSeconds(5), std::nullopt}}));
+}
+
+TEST_F(ClipboardRepositoryTest, ForgetsEverything) {
+    fill(10);
+    loop.run([&] { return repository.clear(); });
+    EXPECT_EQ(count(), "0");
+}
+
+TEST_F(ClipboardRepositoryTest, ACaptureFailsWhileAnotherProgramHoldsTheDatabase) {
+    insert("before");
+    RawConnection other(path);
+    ASSERT_EQ(other.run("BEGIN IMMEDIATE"), SQLITE_OK);
+    const auto began = std::chrono::steady_clock::now();
+    EXPECT_EQ(failureOf([&] { insert("lost"); }), "Could not save local data.");
+    EXPECT_GE(std::chrono::steady_clock::now() - began, 3s) << "it was given time to let go";
+    EXPECT_EQ(found(), Contents{"before"}) << "reading goes on";
+    ASSERT_EQ(other.run("COMMIT"), SQLITE_OK);
+    insert("after");
+    EXPECT_EQ(found(), (Contents{"after", "before"}));
+    close();
+    EXPECT_EQ(failureOf([&] { insert("late"); }), "The database is closed.");
+    EXPECT_EQ(failureOf([&] { entries(); }), "The database is closed.");
+}
+
+TEST(ClipboardEntry, HasAJSONForm) {
+    const ClipboardEntry entry{"ID", "line\n\"quoted\"", "text", timeFromSeconds(1.5), "org.example.App"};
+    EXPECT_EQ(ClipboardEntry::fromJSON(entry.toJSON()), entry);
+    ClipboardEntry bare = entry;
+    bare.sourceApp.reset();
+    EXPECT_EQ(ClipboardEntry::fromJSON(bare.toJSON()), bare);
+    EXPECT_THROW(ClipboardEntry::fromJSON(JSONValue::Object{{"id", "ID"}}), JSONError);
+}
+
+}  // namespace
+}  // namespace velmora::test
