@@ -26,7 +26,8 @@ Task<> ClipboardRepository::insert(std::string content, std::optional<std::strin
         "ON CONFLICT(content) DO UPDATE SET created_at=excluded.created_at, source_app=excluded.source_app";
     if (content.empty() || content.size() > maximumBytes) co_return;
     const std::string_view kind = ClipboardEntry::kindOf(content);
-    std::vector<SQLValue> values{newUUID(), std::move(content), kind, clock_->now(), std::move(sourceApp)};
+    std::vector<SQLValue> values{newUUID(), std::move(content), kind, clock_->now()};
+    values.emplace_back(std::move(sourceApp));
     co_await database_->execute(sql, std::move(values));
     co_await prune(limit);
 }

@@ -36,11 +36,11 @@ void lowerInto(char* to, const char* from, std::size_t size) {
     std::memcpy(to, &bytes, size);
 }
 
-/// The value's text, or its bytes when it is a blob and they are wanted; nothing at all when memory is short.
+/// The value's text, or its bytes when it is a blob and they are wanted; empty, never null, when it has none.
 std::string_view contents(sqlite3_value* value, bool asBlob) {
     const void* const bytes = asBlob ? sqlite3_value_blob(value) : sqlite3_value_text(value);
     const auto size = static_cast<std::size_t>(sqlite3_value_bytes(value));
-    return bytes ? std::string_view(static_cast<const char*>(bytes), size) : std::string_view();
+    return bytes ? std::string_view(static_cast<const char*>(bytes), size) : std::string_view("");
 }
 
 void lower(sqlite3_context* context, int, sqlite3_value** values) {

@@ -208,7 +208,8 @@ std::optional<X11Selection::Value> X11Selection::receivePieces(Transfer& transfe
     };
     Value value;
     while (waitFor(transfer, isPiece)) {
-        const auto piece = connection_.property(transfer.window, atoms_[landing], XCB_NONE, transfer.maximumBytes);
+        const std::size_t left = transfer.maximumBytes - value.bytes.size();
+        const auto piece = connection_.property(transfer.window, atoms_[landing], XCB_NONE, left);
         if (!piece) return std::nullopt;
         if (piece->type == XCB_NONE) continue;  // taken already, together with the one before it
         const std::string_view bytes = bytesOf(*piece);

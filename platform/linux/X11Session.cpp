@@ -69,7 +69,7 @@ struct X11Session::Thread {
     /// Runs `work` on the display, when there is one; ends early when the caller or the session does.
     template <class Result, class Work>
     Task<Result> ask(Work work) {
-        const auto piece = [&](std::stop_token stop) {
+        const auto piece = [&](const std::stop_token& stop) {
             Result result{};
             if (!display->selection || !display->connection.isHealthy()) return result;
             std::stop_source either;
