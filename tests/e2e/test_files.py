@@ -1,8 +1,11 @@
 #!/usr/bin/python3
 """The files mode of the built program: files of a private home are found, opened, shown and copied by their names."""
 
+import contextlib
 import pathlib
+import sqlite3
 import sys
+import time
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
@@ -99,6 +102,73 @@ class Files(PaletteTest):
         self.enter_files()
         self.query("kind:files")
         self.wait_for_text("Use kind:file or kind:folder.")
+
+
+class Killed(PaletteTest):
+    """A program that is killed at its work has a sound index when it starts again, and catches up with the disk."""
+
+    def setUp(self):
+        super().setUp()
+        self.many = self.desktop.home / "many"
+        for folder in range(200):
+            (self.many / f"folder {folder}").mkdir(parents=True)
+            for file in range(50):
+                (self.many / f"folder {folder}" / f"file {file}.txt").touch()
+        self.database = self.desktop.data / "Velmora/velmora.sqlite"
+
+    def indexed(self):
+        """What is indexed below the folder; nothing as long as there is no index."""
+        if not self.database.exists():
+            return set()
+        with contextlib.closing(sqlite3.connect(f"file:{self.database}?mode=ro", uri=True, timeout=10)) as database:
+            try:
+                rows = database.execute("SELECT path FROM file_index WHERE path LIKE ?", (f"{self.many}/%",))
+                return {path for (path,) in rows}
+            except sqlite3.OperationalError:
+                return set()
+
+    def on_disk(self):
+        return {str(path) for path in self.many.rglob("*")}
+
+    def kill(self, program):
+        program.kill()
+        program.wait(timeout=10)
+
+    def wait_until_equal(self):
+        wait_until(lambda: self.indexed() == self.on_disk(), "the index to equal the disk", 60, 0.25)
+
+    def assert_sound(self):
+        with contextlib.closing(sqlite3.connect(self.database, timeout=10)) as database:
+            self.assertEqual(database.execute("PRAGMA integrity_check").fetchall(), [("ok",)])
+            database.execute("INSERT INTO file_index_fts(file_index_fts,rank) VALUES('integrity-check',1)")
+
+    def test_during_a_scan(self):
+        program = self.start()
+        wait_until(self.indexed, "the scan to begin", 30, 0.01)
+        self.kill(program)
+        self.assert_sound()
+        self.assertNotEqual(self.indexed(), self.on_disk(), "the scan was over too soon to be killed")
+        (self.many / "folder 7" / "made meanwhile.txt").touch()
+        self.start()
+        self.wait_until_equal()
+        self.assert_sound()
+
+    def test_during_a_flush(self):
+        program = self.start()
+        self.wait_until_equal()
+        time.sleep(1)  # the bookmark is saved at the end of the scan
+        before = self.indexed()
+        for folder in range(200):
+            for file in range(50):
+                (self.many / f"folder {folder}" / f"file {file}.txt").rename(
+                    self.many / f"folder {folder}" / f"renamed {file}.txt"
+                )
+        wait_until(lambda: self.indexed() != before, "the changes to be applied", 30, 0.01)
+        self.kill(program)
+        self.assert_sound()
+        self.start()
+        self.wait_until_equal()
+        self.assert_sound()
 
 
 if __name__ == "__main__":
