@@ -1,8 +1,8 @@
 // The filename index at work on a real tree: full scans, following the disk, searching meanwhile, next to plocate's
 // updatedb on the same tree. Prints one line a metric, like files_store_bench.
 //
-//   index_bench [prefix of the names to measure] [number of real entries, 300000] [number of names indexed besides,
-//   1000000]
+//   index_bench [prefix of the names to measure] [real entries, 300000] [names indexed besides, 1000000]
+//   index_bench --tree FOLDER ENTRIES      only makes such a tree
 
 #include "app/services/FileIndexService.h"
 #include "app/services/IndexedEntries.h"
@@ -262,6 +262,10 @@ void measure(const std::string& prefix, std::size_t entries, std::size_t names) 
 int main(int count, char** arguments) {
     std::vector<std::string> words(arguments + 1, arguments + count);
     words.resize(3);
+    if (words[0] == "--tree") {
+        velmora::bench::makeTree(words[1], std::stoul(words[2]));
+        return 0;
+    }
     const std::size_t entries = words[1].empty() ? 300'000 : std::stoul(words[1]);
     const std::size_t names = words[2].empty() ? 1'000'000 : std::stoul(words[2]);
     try {
