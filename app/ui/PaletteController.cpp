@@ -101,6 +101,7 @@ void PaletteController::open() {
     panel_.show();
     bringForward(panel_);
     view_->input().setFocus();
+    view_->preloadIcons();
     AppLog::app.info("Palette shown");
 }
 

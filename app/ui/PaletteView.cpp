@@ -75,6 +75,14 @@ PaletteView::PaletteView(std::shared_ptr<PaletteState> state, std::shared_ptr<Re
     refresh();
 }
 
+void PaletteView::preloadIcons() {
+    std::vector<std::string> paths;
+    for (const ResultPointer& result : state_->registry().results()) {
+        if (result->icon.kind == CommandIcon::Kind::file) paths.push_back(result->icon.value);
+    }
+    icons_->preload(std::move(paths), devicePixelRatioF());
+}
+
 void PaletteView::build() {
     error_ = new NoticeLine(NoticeLine::Kind::error, QStringLiteral("exclamationmark.triangle"), this);
     argumentHelp_ = new NoticeLine(NoticeLine::Kind::help, QStringLiteral("terminal"), this);

@@ -31,6 +31,9 @@ class PaletteView final : public QWidget {
 
     [[nodiscard]] PaletteInput& input() { return *input_; }
 
+    /// Has the icons of all commands read in the background, so that typing brings up rows with theirs.
+    void preloadIcons();
+
   protected:
     void keyPressEvent(QKeyEvent* event) override;
     void paintEvent(QPaintEvent* event) override;

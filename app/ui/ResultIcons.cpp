@@ -6,12 +6,14 @@
 
 #include <QIcon>
 #include <QPainter>
+#include <algorithm>
 #include <chrono>
 
 namespace velmora {
 namespace {
 
 constexpr int cachedIcons = 400;
+constexpr std::size_t preloadedIcons = 300;
 
 // A list of new rows is painted once more when the last of their icons is there, not at each of them. One that takes
 // long does not hold back the others for more than two frames.
@@ -69,6 +71,20 @@ QPixmap ResultIcons::pixmap(const CommandIcon& icon, qreal devicePixelRatio, con
     return {};
 }
 
+void ResultIcons::preload(std::vector<std::string> paths, qreal devicePixelRatio) {
+    if (!fileIcons_ || !preloading_.done()) return;
+    paths.resize(std::min(paths.size(), preloadedIcons));
+    preloading_ = spawn(main_, [weak = weak_from_this(), paths = std::move(paths), devicePixelRatio]() -> Task<> {
+        for (const std::string& path : paths) {
+            const auto self = weak.lock();
+            if (!self) co_return;
+            if (self->cache_.contains(keyOf(path, devicePixelRatio))) continue;
+            Task<> loading = load(weak, path, devicePixelRatio);
+            co_await std::move(loading);
+        }
+    });
+}
+
 QPixmap ResultIcons::symbol(const QString& name, qreal devicePixelRatio, const QColor& colour) {
     const QString key = QStringLiteral("%1|%2|%3").arg(devicePixelRatio).arg(colour.rgba()).arg(name.left(80));
     if (const QPixmap* const cached = cache_.object(key)) return *cached;
@@ -101,8 +117,9 @@ void ResultIcons::keep(const std::string& path, qreal devicePixelRatio, const Fi
     content.setDevicePixelRatio(devicePixelRatio);
     if (content.isNull()) content = fromTheme(icon.themeNames, devicePixelRatio);
     const QString key = keyOf(path, devicePixelRatio);
-    loading_.remove(key);
+    const bool isAwaited = loading_.remove(key);
     cache_.insert(key, new QPixmap(content.isNull() ? content : framed(content, devicePixelRatio)));
+    if (!isAwaited) return;
     if (loading_.isEmpty()) {
         announcement_.stop();
         onLoaded();

@@ -10,6 +10,8 @@
 #include <QTimer>
 #include <functional>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace velmora {
 
@@ -27,6 +29,10 @@ class ResultIcons : public std::enable_shared_from_this<ResultIcons> {
     /// The picture, or a null one while it is being read.
     [[nodiscard]] QPixmap pixmap(const CommandIcon& icon, qreal devicePixelRatio, const QColor& symbolColour);
 
+    /// Reads the icons of files that are likely to be asked for, one at a time and as many as are worth keeping, so
+    /// that new rows have theirs at once. Does nothing while it is at it.
+    void preload(std::vector<std::string> paths, qreal devicePixelRatio);
+
     /// Called when pictures that were asked for have become available: once for those that come soon after each other.
     std::function<void()> onLoaded = [] {};
 
@@ -40,6 +46,7 @@ class ResultIcons : public std::enable_shared_from_this<ResultIcons> {
     std::shared_ptr<const FileIcons> fileIcons_;
     QCache<QString, QPixmap> cache_;
     QSet<QString> loading_;
+    TaskHandle preloading_;
     QTimer announcement_;
 };
 

@@ -69,20 +69,36 @@ TEST_F(PaletteViewTest, CountsFilesAndOffersFolders) {
     EXPECT_FALSE(chip("Pictures")->isVisible());
 }
 
-TEST_F(PaletteViewTest, LoadsTheIconsOfVisibleRowsOnly) {
-    for (int i = 0; i < 61; ++i)
+TEST_F(PaletteViewTest, ReadsTheIconsOfCommandsAheadAndOnce) {
+    for (int i = 0; i < 80; ++i)
         add("file " + std::to_string(i),
             [i](CommandResult& result) { result.icon = CommandIcon::file("/a/" + std::to_string(i)); });
     show();
+    loop.settle();
+    EXPECT_EQ(icons->asked.size(), 80U) << "of rows that are not listed, too";
     state->setQuery("file");
+    panel().grab();
+    press(Qt::Key_Up);
+    panel().grab();
+    loop.settle();
+    EXPECT_EQ(icons->asked.size(), 80U) << "what was found once is kept, missing icons too";
+}
+
+TEST_F(PaletteViewTest, ReadsTheIconsOfVisibleFilesOnly) {
+    const auto files = std::make_shared<ManyFiles>();
+    files->count = 60;
+    services->fileSearch = files;
+    show();
+    state->enter(PaletteState::Mode::files);
+    state->setQuery("q");
+    loop.settle();
+    clock.advance(std::chrono::milliseconds(60));
+    loop.settle();
     panel().grab();
     loop.settle();
     EXPECT_GE(icons->asked.size(), 7U);
     EXPECT_LE(icons->asked.size(), 10U);
     const std::size_t before = icons->asked.size();
-    panel().grab();
-    loop.settle();
-    EXPECT_EQ(icons->asked.size(), before) << "what was found once is kept, missing icons too";
     press(Qt::Key_Up);
     panel().grab();
     loop.settle();
