@@ -97,6 +97,7 @@ class FileIndexService final : public std::enable_shared_from_this<FileIndexServ
     [[nodiscard]] bool isSkipped(std::string_view path) const;
     void showStatus(std::string text);
     void showWatching();
+    void showIndexing();
     void showFailure(const std::exception_ptr& failure);
 
     MainExecutor main_;
