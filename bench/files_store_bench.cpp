@@ -131,7 +131,9 @@ class Subject {
     [[nodiscard]] std::vector<Question> rareQuestions() const {
         std::vector<Question> questions;
         for (const auto& [fragment, count] : fragments_) {
-            if (count <= 40 && questions.size() < 20) questions.push_back({fragment, {"-b", "-l", "100", fragment}});
+            // One term, and no more matches than plocate is asked for: about a hundred of a million.
+            const bool isRare = count <= 5 && fragment.find(' ') == std::string::npos;
+            if (isRare && questions.size() < 20) questions.push_back({fragment, {"-b", "-l", "100", fragment}});
         }
         return questions;
     }

@@ -1,7 +1,5 @@
 #include "core/Async.h"
 
-#include "core/Assert.h"
-
 #include <atomic>
 #include <boost/asio/associated_cancellation_slot.hpp>
 #include <boost/asio/bind_cancellation_slot.hpp>
@@ -12,7 +10,6 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/this_coro.hpp>
 #include <boost/asio/use_awaitable.hpp>
-#include <deque>
 #include <mutex>
 #include <vector>
 
@@ -150,42 +147,7 @@ void setUnhandledTaskError(void (*handler)(const std::exception_ptr&) noexcept) 
     unhandledTaskError = handler;
 }
 
-struct Actor::Passing {
-    void add(std::function<void()> piece) {
-        const std::lock_guard lock(mutex);
-        pieces.push_back(std::move(piece));
-        count = pieces.size();
-    }
-
-    /// Runs the first piece, if there is one.
-    bool runNext() {
-        if (count == 0) return false;
-        std::function<void()> piece;
-        {
-            const std::lock_guard lock(mutex);
-            if (pieces.empty()) return false;
-            piece = std::move(pieces.front());
-            pieces.pop_front();
-            count = pieces.size();
-        }
-        piece();
-        return true;
-    }
-
-    std::mutex mutex;
-    std::deque<std::function<void()>> pieces;
-    std::atomic<std::size_t> count{0};  // so that a look need not take the lock
-};
-
-Actor::Actor(const Executor& pool) : strand_(asio::make_strand(pool)), passing_(std::make_shared<Passing>()) {}
-
-void Actor::letPass() {
-    VELMORA_ASSERT(isRunningHere());
-    while (passing_->runNext()) {
-    }
-}
-
-Task<> Actor::perform(const std::function<void(std::stop_token)>& body, bool mayPass) {
+Task<> Actor::perform(const std::function<void(std::stop_token)>& body) {
     struct Piece {
         std::stop_source stop;
         bool ran = false;
@@ -194,17 +156,13 @@ Task<> Actor::perform(const std::function<void(std::stop_token)>& body, bool may
     const auto piece = std::make_shared<Piece>();
     const std::function<void(std::shared_ptr<detail::Waiter>)> park = [&](std::shared_ptr<detail::Waiter> waiter) {
         // `body` outlives the piece: its owner stays suspended until `resume`.
-        const std::function<void()> work = [piece, &body, waiter = std::move(waiter)] {
+        asio::post(strand_, [piece, &body, waiter = std::move(waiter)] {
             if (!piece->stop.stop_requested()) {
                 piece->ran = true;
                 body(piece->stop.get_token());
             }
             waiter->resume();
-        };
-        if (!mayPass) return asio::post(strand_, work);
-        passing_->add(work);
-        // Its turn at the latest: then it, or one that came before it, has its place.
-        asio::post(strand_, [passing = passing_] { passing->runNext(); });
+        });
     };
     const std::function<void(detail::Waiter&)> stop = [piece](detail::Waiter&) { piece->stop.request_stop(); };
     co_await detail::suspend(park, stop);

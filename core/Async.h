@@ -106,32 +106,10 @@ class Actor {
     }
 
   public:
-    explicit Actor(const Executor& pool);
+    explicit Actor(const Executor& pool) : strand_(boost::asio::make_strand(pool)) {}
 
     template <class Work>
     auto run(Work work) -> Task<decltype(call(work, {}))> {
-        return runPiece(std::move(work), false);
-    }
-
-    /// As `run`, for short work that need not wait for the end of a piece which lets others pass.
-    template <class Work>
-    auto runPassing(Work work) -> Task<decltype(call(work, {}))> {
-        return runPiece(std::move(work), true);
-    }
-
-    /// Called by a long piece between two steps of its work: runs what `runPassing` has waiting. Costs next to nothing
-    /// when nothing waits.
-    void letPass();
-
-    /// True while the calling thread runs a piece of this actor's work.
-    [[nodiscard]] bool isRunningHere() const { return strand_.running_in_this_thread(); }
-
-  private:
-    /// The pieces that may pass, in the order in which they came.
-    struct Passing;
-
-    template <class Work>
-    auto runPiece(Work work, bool mayPass) -> Task<decltype(call(work, {}))> {
         using Result = decltype(call(work, {}));
         std::exception_ptr failure;
         if constexpr (std::is_void_v<Result>) {
@@ -142,7 +120,7 @@ class Actor {
                     failure = std::current_exception();
                 }
             };
-            co_await perform(body, mayPass);
+            co_await perform(body);
             if (failure) std::rethrow_exception(failure);
         } else {
             std::optional<Result> result;
@@ -153,16 +131,19 @@ class Actor {
                     failure = std::current_exception();
                 }
             };
-            co_await perform(body, mayPass);
+            co_await perform(body);
             if (failure) std::rethrow_exception(failure);
             co_return std::move(*result);  // NOLINT(bugprone-unchecked-optional-access): set unless `failure` was
         }
     }
 
-    Task<> perform(const std::function<void(std::stop_token)>& body, bool mayPass);
+    /// True while the calling thread runs a piece of this actor's work.
+    [[nodiscard]] bool isRunningHere() const { return strand_.running_in_this_thread(); }
+
+  private:
+    Task<> perform(const std::function<void(std::stop_token)>& body);
 
     boost::asio::strand<Executor> strand_;
-    std::shared_ptr<Passing> passing_;
 };
 
 }  // namespace velmora

@@ -17,6 +17,8 @@
 namespace velmora {
 namespace {
 
+constexpr auto cannotOpen = "Could not open the local database.";
+constexpr auto cannotConfigure = "Could not configure the local database.";
 constexpr int openFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX;
 constexpr int busyTimeoutMilliseconds = 3000;
 constexpr mode_t ownerOnly = 0600;
@@ -103,25 +105,28 @@ void Database::Closer::operator()(sqlite3* connection) const noexcept {
     sqlite3_close_v2(connection);
 }
 
-Database::Database(Private, const Executor& pool, const std::string& path) : actor_(pool), checkpointer_(pool, path) {}
+Database::Database(Private, const Executor& pool, const std::string& path)
+    : checkpointer_(pool, path), writer_{Actor(pool)}, reader_{Actor(pool)} {}
 
 Database::~Database() = default;
 
 Task<std::shared_ptr<Database>> Database::open(std::string path, Executor pool) {
     const auto database = std::make_shared<Database>(Private{}, pool, path);
-    const auto work = [&] { database->openFile(path); };
-    co_await database->actor_.run(work);
+    const auto forWriting = [&] { database->openForWriting(path); };
+    const auto forQueries = [&] { database->openForQueries(path); };
+    co_await database->writer_.actor.run(forWriting);
+    co_await database->reader_.actor.run(forQueries);
     co_return database;
 }
 
 Task<> Database::execute(std::string_view sql, std::vector<SQLValue> values) {
     const auto self = shared_from_this();
     const auto work = [&] {
-        Statement statement(connection(), sql);
+        Statement statement(writer_.get(), sql);
         statement.bind(values);
         statement.execute();
     };
-    co_await actor_.run(work);
+    co_await writer_.actor.run(work);
 }
 
 Task<> Database::executeBatch(std::string_view sql, std::vector<std::vector<SQLValue>> rows) {
@@ -129,43 +134,38 @@ Task<> Database::executeBatch(std::string_view sql, std::vector<std::vector<SQLV
     const auto self = shared_from_this();
     const auto work = [&] {
         transact([&] {
-            Statement statement(connection(), sql);
+            Statement statement(writer_.get(), sql);
             for (const auto& values : rows) {
                 statement.bind(values);
                 statement.execute();
-                actor_.letPass();
             }
         });
     };
-    co_await actor_.run(work);
+    co_await writer_.actor.run(work);
 }
 
 Task<> Database::executeMatchingCase(std::string_view sql, std::vector<SQLValue> values) {
     const auto self = shared_from_this();
     const auto work = [&] {
-        const CaseSensitiveLike sensitive(connection());
-        Statement statement(connection(), sql);
+        const CaseSensitiveLike sensitive(writer_.get());
+        Statement statement(writer_.get(), sql);
         statement.bind(values);
         statement.execute();
     };
-    co_await actor_.run(work);
+    co_await writer_.actor.run(work);
 }
 
 Statement Database::Bulk::prepare(std::string_view sql) const {
-    return {database_.connection(), sql};
-}
-
-void Database::Bulk::letQueriesPass() const {
-    database_.actor_.letPass();
+    return {database_.writer_.get(), sql};
 }
 
 Task<> Database::bulkWrite(std::function<void(const Bulk& bulk)> work) {
     const auto self = shared_from_this();
     const auto transaction = [&] {
-        const TriggersOff off(connection());
+        const TriggersOff off(writer_.get());
         transact([&] { work(Bulk(*this)); });
     };
-    co_await actor_.run(transaction);
+    co_await writer_.actor.run(transaction);
 }
 
 Task<std::vector<Row>> Database::rows(std::string_view sql, std::vector<SQLValue> values) {
@@ -178,53 +178,69 @@ Task<std::vector<Row>> Database::rows(std::string_view sql, std::vector<SQLValue
 Task<> Database::forEachRow(std::string_view sql, std::vector<SQLValue> values, std::function<void(Row row)> visit) {
     const auto self = shared_from_this();
     const auto work = [&](std::stop_token stop) {
-        const Interruption interruption(connection(), std::move(stop));
-        Statement statement(connection(), sql);
+        sqlite3* const connection = reader_.get();
+        const Interruption interruption(connection, std::move(stop));
+        Statement statement(connection, sql);
         statement.bind(values);
         while (auto row = statement.next())
             visit(*std::move(row));
     };
-    co_await actor_.runPassing(work);
+    co_await reader_.actor.run(work);
 }
 
 Task<> Database::close() {
     const auto self = shared_from_this();
+    const auto endQueries = [&] { reader_.handle.reset(); };
+    const auto endWriting = [&] { writer_.handle.reset(); };
+    co_await reader_.actor.run(endQueries);
     co_await checkpointer_.close();
-    const auto work = [&] { handle_.reset(); };
-    co_await actor_.run(work);
+    // The last, which takes the write-ahead log along.
+    co_await writer_.actor.run(endWriting);
 }
 
-sqlite3* Database::connection() const {
-    VELMORA_ASSERT(actor_.isRunningHere());
-    if (!handle_) throw AppError::database("The database is closed.");
-    return handle_.get();
+sqlite3* Database::Connection::get() const {
+    VELMORA_ASSERT(actor.isRunningHere());
+    if (!handle) throw AppError::database("The database is closed.");
+    return handle.get();
 }
 
-void Database::openFile(const std::string& path) {
-    constexpr auto cannotOpen = "Could not open the local database.";
-    if (!makePrivate(path)) throw databaseFailure(cannotOpen, nullptr);
+std::unique_ptr<sqlite3, Database::Closer> Database::openFile(const std::string& path) {
     sqlite3* opened = nullptr;
     const int code = sqlite3_open_v2(path.c_str(), &opened, openFlags, nullptr);
     // SQLite hands out a connection even when it fails; kept here, it is closed whatever happens next.
     std::unique_ptr<sqlite3, Closer> handle(opened);
     if (code != SQLITE_OK) throw databaseFailure(cannotOpen, opened);
     sqlite3_busy_timeout(opened, busyTimeoutMilliseconds);
-    replaceTextFunctions(opened);
+    return handle;
+}
+
+void Database::openForWriting(const std::string& path) {
+    if (!makePrivate(path)) throw databaseFailure(cannotOpen, nullptr);
+    auto handle = openFile(path);
     for (const char* const migration : schema::migrations) {
-        if (!run(opened, migration)) throw databaseFailure("Could not migrate the local database.", opened);
+        if (!run(handle.get(), migration)) {
+            throw databaseFailure("Could not migrate the local database.", handle.get());
+        }
     }
     for (const char* const statement : schema::fullText)
-        run(opened, statement);
+        run(handle.get(), statement);
     for (const char* const statement : schema::tuning)
-        run(opened, statement);
-    if (!run(opened, schema::configuration)) throw databaseFailure("Could not configure the local database.", opened);
-    checkpointer_.follow(opened);
-    handle_ = std::move(handle);
+        run(handle.get(), statement);
+    if (!run(handle.get(), schema::configuration)) throw databaseFailure(cannotConfigure, handle.get());
+    checkpointer_.follow(handle.get());
+    writer_.handle = std::move(handle);
+}
+
+void Database::openForQueries(const std::string& path) {
+    auto handle = openFile(path);
+    replaceTextFunctions(handle.get());
+    if (!run(handle.get(), schema::queriesOnly)) throw databaseFailure(cannotConfigure, handle.get());
+    reader_.handle = std::move(handle);
 }
 
 void Database::transact(const std::function<void()>& work) {
     constexpr auto notSaved = "Could not save local data.";
-    sqlite3* const open = connection();
+    sqlite3* const open = writer_.get();
     if (!run(open, "BEGIN IMMEDIATE")) throw databaseFailure(notSaved, open);
     try {
         work();

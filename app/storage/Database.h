@@ -16,14 +16,15 @@ struct sqlite3;
 
 namespace velmora {
 
-/// The one connection to the local database file that runs statements.
+/// The local database file.
 ///
-/// Calls may come from any task; they run one at a time on the worker pool, a statement whole before the next. Only
-/// queries may run inside another call, between the statements of a batch.
+/// Calls may come from any task and run on the worker pool: writes one at a time and in their order, queries one at a
+/// time beside them, on a connection of their own, so that no query waits for a batch that is being written. A query
+/// sees everything whose task had ended when it was asked, and a batch wholly or not at all.
 /// `sql` is the fixed text of a repository: it is not copied and must stay until the task has ended, as a constant or a
 /// local of the awaiting function does. Values are always bound.
 ///
-/// Owns: the connection, closed by `close` or, failing that, with the last reference.
+/// Owns: the connections, closed by `close` or, failing that, with the last reference.
 /// Fails with: `AppError::database`; after `close` every operation with "The database is closed.".
 class Database : public std::enable_shared_from_this<Database> {
     struct Private {};
@@ -56,11 +57,8 @@ class Database : public std::enable_shared_from_this<Database> {
       public:
         explicit Bulk(Database& database) : database_(database) {}
 
-        /// Compiles a statement on the connection, for use within the same `bulkWrite`. `sql` is fixed text.
+        /// Compiles a statement on the writing connection, for use within the same `bulkWrite`. `sql` is fixed text.
         [[nodiscard]] Statement prepare(std::string_view sql) const;
-
-        /// Call between steps of the work: lets queries that wait run now. They see what has been written so far.
-        void letQueriesPass() const;
 
       private:
         Database& database_;
@@ -74,7 +72,7 @@ class Database : public std::enable_shared_from_this<Database> {
     [[nodiscard]] Task<> bulkWrite(std::function<void(const Bulk& bulk)> work);
 
     /// Runs one query and returns its rows in SQLite's order. Cancelling the caller interrupts the running query, which
-    /// then ends as `Cancelled`. A query need not wait for the end of a batch: it runs between two of its steps.
+    /// then ends as `Cancelled`. Nothing can be written with it.
     [[nodiscard]] Task<std::vector<Row>> rows(std::string_view sql, std::vector<SQLValue> values = {});
 
     /// The same for rows too large to hold all at once: `visit` gets each of them on the pool as soon as it is read.
@@ -82,7 +80,7 @@ class Database : public std::enable_shared_from_this<Database> {
     [[nodiscard]] Task<> forEachRow(std::string_view sql, std::vector<SQLValue> values,
                                     std::function<void(Row row)> visit);
 
-    /// Closes the connection once the calls before it have ended. Closing again does nothing.
+    /// Closes the connections once the calls before it have ended. Closing again does nothing.
     [[nodiscard]] Task<> close();
 
   private:
@@ -90,13 +88,22 @@ class Database : public std::enable_shared_from_this<Database> {
         void operator()(sqlite3* connection) const noexcept;
     };
 
-    [[nodiscard]] sqlite3* connection() const;
-    void openFile(const std::string& path);
+    /// A connection and the actor that alone uses it.
+    struct Connection {
+        [[nodiscard]] sqlite3* get() const;
+
+        Actor actor;
+        std::unique_ptr<sqlite3, Closer> handle{};  // absent while closed
+    };
+
+    static std::unique_ptr<sqlite3, Closer> openFile(const std::string& path);
+    void openForWriting(const std::string& path);
+    void openForQueries(const std::string& path);
     void transact(const std::function<void()>& work);
 
-    Actor actor_;
     Checkpointer checkpointer_;
-    std::unique_ptr<sqlite3, Closer> handle_;  // absent while closed
+    Connection writer_;
+    Connection reader_;
 };
 
 }  // namespace velmora

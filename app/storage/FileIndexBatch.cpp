@@ -14,10 +14,6 @@ constexpr auto addEntry = "INSERT INTO file_index_fts(rowid,name) VALUES(CAST(? 
 constexpr auto removeEntry =
     "INSERT INTO file_index_fts(file_index_fts,rowid,name) VALUES('delete',CAST(? AS INTEGER),?)";
 
-/// How many names enter the full-text index in one statement, between which queries may pass. At the end of each it
-/// writes out what it has gathered, so that few names at a time would take long.
-constexpr std::int64_t rowsAtOnce = 200;
-
 bool hasFullText(const Database::Bulk& bulk) {
     return bulk.prepare("SELECT name FROM sqlite_master WHERE name='file_index_fts'").first().has_value();
 }
@@ -73,14 +69,11 @@ class FullText {
     }
 
     void addNew(const Database::Bulk& bulk) {
-        Statement some = bulk.prepare(
-            "INSERT INTO file_index_fts(rowid,name) SELECT rowid,name FROM file_index "
-            "WHERE rowid>? AND rowid<=CAST(? AS INTEGER)");
-        for (const std::int64_t newest = highestRow(bulk); last_ < newest; last_ += rowsAtOnce) {
-            bulk.letQueriesPass();
-            some.bind({last_, last_ + rowsAtOnce});
-            some.execute();
-        }
+        // One statement: at the end of each the index writes out what it has gathered.
+        Statement entries =
+            bulk.prepare("INSERT INTO file_index_fts(rowid,name) SELECT rowid,name FROM file_index WHERE rowid>?");
+        entries.bind({last_});
+        entries.execute();
     }
 
   private:
@@ -138,7 +131,6 @@ void writeFiles(const Database::Bulk& bulk, const std::vector<IndexedFile>& file
         write.bind({file.path, file.name, parent, file.isDirectory, file.size, modified});
         write.execute();
         if (before) fullText->rename(*before, file.name);
-        bulk.letQueriesPass();
     }
     if (fullText) fullText->addNew(bulk);
 }
@@ -166,7 +158,6 @@ void deleteFiles(const Database::Bulk& bulk, const std::vector<std::string>& pat
         }
         remove.bind({*path});
         remove.execute();
-        bulk.letQueriesPass();
     }
 }
 

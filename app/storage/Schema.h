@@ -71,4 +71,7 @@ inline constexpr std::array tuning{
 
 inline constexpr const char* configuration = "PRAGMA synchronous=NORMAL;";
 
+/// For the connection that queries run on.
+inline constexpr const char* queriesOnly = "PRAGMA query_only=ON;";
+
 }  // namespace velmora::schema

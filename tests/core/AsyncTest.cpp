@@ -212,49 +212,6 @@ TEST(Actor, TellsRunningWorkOfTheCancellation) {
     loop.until([&] { return task.done(); });
 }
 
-TEST(Actor, ALongPieceLetsThosePassThatMay) {
-    TestLoop loop;
-    WorkerPool pool(2);
-    Actor actor(pool.executor());
-    std::latch begun(1);
-    std::latch queued(1);
-    std::string order;  // guarded by the actor
-    const auto piece = [&](const char* name) { return [&order, name] { order += name; }; };
-    std::vector<TaskHandle> tasks;
-    tasks.push_back(spawn(loop.executor(), [&]() -> Task<> {
-        co_await actor.run([&] {
-            begun.count_down();
-            queued.wait();
-            order += "long(";
-            actor.letPass();
-            order += ")";
-        });
-    }));
-    loop.settle();
-    begun.wait();
-    bool hasFailed = false;
-    tasks.push_back(spawn(loop.executor(), [&]() -> Task<> { co_await actor.run(piece(" waits")); }));
-    const TaskHandle cancelled =
-        spawn(loop.executor(), [&]() -> Task<> { co_await actor.runPassing(piece(" never")); });
-    tasks.push_back(spawn(loop.executor(), [&]() -> Task<> { co_await actor.runPassing(piece("passes")); }));
-    tasks.push_back(spawn(loop.executor(), [&]() -> Task<> {
-        try {
-            co_await actor.runPassing([] { throw std::out_of_range("x"); });
-        } catch (const std::out_of_range&) {
-            hasFailed = true;
-        }
-    }));
-    loop.settle();
-    cancelled.cancel();
-    loop.settle();
-    queued.count_down();
-    loop.until([&] { return std::all_of(tasks.begin(), tasks.end(), [](const auto& task) { return task.done(); }); });
-    EXPECT_EQ(order, "long(passes) waits");
-    EXPECT_TRUE(hasFailed) << "a failure of what passes is its own caller's";
-    loop.run([&]() -> Task<> { co_await actor.runPassing(piece(" alone")); });
-    EXPECT_EQ(order, "long(passes) waits alone");
-}
-
 TEST(SystemClock, SleepsAndIsCancelledFromTheTasksOwnThread) {
     TestLoop loop;
     SystemClock clock;

@@ -108,14 +108,14 @@ TEST_F(FileIndexFaults, AFailedBatchLeavesNothing) {
 TEST_F(FileIndexFaults, AFullDiskLosesNothing) {
     upsert({file("/kept")});
     const std::string pages = one("SELECT page_count AS c FROM pragma_page_count()");
-    rows("PRAGMA max_page_count=" + pages);
+    onWriter("PRAGMA max_page_count=" + pages);
     std::vector<IndexedFile> many;
     for (int i = 0; i < 5000; ++i)
         many.push_back(file("/many/" + std::string(200, 'x') + std::to_string(i)));
     EXPECT_EQ(failureOf([&] { upsert(many); }), notSaved);
     EXPECT_EQ(everything(), "/kept");
     EXPECT_TRUE(isSound());
-    rows("PRAGMA max_page_count=1000000");
+    onWriter("PRAGMA max_page_count=1000000");
     upsert(many);
     EXPECT_EQ(loop.run([&] { return index.count(); }), 5001);
     EXPECT_TRUE(isSound());
