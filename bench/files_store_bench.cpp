@@ -102,6 +102,11 @@ class Subject {
         list.close();
         peer_.build(folder_ + "/names");
         if (isFilled) return;
+        const double merging = milliseconds([&] {
+            for (bool more = true; more;)
+                more = loop_.run([&] { return repository_->mergeFTS(); });
+        });
+        report("files.merge", merging, "ms");
         double total = 0;
         for (const double batch : batches)
             total += batch;

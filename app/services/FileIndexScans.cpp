@@ -50,7 +50,14 @@ Task<> FileIndexService::scanRoots(std::weak_ptr<FileIndexService> weak, int gen
     for (const TaskHandle& scan : scans)
         co_await scan.finished();
     self = weak.lock();
-    if (self && self->scanGeneration_ == generation) co_await self->finishScan(begun);
+    if (!self || self->scanGeneration_ != generation) co_return;
+    co_await self->finishScan(begun);
+    self.reset();
+    try {
+        for (bool more = true; more;)
+            more = co_await repository.mergeFTS();
+    } catch (const AppError&) {  // NOLINT(bugprone-empty-catch): searches find the same, only later
+    }
 }
 
 Task<> FileIndexService::scanRoot(std::weak_ptr<FileIndexService> weak, std::string path, int generation) {

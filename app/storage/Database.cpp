@@ -175,16 +175,20 @@ Task<std::vector<Row>> Database::rows(std::string_view sql, std::vector<SQLValue
     co_return result;
 }
 
+Task<std::vector<Row>> Database::rowsMatching(std::string_view sql, std::vector<SQLValue> values) {
+    const auto self = shared_from_this();
+    std::vector<Row> result;
+    const auto work = [&](std::stop_token stop) {
+        const FasterLike faster(reader_.get());
+        query(sql, values, std::move(stop), [&result](Row row) { result.push_back(std::move(row)); });
+    };
+    co_await reader_.actor.run(work);
+    co_return result;
+}
+
 Task<> Database::forEachRow(std::string_view sql, std::vector<SQLValue> values, std::function<void(Row row)> visit) {
     const auto self = shared_from_this();
-    const auto work = [&](std::stop_token stop) {
-        sqlite3* const connection = reader_.get();
-        const Interruption interruption(connection, std::move(stop));
-        Statement statement(connection, sql);
-        statement.bind(values);
-        while (auto row = statement.next())
-            visit(*std::move(row));
-    };
+    const auto work = [&](std::stop_token stop) { query(sql, values, std::move(stop), visit); };
     co_await reader_.actor.run(work);
 }
 
@@ -236,6 +240,15 @@ void Database::openForQueries(const std::string& path) {
     replaceTextFunctions(handle.get());
     if (!run(handle.get(), schema::queriesOnly)) throw databaseFailure(cannotConfigure, handle.get());
     reader_.handle = std::move(handle);
+}
+
+void Database::query(std::string_view sql, const std::vector<SQLValue>& values, std::stop_token stop,
+                     const std::function<void(Row row)>& visit) {
+    const Interruption interruption(reader_.get(), std::move(stop));
+    Statement statement(reader_.get(), sql);
+    statement.bind(values);
+    while (auto row = statement.next())
+        visit(*std::move(row));
 }
 
 void Database::transact(const std::function<void()>& work) {

@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <memory>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -75,6 +76,10 @@ class Database : public std::enable_shared_from_this<Database> {
     /// then ends as `Cancelled`. Nothing can be written with it.
     [[nodiscard]] Task<std::vector<Row>> rows(std::string_view sql, std::vector<SQLValue> values = {});
 
+    /// As `rows`, for a query that holds its patterns against very many texts: its LIKE is several times as fast, but
+    /// SQLite cannot look anything up for it.
+    [[nodiscard]] Task<std::vector<Row>> rowsMatching(std::string_view sql, std::vector<SQLValue> values);
+
     /// The same for rows too large to hold all at once: `visit` gets each of them on the pool as soon as it is read.
     /// What it captures by reference must stay until the task has ended.
     [[nodiscard]] Task<> forEachRow(std::string_view sql, std::vector<SQLValue> values,
@@ -99,6 +104,8 @@ class Database : public std::enable_shared_from_this<Database> {
     static std::unique_ptr<sqlite3, Closer> openFile(const std::string& path);
     void openForWriting(const std::string& path);
     void openForQueries(const std::string& path);
+    void query(std::string_view sql, const std::vector<SQLValue>& values, std::stop_token stop,
+               const std::function<void(Row row)>& visit);
     void transact(const std::function<void()>& work);
 
     Checkpointer checkpointer_;

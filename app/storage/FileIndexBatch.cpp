@@ -1,5 +1,7 @@
 #include "app/storage/FileIndexBatch.h"
 
+#include "app/storage/FileIndexQuery.h"
+
 #include <algorithm>
 #include <cmath>
 #include <optional>
@@ -159,6 +161,19 @@ void deleteFiles(const Database::Bulk& bulk, const std::vector<std::string>& pat
         remove.bind({*path});
         remove.execute();
     }
+}
+
+bool deleteAllFiles(const Database::Bulk& bulk, const std::string& folder) {
+    const auto [start, end] = rangeBelow(folder);
+    Statement others = bulk.prepare("SELECT 1 FROM file_index WHERE path<>? AND path<? LIMIT 1");
+    others.bind({folder, start});
+    if (others.first()) return false;
+    others = bulk.prepare("SELECT 1 FROM file_index WHERE path>=? LIMIT 1");
+    others.bind({end});
+    if (others.first()) return false;
+    if (hasFullText(bulk)) bulk.prepare("INSERT INTO file_index_fts(file_index_fts) VALUES('delete-all')").execute();
+    bulk.prepare("DELETE FROM file_index").execute();
+    return true;
 }
 
 std::string parentOf(std::string_view path) {

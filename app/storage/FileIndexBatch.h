@@ -16,6 +16,10 @@ void writeFiles(const Database::Bulk& bulk, const std::vector<IndexedFile>& file
 /// Deletes the rows with exactly these paths.
 void deleteFiles(const Database::Bulk& bulk, const std::vector<std::string>& paths);
 
+/// Deletes all rows at once, which takes a fraction of the time, when nothing but `folder` and what is below it is
+/// indexed. Otherwise changes nothing and is false.
+bool deleteAllFiles(const Database::Bulk& bulk, const std::string& folder);
+
 /// The folder that holds the entry at `path`: "/" for a top-level one.
 std::string parentOf(std::string_view path);
 

@@ -44,11 +44,20 @@ std::string quoted(std::string_view term) {
     return text + "\"";
 }
 
+bool isShort(const std::string& term) {
+    return text::characterCount(term) < shortestTrigram;
+}
+
+/// It would occur in too many names: it is taken for the beginning of one.
+bool isLoneShortTerm(const FileSearchQuery& query) {
+    return query.terms.size() == 1 && isShort(query.terms.front());
+}
+
 void addTerms(Clauses& where, const FileSearchQuery& query, bool fullText) {
     std::vector<std::string> longTerms;
     std::vector<std::string> shortTerms;
     for (const std::string& term : query.terms)
-        (text::characterCount(term) < shortestTrigram ? shortTerms : longTerms).push_back(term);
+        (isShort(term) ? shortTerms : longTerms).push_back(term);
     if (!longTerms.empty() && fullText) {
         std::transform(longTerms.begin(), longTerms.end(), longTerms.begin(), quoted);
         where.add("rowid IN (SELECT rowid FROM file_index_fts WHERE file_index_fts MATCH ?)",
@@ -57,8 +66,7 @@ void addTerms(Clauses& where, const FileSearchQuery& query, bool fullText) {
         for (const std::string& term : longTerms)
             where.add(nameMatches, {containing(term)});
     }
-    // A lone short term would occur in too many names: it is taken for the beginning of one.
-    const bool alone = query.terms.size() == 1;
+    const bool alone = isLoneShortTerm(query);
     for (const std::string& term : shortTerms)
         where.add(nameMatches, {alone ? escapedLike(term) + "%" : containing(term)});
 }
@@ -106,7 +114,7 @@ BoundStatement searchStatement(const FileSearchQuery& query, const SearchScope& 
     values.emplace_back(std::clamp<std::int64_t>(scope.limit, 1, mostRows));
     return {"SELECT path,name,is_directory,size,modified FROM file_index WHERE " + where.text + " ORDER BY " + by.text +
                 " LIMIT ?",
-            std::move(values)};
+            std::move(values), isLoneShortTerm(query)};
 }
 
 std::string escapedLike(std::string_view text) {
@@ -134,6 +142,13 @@ std::string prefixBelow(std::string_view folder) {
     std::string prefix(folder);
     if (!prefix.ends_with('/')) prefix += '/';
     return prefix;
+}
+
+std::pair<std::string, std::string> rangeBelow(std::string_view folder) {
+    std::string start = prefixBelow(folder);
+    std::string end = start;
+    end.back() = '/' + 1;  // they lie between the folder with a slash and the folder with the character after it
+    return {std::move(start), std::move(end)};
 }
 
 }  // namespace velmora

@@ -16,6 +16,7 @@ namespace velmora {
 struct BoundStatement {
     std::string sql;
     std::vector<SQLValue> values;
+    bool isBeginning = false;  ///< it asks for names by their beginning, which the index on names can look up
 };
 
 /// Where a search is run.
@@ -40,5 +41,8 @@ std::string folderPath(std::string_view path, std::string_view home);
 
 /// What the paths of everything below `folder` begin with: `folder` and one slash.
 std::string prefixBelow(std::string_view folder);
+
+/// The paths from the first on and before the second are those below `folder`.
+std::pair<std::string, std::string> rangeBelow(std::string_view folder);
 
 }  // namespace velmora

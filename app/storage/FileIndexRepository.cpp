@@ -27,10 +27,7 @@ std::vector<IndexedFile> filesIn(const std::vector<Row>& rows) {
 /// The rows below `folder` whose path comes after `last`, in the order of the paths, at most `limit`.
 Task<std::vector<Row>> rowsBelow(std::shared_ptr<Database> database, std::string_view sql, std::string folder,
                                  std::string last, std::size_t limit) {
-    // They lie between the folder with a slash and the folder with the character after the slash.
-    std::string start = prefixBelow(folder);
-    std::string end = start;
-    end.back() = '/' + 1;
+    auto [start, end] = rangeBelow(folder);
     std::vector<SQLValue> values{std::max(start, last), std::move(end), limit};
     co_return co_await database->rows(sql, std::move(values));
 }
@@ -101,6 +98,12 @@ Task<> FileIndexRepository::deleteTrees(std::vector<std::string> paths) const {
             const auto below = co_await pathsBelow(database_, tree, last, room);
             step.insert(step.end(), below.begin(), below.end());
             if (step.size() < deletionStep) break;
+            if (last.empty()) {
+                bool all = false;
+                const auto work = [&](const Database::Bulk& bulk) { all = deleteAllFiles(bulk, tree); };
+                co_await database_->bulkWrite(work);
+                if (all) co_return;
+            }
             last = below.empty() ? last : below.back();
             co_await deletePaths(std::exchange(step, {}));
         }
@@ -136,7 +139,12 @@ Task<std::vector<IndexedFile>> FileIndexRepository::search(std::string name, std
     if (parent) scope.folder = folderPath(*parent, home_);
     scope.fullText = co_await ftsExists();
     BoundStatement statement = searchStatement(query, scope);
-    const auto rows = co_await database_->rows(statement.sql, std::move(statement.values));
+    std::vector<Row> rows;
+    if (statement.isBeginning) {
+        rows = co_await database_->rows(statement.sql, std::move(statement.values));
+    } else {
+        rows = co_await database_->rowsMatching(statement.sql, std::move(statement.values));
+    }
     co_return filesIn(rows);
 }
 
@@ -212,6 +220,24 @@ Task<> FileIndexRepository::markFTSBackfillDone() const {
 Task<> FileIndexRepository::rebuildFTS() const {
     const bool exists = co_await ftsExists();
     if (exists) co_await database_->execute("INSERT INTO file_index_fts(file_index_fts) VALUES('rebuild')");
+}
+
+Task<bool> FileIndexRepository::mergeFTS() const {
+    const bool exists = co_await ftsExists();
+    if (!exists) co_return false;
+    bool more = false;
+    const auto work = [&](const Database::Bulk& bulk) {
+        const auto changes = [&] {
+            return bulk.prepare("SELECT total_changes() AS c").first()->integer("c").value_or(0);
+        };
+        const auto before = changes();
+        // The pages to write; a negative number asks for one piece
+        // (https://www.sqlite.org/fts5.html#the_merge_command).
+        bulk.prepare("INSERT INTO file_index_fts(file_index_fts,rank) VALUES('merge',-200)").execute();
+        more = changes() >= before + 2;
+    };
+    co_await database_->bulkWrite(work);
+    co_return more;
 }
 
 Task<std::uint64_t> FileIndexRepository::loadEventID() const {

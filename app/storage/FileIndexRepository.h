@@ -23,8 +23,8 @@ namespace velmora {
 /// Runs on: any task; steps of one operation may have others between them. Fails with: `AppError::database`.
 class FileIndexRepository {
   public:
-    /// How many rows one step deletes at most, so that a search need not wait for the end of a large deletion.
-    static constexpr std::size_t deletionStep = 2000;
+    /// How many rows one step deletes at most, so that other writes need not wait for the end of a large deletion.
+    static constexpr std::size_t deletionStep = 5000;
 
     /// `home` is what "~" stands for; `clock` must outlive the repository.
     FileIndexRepository(std::shared_ptr<Database> database, std::string home, const Clock& clock)
@@ -36,7 +36,8 @@ class FileIndexRepository {
     /// Deletes exactly these paths and nothing below them; all of them or, after a failure, none.
     [[nodiscard]] Task<> deletePaths(std::vector<std::string> paths) const;
 
-    /// Deletes `path` and everything below it. Large trees go in steps: a failure or a cancellation leaves the rest.
+    /// Deletes `path` and everything below it. Large trees go in steps, of which a failure or a
+    /// cancellation leaves the rest, unless nothing else is indexed.
     [[nodiscard]] Task<> deleteTree(std::string path) const;
 
     /// `deleteTree` for each of `paths`, without the cost of those that are below another.
@@ -78,6 +79,10 @@ class FileIndexRepository {
 
     /// Makes it anew from the names; does nothing where there is none.
     [[nodiscard]] Task<> rebuildFTS() const;
+
+    /// Takes a step, of some milliseconds, towards an index in one piece, in which rare terms are found in two thirds of
+    /// the time. Whether there may be more to do.
+    [[nodiscard]] Task<bool> mergeFTS() const;
 
     /// The last change of the file system that the index has; 0 when unknown.
     [[nodiscard]] Task<std::uint64_t> loadEventID() const;

@@ -67,6 +67,12 @@ inline constexpr std::array fullText{
 inline constexpr std::array tuning{
     // A checkpoint that a reader of another program held up would leave a large side file behind for good.
     "PRAGMA journal_size_limit=33554432;",
+    // How many pieces of the full-text index may pile up before they are merged: four times the usual numbers. Kept in
+    // the file; asked for first, so that opening writes nothing.
+    "INSERT INTO file_index_fts(file_index_fts,rank) SELECT 'automerge',16 "
+    "WHERE NOT EXISTS(SELECT 1 FROM file_index_fts_config WHERE k='automerge' AND v=16);",
+    "INSERT INTO file_index_fts(file_index_fts,rank) SELECT 'crisismerge',64 "
+    "WHERE NOT EXISTS(SELECT 1 FROM file_index_fts_config WHERE k='crisismerge' AND v=64);",
 };
 
 inline constexpr const char* configuration = "PRAGMA synchronous=NORMAL;";

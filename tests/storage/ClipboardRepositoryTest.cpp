@@ -162,50 +162,6 @@ TEST_F(ClipboardRepositoryTest, FindsSubstringsIgnoringTheCaseOfAsciiLetters) {
         EXPECT_EQ(found(one.text), one.found) << one.text.substr(0, 20);
 }
 
-TEST_F(ClipboardRepositoryTest, SearchesWithFunctionsThatMeanWhatTheyMeanInSQLite) {
-    // Another connection has SQLite's own.
-    sqlite3* plain = nullptr;
-    ASSERT_EQ(sqlite3_open(path.c_str(), &plain), SQLITE_OK);
-    std::string letters = "x'";
-    for (int byte = 0; byte < 256; ++byte) {
-        constexpr auto digits = "0123456789ABCDEF";
-        letters += {digits[byte / 16], digits[byte % 16]};
-    }
-    const std::string texts[] = {"NULL",
-                                 "''",
-                                 "'a'",
-                                 "'É'",
-                                 "'xÉabcé'",
-                                 "'©'",
-                                 "'Ã'",
-                                 "12",
-                                 "-1.50",
-                                 "x'C3A9'",
-                                 "x'A9'",
-                                 "x''",
-                                 "'ABCDEFGHIJKLMNOPQRSTUVWXYZ[@`{'",
-                                 "'a'||char(0)||'B'",
-                                 letters + "'",
-                                 "CAST(" + letters + "' AS TEXT)"};
-    std::vector<std::string> expressions;
-    for (const std::string& whole : texts) {
-        expressions.push_back("lower(" + whole + ")");
-        for (const std::string& part : texts)
-            expressions.push_back("instr(" + whole + "," + part + ")");
-    }
-    for (const std::string& expression : expressions) {
-        const std::string sql = "SELECT ifnull(hex(" + expression + "),'(null)')||typeof(" + expression + ") AS c";
-        std::string expected;
-        const auto keep = [](void* result, int, char** values, char**) {
-            *static_cast<std::string*>(result) = values[0];
-            return 0;
-        };
-        ASSERT_EQ(sqlite3_exec(plain, sql.c_str(), keep, &expected, nullptr), SQLITE_OK);
-        EXPECT_EQ(one(sql), expected) << expression;
-    }
-    sqlite3_close(plain);
-}
-
 TEST_F(ClipboardRepositoryTest, AnswersWithTheNewestFiveHundred) {
     fill(1200);
     const auto all = found();

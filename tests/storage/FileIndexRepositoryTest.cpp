@@ -86,13 +86,18 @@ TEST_F(FileIndexRepositoryTest, DeletesExactlyWhatItIsTold) {
 }
 
 TEST_F(FileIndexRepositoryTest, DeletesATreeOfManySteps) {
-    std::vector<IndexedFile> tree{file("/t.txt"), file("/t0"), folderAt("/t")};
+    std::vector<IndexedFile> tree{folderAt("/t")};
     for (std::size_t i = 0; i < FileIndexRepository::deletionStep * 2 + 3; ++i)
         tree.push_back(file("/t/" + std::to_string(i % 7) + "/" + std::to_string(i)));
-    upsert(tree);
-    deleteTree("/t");
-    EXPECT_EQ(everything(), "/t.txt /t0");
-    EXPECT_TRUE(isSound());
+    // Alone, and with a neighbour on either side.
+    for (const std::string neighbour : {"", "/t.txt", "/t0", "/s"}) {
+        upsert(tree);
+        if (!neighbour.empty()) upsert({file(neighbour)});
+        deleteTree("/t");
+        EXPECT_EQ(everything(), neighbour);
+        EXPECT_TRUE(isSound()) << neighbour;
+        deletePaths({neighbour});
+    }
 }
 
 TEST_F(FileIndexRepositoryTest, TellsFoldersAmongManyPaths) {
@@ -161,6 +166,33 @@ TEST_F(FileIndexRepositoryTest, RebuildsTheFullTextIndex) {
     EXPECT_EQ(search("efor"), "/before");
     execute("DROP TABLE file_index_fts");
     EXPECT_EQ(failureOf([&] { loop.run([&] { return index.rebuildFTS(); }); }), "");
+}
+
+TEST_F(FileIndexRepositoryTest, MergesTheFullTextIndexStepByStepWhileItIsWritten) {
+    const auto pieces = [&] { return one("SELECT COUNT(DISTINCT segid) AS c FROM file_index_fts_idx"); };
+    const auto step = [&] { return loop.run([&] { return index.mergeFTS(); }); };
+    int number = 0;
+    const auto write = [&] {
+        std::vector<IndexedFile> files;
+        for (int i = 0; i < 2000; ++i, ++number)
+            files.push_back(file("/" + std::to_string(number) + "/" + std::to_string(number * 7919) + "name.txt"));
+        upsert(files);
+    };
+    for (int batch = 0; batch < 5; ++batch)
+        write();
+    EXPECT_NE(pieces(), "1");
+    EXPECT_TRUE(step());
+    write();
+    deleteTree("/17");
+    int steps = 0;
+    while (step() && ++steps < 1000) {
+    }
+    EXPECT_EQ(pieces(), "1");
+    EXPECT_FALSE(step());
+    EXPECT_TRUE(isSound());
+    EXPECT_EQ(search("79190000name"), "/10000/79190000name.txt");
+    execute("DROP TABLE file_index_fts");
+    EXPECT_FALSE(step());
 }
 
 TEST(IndexedFile, ReadsItsOwnJSON) {
