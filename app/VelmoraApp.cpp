@@ -188,6 +188,7 @@ int main(int argc, char** argv) {
         show = true;
     }
     setMainThread();
+    shareHeaps();
     setUnhandledTaskError(
         [](const std::exception_ptr&) noexcept { AppLog::app.error("A task ended in an unexpected failure"); });
     SessionName name;

@@ -7,6 +7,10 @@
 #include <boost/asio/use_awaitable.hpp>
 #include <thread>
 
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
 namespace asio = boost::asio;
 
 namespace velmora {
@@ -50,6 +54,18 @@ Task<> SystemClock::sleep(std::chrono::nanoseconds duration) {
     boost::system::error_code ignored;  // the only failure is the cancellation that is looked at next
     co_await timer.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
     co_await throwIfCancelled();
+}
+
+void shareHeaps() {
+#ifdef __GLIBC__
+    mallopt(M_ARENA_MAX, 2);
+#endif
+}
+
+void returnFreeMemory() {
+#ifdef __GLIBC__
+    malloc_trim(0);
+#endif
 }
 
 }  // namespace velmora

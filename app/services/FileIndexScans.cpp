@@ -56,6 +56,7 @@ Task<> FileIndexService::scanRoots(std::weak_ptr<FileIndexService> weak, int gen
     try {
         for (bool more = true; more;)
             more = co_await repository.mergeFTS();
+        co_await repository.releaseMemory();
     } catch (const AppError&) {  // NOLINT(bugprone-empty-catch): searches find the same, only later
     }
 }

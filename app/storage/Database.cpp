@@ -4,6 +4,7 @@
 #include "app/storage/Statement.h"
 #include "app/storage/TextFunctions.h"
 #include "core/Assert.h"
+#include "platform/Runtime.h"
 
 #include <fcntl.h>
 #include <sqlite3.h>
@@ -190,6 +191,15 @@ Task<> Database::forEachRow(std::string_view sql, std::vector<SQLValue> values, 
     const auto self = shared_from_this();
     const auto work = [&](std::stop_token stop) { query(sql, values, std::move(stop), visit); };
     co_await reader_.actor.run(work);
+}
+
+Task<> Database::releaseMemory() {
+    const auto self = shared_from_this();
+    const auto work = [&] {
+        sqlite3_db_release_memory(writer_.get());
+        returnFreeMemory();
+    };
+    co_await writer_.actor.run(work);
 }
 
 Task<> Database::close() {

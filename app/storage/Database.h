@@ -85,6 +85,9 @@ class Database : public std::enable_shared_from_this<Database> {
     [[nodiscard]] Task<> forEachRow(std::string_view sql, std::vector<SQLValue> values,
                                     std::function<void(Row row)> visit);
 
+    /// Gives back the memory that a long series of writes has gathered.
+    [[nodiscard]] Task<> releaseMemory();
+
     /// Closes the connections once the calls before it have ended. Closing again does nothing.
     [[nodiscard]] Task<> close();
 

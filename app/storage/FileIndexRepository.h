@@ -80,9 +80,12 @@ class FileIndexRepository {
     /// Makes it anew from the names; does nothing where there is none.
     [[nodiscard]] Task<> rebuildFTS() const;
 
-    /// Takes a step, of some milliseconds, towards an index in one piece, in which rare terms are found in two thirds of
-    /// the time. Whether there may be more to do.
+    /// Takes a step, of some milliseconds, towards an index in one piece, in which rare terms are found in two thirds
+    /// of the time. Whether there may be more to do.
     [[nodiscard]] Task<bool> mergeFTS() const;
+
+    /// Gives back the memory that writing many files has taken.
+    [[nodiscard]] Task<> releaseMemory() const { return database_->releaseMemory(); }
 
     /// The last change of the file system that the index has; 0 when unknown.
     [[nodiscard]] Task<std::uint64_t> loadEventID() const;

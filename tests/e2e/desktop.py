@@ -89,7 +89,7 @@ class Desktop:
     def close(self):
         """Ends everything that runs here and removes the folder."""
         self.guard.stdin.close()
-        self.guard.wait(timeout=30)
+        self.guard.wait(timeout=120)
         for process in self.started:
             process.wait(timeout=5)
             for stream in (process.stdin, process.stdout, process.stderr):
