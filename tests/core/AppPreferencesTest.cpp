@@ -51,16 +51,5 @@ TEST(AppPreferences, ReadsStrictly) {
         EXPECT_THROW(AppPreferences::fromJSON(value), JSONError) << value.encodedString();
 }
 
-TEST(AppPreferences, ClipboardLimitIsClamped) {
-    for (const auto& [limit, kept] : {std::pair<std::int64_t, std::int64_t>{-5, 1},
-                                      {0, 1},
-                                      {1, 1},
-                                      {500, 500},
-                                      {10'000, 10'000},
-                                      {20'000, 10'000},
-                                      {INT64_MAX, 10'000}})
-        EXPECT_EQ(clampedClipboardLimit(limit), kept);
-}
-
 }  // namespace
 }  // namespace velmora

@@ -111,14 +111,6 @@ TEST(CommandRegistry, NoticesThatAResultChanged) {
     EXPECT_EQ(registry.ranked("after", {}, clock, 60).size(), 1U);
 }
 
-TEST(ActionRole, ConvertsToItsRawValueAndBack) {
-    for (const ActionRole role : {ActionRole::normal, ActionRole::write, ActionRole::destructive}) {
-        EXPECT_EQ(actionRole(rawValue(role)), role);
-    }
-    EXPECT_EQ(actionRole("Write"), std::nullopt);
-    EXPECT_EQ(actionRole(""), std::nullopt);
-}
-
 TEST(AppError, TurnsAnyFailureIntoWords) {
     const auto friendly = [](auto failure) { return AppError::friendly(std::make_exception_ptr(failure)); };
     EXPECT_EQ(friendly(Cancelled{}), "Operation cancelled.");
