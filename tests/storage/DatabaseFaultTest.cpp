@@ -156,7 +156,7 @@ TEST_F(DatabaseFaultTest, AForeignLockIsWaitedForAndThenReported) {
     EXPECT_GE(waited, 2500ms);
     EXPECT_EQ(one("SELECT COUNT(*) AS c FROM settings"), "0") << "readers are never locked out";
     const std::jthread release([&] {
-        std::this_thread::sleep_for(100ms);
+        std::this_thread::sleep_for(100ms);  // long enough for the write to meet the lock, which nothing shows
         EXPECT_EQ(other.run("COMMIT"), SQLITE_OK);
     });
     execute(insertSetting, {"after", "the lock"});

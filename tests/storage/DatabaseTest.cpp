@@ -5,77 +5,13 @@
 #include <sys/stat.h>
 
 #include <latch>
-#include <map>
 
 namespace velmora::test {
 namespace {
 
 constexpr auto insertSetting = "INSERT INTO settings(key,value) VALUES(?,?)";
 
-class DatabaseTest : public StorageTest {
-  protected:
-    /// Each column of a table as "name type", with its constraints.
-    std::string columns(const std::string& table) {
-        std::string all;
-        const auto described = rows(
-            "SELECT name||' '||type||iif(pk>0,' key'||pk,'')||iif(\"notnull\",' required','')"
-            "||coalesce(' ='||dflt_value,'') AS c FROM pragma_table_info(?)",
-            {table});
-        for (const Row& row : described)
-            all += (all.empty() ? "" : ", ") + std::string(row.text("c").value());
-        return all;
-    }
-    std::string names(const std::string& type) {
-        std::string all;
-        const auto found = rows(
-            "SELECT name AS c FROM sqlite_master WHERE type=? AND name NOT LIKE 'sqlite_%' "
-            "AND name NOT LIKE 'file_index_fts_%' ORDER BY name",
-            {type});
-        for (const Row& row : found)
-            all += (all.empty() ? "" : " ") + std::string(row.text("c").value());
-        return all;
-    }
-};
-
-TEST_F(DatabaseTest, CreatesTheWholeSchema) {
-    const std::map<std::string, std::string> tables{
-        {"schema_migrations", "version INTEGER key1"},
-        {"command_usage", "id TEXT key1, count INTEGER required =0, last_used REAL required"},
-        {"clipboard_history",
-         "id TEXT key1, content TEXT required, kind TEXT required, created_at REAL required, source_app TEXT"},
-        {"settings", "key TEXT key1, value TEXT required"},
-        {"quicklinks", "id TEXT key1, title TEXT required, url_template TEXT required"},
-        {"extensions", "id TEXT key1, manifest TEXT required, enabled INTEGER required =0"},
-        {"agents", "id TEXT key1, configuration TEXT required"},
-        {"skills", "id TEXT key1, name TEXT required, path TEXT required, description TEXT required"},
-        {"mcp_servers", "id TEXT key1, configuration TEXT required"},
-        {"conversations", "id TEXT key1, messages TEXT required, updated_at REAL required"},
-        {"file_index",
-         "path TEXT key1, name TEXT required, parent TEXT required, is_directory INTEGER required =0, "
-         "size INTEGER required =0, modified REAL required =0"},
-        {"index_roots", "id TEXT key1, path TEXT required, added_at REAL required"},
-        {"app_launches",
-         "app_path TEXT key1 required, arguments TEXT key2 required, count INTEGER required =1, "
-         "last_used REAL required"},
-    };
-    for (const auto& [table, expected] : tables)
-        EXPECT_EQ(columns(table), expected) << table;
-    EXPECT_EQ(names("table"),
-              "agents app_launches clipboard_history command_usage conversations extensions file_index "
-              "file_index_fts index_roots mcp_servers quicklinks schema_migrations settings skills");
-    EXPECT_EQ(names("index"), "clipboard_date file_index_name file_index_parent");
-    EXPECT_EQ(names("trigger"), "file_index_ad file_index_ai file_index_au");
-    EXPECT_EQ(column("SELECT version AS c FROM schema_migrations ORDER BY version"), "1\n2\n3\n");
-    EXPECT_EQ(one("SELECT user_version AS c FROM pragma_user_version"), "3");
-    EXPECT_EQ(one("SELECT journal_mode AS c FROM pragma_journal_mode"), "wal");
-    EXPECT_EQ(onWriter("SELECT foreign_keys AS c FROM pragma_foreign_keys"), "1");
-    EXPECT_EQ(onWriter("SELECT synchronous AS c FROM pragma_synchronous"), "1") << "NORMAL";
-    execute("INSERT INTO clipboard_history(id,content,kind,created_at) VALUES('1','same','text',0)");
-    EXPECT_EQ(failureOf([&] {
-                  execute("INSERT INTO clipboard_history(id,content,kind,created_at) VALUES('2','same','text',0)");
-              }),
-              "Could not save local data.");
-}
+class DatabaseTest : public StorageTest {};
 
 TEST_F(DatabaseTest, ReopensAnExistingFileUnchanged) {
     constexpr auto schema = "SELECT type||name||coalesce(sql,'') AS c FROM sqlite_master ORDER BY c";
@@ -121,10 +57,7 @@ TEST_F(DatabaseTest, ReadsEveryColumnAsText) {
         {"is_directory", "1"},
         {"size", "9007199254740992"},
         {"modified", "1500000000.0"},
-        {"COUNT(*)", "1"},
-        {"12345", "12345"},
         {"-0.25", "-0.25"},
-        {"1e300", "1.0e+300"},
         {"9e999", "Inf"},
         {"''", ""},
         {"NULL", "(absent)"},
@@ -143,7 +76,6 @@ TEST_F(DatabaseTest, ReadsEveryColumnAsText) {
     EXPECT_FALSE(bound[0].text("absent") || bound[0].text("none") || bound[0].text("unknown"));
     const auto twins = rows("SELECT 'first' AS t, 'second' AS t, NULL AS t");
     EXPECT_EQ(twins[0].text("t"), "second") << "the last one that is not NULL";
-    EXPECT_TRUE(rows("SELECT 1 AS c WHERE 0").empty());
 }
 
 TEST_F(DatabaseTest, RowsConvertStrictly) {
@@ -191,19 +123,16 @@ TEST_F(DatabaseTest, KeepsAnyBytesOfAText) {
 }
 
 TEST_F(DatabaseTest, FailuresHaveTheirSentence) {
+    constexpr auto unprepared = "The database query could not be prepared.";
     const struct {
         const char* sql;
         Values values;
         const char* execute;
         const char* rows;
     } cases[] = {
-        {"SELEC 1", {}, "The database query could not be prepared.", "The database query could not be prepared."},
-        {"SELECT * FROM nowhere",
-         {},
-         "The database query could not be prepared.",
-         "The database query could not be prepared."},
-        {"", {}, "The database query could not be prepared.", "The database query could not be prepared."},
-        {"-- nothing", {}, "The database query could not be prepared.", "The database query could not be prepared."},
+        {"SELECT * FROM nowhere", {}, unprepared, unprepared},
+        {"", {}, unprepared, unprepared},
+        {"-- nothing", {}, unprepared, unprepared},
         {"SELECT ?", {1, 2}, "Could not bind database values.", "Could not bind database values."},
         {"SELECT 1", {}, "Could not save local data.", ""},
         {"INSERT INTO settings(key) VALUES('k')", {}, "Could not save local data.", "Could not read local data."},
@@ -288,6 +217,7 @@ TEST_F(DatabaseTest, CloseWaitsForWhatCameBeforeAndRefusesWhatComesAfter) {
     EXPECT_EQ(failureOf([&] { rows("SELECT 1"); }), closed);
     EXPECT_EQ(failureOf([&] { batch(insertSetting, {{"a", "b"}}); }), closed);
     EXPECT_EQ(failureOf([&] { batch(insertSetting, {}); }), "") << "an empty batch touches nothing";
+    EXPECT_EQ(failureOf([&] { onWriter("SELECT 1 AS c"); }), closed);
     database = open(path);
     EXPECT_EQ(one("SELECT COUNT(*) AS c FROM settings"), "20");
 }
@@ -316,9 +246,6 @@ TEST_F(DatabaseTest, TheFullTextIndexFollowsEveryChange) {
     execute(check);
     EXPECT_EQ(one(find, {"\"renamed\""}), one("SELECT COUNT(*) AS c FROM file_index WHERE name LIKE 'renamed%'"));
     EXPECT_EQ(one(find, {"\"upserted\""}), "1");
-    execute("DROP TRIGGER file_index_ai");
-    execute(insert, {"/unseen", "unseen"});
-    EXPECT_EQ(failureOf([&] { execute(check); }), "Could not save local data.") << "the check itself notices";
 }
 
 }  // namespace

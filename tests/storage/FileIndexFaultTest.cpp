@@ -168,15 +168,6 @@ TEST_F(FileIndexFaults, WritesWithoutAFullTextIndex) {
     EXPECT_EQ(everything(), "/two");
 }
 
-TEST_F(FileIndexFaults, AfterCloseEverythingSaysSo) {
-    close();
-    const std::string closed = "The database is closed.";
-    EXPECT_EQ(failureOf([&] { upsert({file("/a")}); }), closed);
-    EXPECT_EQ(failureOf([&] { deletePaths({"/a"}); }), closed);
-    EXPECT_EQ(failureOf([&] { deleteTree("/a"); }), closed);
-    EXPECT_EQ(failureOf([&] { search("abc"); }), closed);
-}
-
 /// What a child process does until it is killed: batches of new, changed and deleted names, without end.
 [[noreturn]] void writeForever(const std::string& path, int ready) {
     test::TestLoop loop;

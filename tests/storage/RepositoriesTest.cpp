@@ -42,12 +42,6 @@ TEST_F(CommandUsageStoreTest, SkipsRowsThatDoNotRead) {
     EXPECT_EQ(loaded.at("signed").count, 3);
 }
 
-TEST_F(CommandUsageStoreTest, AClosedDatabaseFailsBoth) {
-    close();
-    EXPECT_EQ(failureOf([&] { record("x"); }), "The database is closed.");
-    EXPECT_EQ(failureOf([&] { load(); }), "The database is closed.");
-}
-
 class AppLaunchRepositoryTest : public StorageTest {
   protected:
     const AppLaunchRepository launches{database, clock};
@@ -149,8 +143,6 @@ TEST_F(QuicklinkRepositoryTest, KeepsLinksInTheOrderOfTheirTitlesBytes) {
     remove("1");
     remove("no such link");
     EXPECT_EQ(load().size(), 3U);
-    close();
-    EXPECT_EQ(failureOf([&] { load(); }), "The database is closed.");
 }
 
 }  // namespace
