@@ -27,13 +27,9 @@ class FakeMenu final : public PopUpMenu {
 
 class FakeFolderPanel final : public FolderPanel {
   public:
-    [[nodiscard]] Task<std::optional<std::string>> chooseFolder(FolderPanelRequest request) override {
-        requests.push_back(request);
-        co_return choice;
-    }
+    [[nodiscard]] Task<std::optional<std::string>> chooseFolder(FolderPanelRequest) override { co_return choice; }
 
     std::optional<std::string> choice;
-    std::vector<FolderPanelRequest> requests;
 };
 
 /// Answers questions as told, and remembers them. A question without an answer waits for `clock` to come round.

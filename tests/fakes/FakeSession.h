@@ -10,20 +10,18 @@
 
 namespace velmora::test {
 
-/// A desktop session that can be locked, put to sleep and rid of its Trash; each can be refused and take as long as
-/// told.
+/// A desktop session that can be locked, put to sleep and rid of its Trash; each can be refused, and the Trash takes as
+/// long as told.
 class FakeSession final : public Power, public ScreenLock, public Trash {
   public:
     explicit FakeSession(ManualClock& clock) : clock_(clock) {}
 
     [[nodiscard]] Task<SessionAnswer> sleep() override {
         ++sleeps;
-        if (delay.count() > 0) co_await clock_.sleep(delay);
         co_return answer;
     }
     [[nodiscard]] Task<SessionAnswer> lock() override {
         ++locks;
-        if (delay.count() > 0) co_await clock_.sleep(delay);
         co_return answer;
     }
     [[nodiscard]] Task<bool> empty() override {

@@ -40,14 +40,5 @@ TEST(LaunchArguments, SplitsALongTextInReasonableTime) {
     EXPECT_EQ(LaunchArguments::split(text).size(), 200'000);
 }
 
-TEST(AppActionCatalog, KnowsApplicationsByTheExactIdentifier) {
-    const auto brave = AppActionCatalog::actions("com.brave.Browser");
-    ASSERT_EQ(brave.size(), 2);
-    EXPECT_EQ(brave[0].id, "new-window");
-    EXPECT_EQ(brave[1], (AppLaunchAction{"private", "New Private Window", {"--incognito"}}));
-    EXPECT_TRUE(AppActionCatalog::actions("com.google.chrome").empty());
-    EXPECT_TRUE(AppActionCatalog::actions("").empty());
-}
-
 }  // namespace
 }  // namespace velmora

@@ -153,23 +153,12 @@ TEST_F(ApplicationServiceTest, TheCallbackMayReplaceItselfAndDropTheService) {
     EXPECT_EQ(service, nullptr);
 }
 
-TEST_F(ApplicationServiceTest, ShowsAnApplicationWithItsActions) {
+TEST_F(ApplicationServiceTest, RunsTheActionsOfAnApplication) {
     ApplicationRecord installedBrowser = browser;
     installedBrowser.path = installed("Brave.app");
     indexer->records = {installedBrowser};
     refresh();
     const ResultPointer result = service->commands().front()->result({});
-    EXPECT_EQ(result->id, "app:" + installedBrowser.path);
-    EXPECT_EQ(result->title, "Brave");
-    EXPECT_EQ(result->subtitle, "com.brave.Browser · " + installedBrowser.path);
-    EXPECT_EQ(result->keywords, (std::vector<std::string>{"com.brave.Browser", "application"}));
-    EXPECT_EQ(result->icon, CommandIcon::file(installedBrowser.path));
-    ASSERT_EQ(result->actions.size(), 3);
-    EXPECT_EQ(result->actions[0].id, "open");
-    EXPECT_EQ(result->actions[0].title, "Open Application");
-    EXPECT_EQ(result->actions[0].shortcut, "↵");
-    EXPECT_EQ(result->actions[2].title, "New Private Window");
-    EXPECT_EQ(result->actions[2].shortcut, std::nullopt);
     for (const CommandAction& action : result->actions)
         loop.run([&]() -> Task<> { co_await action.execute(); });
     EXPECT_EQ(workspace.launches, (std::vector<Launch>{{installedBrowser.path, {}},
@@ -186,7 +175,6 @@ TEST_F(ApplicationServiceTest, SearchesNamesAndIdentifiers) {
     indexer->records = {browser, other, editor, codec};
     refresh();
     EXPECT_EQ(service->search("EDI"), (std::vector{other, editor, codec})) << "names first, each kind in list order";
-    EXPECT_EQ(service->search("editor"), std::vector{editor});
     EXPECT_EQ(service->search("application"), std::vector<ApplicationRecord>{});
     EXPECT_EQ(service->search(" ").size(), 4);
 }

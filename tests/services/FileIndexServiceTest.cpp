@@ -247,21 +247,5 @@ TEST_F(FileIndexServiceTest, SaysHowManyFoldersItOnlyChecksNowAndThen) {
     EXPECT_EQ(service->statusText(), "Watching · 4 files");
 }
 
-TEST_F(FileIndexServiceTest, SearchesWhatIsIndexed) {
-    start();
-    const auto search = [&](const std::string& text) {
-        return loop.run([this, &text]() -> Task<std::vector<FileRecord>> {
-            const std::optional<std::string> anywhere;
-            co_return co_await service->search(text, anywhere);
-        });
-    };
-    EXPECT_TRUE(search(" \n ").empty());
-    const auto found = search("report");
-    ASSERT_EQ(found.size(), 1U);
-    EXPECT_EQ(found[0].path, "/home/me/Documents/report.pdf");
-    EXPECT_EQ(found[0].modified, std::nullopt);
-    EXPECT_THROW(search("ext:"), AppError);
-}
-
 }  // namespace
 }  // namespace velmora

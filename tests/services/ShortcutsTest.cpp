@@ -32,18 +32,24 @@ class ShortcutsTest : public testing::Test {
             names.push_back(item.name);
         return names;
     }
-    /// Runs a shortcut for `duration`; what it failed with.
-    std::string failureOfRun(std::chrono::nanoseconds duration = 0s) {
-        std::string words;
-        const TaskHandle task = spawn(loop.executor(), [&]() -> Task<> {
+    /// Begins to run a shortcut; what it fails with will be in `words`.
+    TaskHandle begin() {
+        words = "";
+        return spawn(loop.executor(), [this]() -> Task<> {
             try {
                 co_await service->run("Make Tea");
             } catch (const AppError& error) {
                 words = error.what();
+            } catch (const Cancelled&) {
+                words = "cancelled";
             } catch (...) {
                 words = "another failure";
             }
         });
+    }
+    /// Runs a shortcut for `duration`; what it failed with.
+    std::string failureOfRun(std::chrono::nanoseconds duration = 0s) {
+        const TaskHandle task = begin();
         wait(duration);
         EXPECT_TRUE(task.done());
         return words;
@@ -56,6 +62,7 @@ class ShortcutsTest : public testing::Test {
                                                                        processes, Texts{"/nonexistent", "/bin/true"});
     std::shared_ptr<ShortcutsService> service = std::make_shared<ShortcutsService>(loop.executor(), clock, cli);
     int updates = 0;
+    std::string words;
 };
 
 TEST_F(ShortcutsTest, ReadsTheNamesLineByLine) {
@@ -88,9 +95,9 @@ TEST_F(ShortcutsTest, AFailedListingKeepsTheNames) {
         {{.status = 1, .output = "x\n", .errors = " \n"}, "The shortcut did not complete."},
         {{.status = 137, .output = {}, .errors = {}, .exceededLimit = true}, "The list of shortcuts is too long."},
     };
-    for (const auto& [ending, words] : cases) {
+    for (const auto& [ending, status] : cases) {
         EXPECT_EQ(listed(ending), Texts{"Make Tea"});
-        EXPECT_EQ(service->statusText(), words);
+        EXPECT_EQ(service->statusText(), status);
     }
     processes.fails = true;
     EXPECT_EQ(listed({}), Texts{"Make Tea"});
@@ -165,14 +172,7 @@ TEST_F(ShortcutsTest, TerminatesWhatTakesTooLong) {
 TEST_F(ShortcutsTest, TheRaceEndsWhenBothHaveEnded) {
     processes.duration = 1h;
     processes.ignoresTermination = true;
-    std::string words;
-    const TaskHandle task = spawn(loop.executor(), [&]() -> Task<> {
-        try {
-            co_await service->run("Make Tea");
-        } catch (const AppError& error) {
-            words = error.what();
-        }
-    });
+    const TaskHandle task = begin();
     wait(180s);
     EXPECT_FALSE(task.done()) << "the program has not ended yet";
     ASSERT_EQ(processes.dying.size(), 1U);
@@ -184,31 +184,12 @@ TEST_F(ShortcutsTest, TheRaceEndsWhenBothHaveEnded) {
 
 TEST_F(ShortcutsTest, CancellingARunTerminatesIt) {
     processes.duration = 1h;
-    std::string words;
-    const TaskHandle task = spawn(loop.executor(), [&]() -> Task<> {
-        try {
-            co_await service->run("Make Tea");
-        } catch (const Cancelled&) {
-            words = "cancelled";
-        }
-    });
+    const TaskHandle task = begin();
     loop.settle();
     task.cancel();
     loop.settle();
     EXPECT_EQ(words, "cancelled");
     EXPECT_EQ(processes.terminated, 1);
-}
-
-TEST_F(ShortcutsTest, ACommandIsFoundByTheWordsOfItsName) {
-    const ShortcutCommand command({"Make Tea"}, service);
-    const ResultPointer result = command.result({});
-    EXPECT_EQ(result->id, "shortcut:Make Tea");
-    EXPECT_EQ(result->subtitle, "Run Shortcut");
-    EXPECT_EQ(result->keywords, (Texts{"shortcut", "make", "tea"}));
-    loop.run([&]() -> Task<> { co_await result->actions.at(0).execute(); });
-    EXPECT_EQ(processes.lastCommand(), "/bin/true run Make Tea");
-    const ShortcutItem item{"Make Tea"};
-    EXPECT_EQ(ShortcutItem::fromJSON(item.toJSON()), item);
 }
 
 }  // namespace
