@@ -14,7 +14,7 @@ import subprocess
 import sys
 import time
 
-from window_bench import BareWindow, Palette, install_applications, processor_seconds, report
+from window_bench import BareWindow, Palette, install_applications, processor_shares, report
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests" / "e2e"))
 
@@ -131,11 +131,7 @@ def idle(desktop, build):
     time.sleep(4)
     History(desktop).copy("something to look at")
     time.sleep(2)
-    before = [processor_seconds(program) for program in programs]
-    began = time.monotonic()
-    time.sleep(IDLE_SECONDS)
-    seconds = time.monotonic() - began
-    bare, palette = (100 * max(0, processor_seconds(p) - start) / seconds for p, start in zip(programs, before))
+    bare, palette = processor_shares(programs, IDLE_SECONDS)
     for program in programs:
         program.quit()
     yield "clip.idle", palette, "%", bare

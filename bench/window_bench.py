@@ -215,6 +215,16 @@ def processor_seconds(program):
     return sum(int((thread / "schedstat").read_text().split()[0]) for thread in threads) / 1e9
 
 
+def processor_shares(programs, seconds):
+    """How much of a processor each of two programs uses from now on, in percent."""
+    before = [processor_seconds(program) for program in programs]
+    began = time.monotonic()
+    time.sleep(seconds)
+    passed = time.monotonic() - began
+    # A thread that has ended meanwhile takes its time along.
+    return [100 * max(0, processor_seconds(p) - start) / passed for p, start in zip(programs, before)]
+
+
 def idle(desktop, build):
     with both(desktop, build) as programs:
         time.sleep(5)
@@ -226,12 +236,7 @@ def idle(desktop, build):
 def idle_processor(desktop, build):
     with both(desktop, build) as programs:
         time.sleep(5)
-        before = [processor_seconds(program) for program in programs]
-        began = time.monotonic()
-        time.sleep(IDLE_SECONDS)
-        seconds = time.monotonic() - began
-        # A thread that has ended meanwhile takes its time along.
-        bare, palette = (100 * max(0, processor_seconds(p) - start) / seconds for p, start in zip(programs, before))
+        bare, palette = processor_shares(programs, IDLE_SECONDS)
         yield "idle.cpu", palette, "%", bare
 
 
