@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""The private desktop itself, with the bare window of the benchmarks as the program. VELMORA_BARE_WINDOW names it."""
+"""The private desktop itself."""
 
 import os
 import pathlib
@@ -10,9 +10,8 @@ import unittest
 HERE = pathlib.Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE))
 
-from desktop import Desktop, nodes, wait_until  # noqa: E402  # pylint: disable=wrong-import-position
+from desktop import wait_until  # noqa: E402  # pylint: disable=wrong-import-position
 
-TITLE = "Velmora Bare Window"
 KILLED = """
 import os, signal, sys
 sys.path.insert(0, sys.argv[1])
@@ -39,27 +38,6 @@ def carrying(mark):
 
 
 class DesktopTest(unittest.TestCase):
-    def test_types_into_a_window_and_reads_it(self):
-        with Desktop(accessibility=True) as desktop:
-            command = [os.environ["VELMORA_BARE_WINDOW"]]
-            program = desktop.start(command, stdin=subprocess.PIPE, text=True, bufsize=1)
-            window = desktop.wait_for_window(TITLE)
-            self.assertEqual(desktop.geometry(window)[2:], (700, 510))
-            before = desktop.stable_capture(window)
-            desktop.type('a "b" ⌘ é')
-
-            def texts():
-                return [node["text"] for node in nodes(desktop.tree("bare_window")) if node["name"] == "Text"]
-
-            wait_until(lambda: texts() == ['a "b" ⌘ é'], "the text to arrive")
-            self.assertNotEqual(desktop.stable_capture(window), before)
-            program.stdin.write("hide\n")
-            desktop.wait_until_hidden(TITLE)
-            program.stdin.write("quit\n")
-            self.assertEqual(program.wait(timeout=10), 0)
-        self.assertFalse(desktop.root.exists())
-        self.assertEqual(carrying(desktop.mark), [])
-
     def test_leaves_nothing_behind_when_the_test_is_killed(self):
         killed = subprocess.run(
             [sys.executable, "-c", KILLED, str(HERE)], stdout=subprocess.PIPE, text=True, check=False, timeout=60
