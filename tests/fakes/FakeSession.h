@@ -16,14 +16,8 @@ class FakeSession final : public Power, public ScreenLock, public Trash {
   public:
     explicit FakeSession(ManualClock& clock) : clock_(clock) {}
 
-    [[nodiscard]] Task<SessionAnswer> sleep() override {
-        ++sleeps;
-        co_return answer;
-    }
-    [[nodiscard]] Task<SessionAnswer> lock() override {
-        ++locks;
-        co_return answer;
-    }
+    [[nodiscard]] Task<SessionAnswer> sleep() override { co_return answer; }
+    [[nodiscard]] Task<SessionAnswer> lock() override { co_return answer; }
     [[nodiscard]] Task<bool> empty() override {
         ++emptied;
         if (delay.count() > 0) co_await clock_.sleep(delay);
@@ -34,8 +28,6 @@ class FakeSession final : public Power, public ScreenLock, public Trash {
     SessionAnswer answer = SessionAnswer::accepted;
     bool trashFails = false;
     std::chrono::milliseconds delay{0};
-    int sleeps = 0;
-    int locks = 0;
     int emptied = 0;
 
   private:

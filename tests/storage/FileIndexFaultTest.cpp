@@ -20,14 +20,6 @@ class FileIndexFaults : public test::FileIndexTest {};
 
 constexpr auto notSaved = "Could not save local data.";
 
-TEST_F(FileIndexFaults, TheSoundnessCheckSeesAWrongName) {
-    upsert({file("/right")});
-    ASSERT_TRUE(isSound());
-    execute("DROP TRIGGER file_index_au");
-    execute("UPDATE file_index SET name='wrong'");
-    EXPECT_FALSE(isSound());
-}
-
 TEST_F(FileIndexFaults, StaysSoundThroughRandomChanges) {
     std::mt19937 random(1);
     const auto below = [&](std::size_t limit) { return random() % limit; };
