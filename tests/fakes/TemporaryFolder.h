@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
 #include <string>
 
@@ -10,8 +11,8 @@ namespace velmora::test {
 /// A folder of its own for a test, removed with everything in it.
 class TemporaryFolder {
   public:
-    TemporaryFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "velmora-test-XXXXXX").string();
+    explicit TemporaryFolder(const std::filesystem::path& place = std::filesystem::temp_directory_path()) {
+        std::string pattern = (place / "velmora-test-XXXXXX").string();
         if (!mkdtemp(pattern.data())) throw std::runtime_error("no temporary folder");
         path_ = pattern;
     }
@@ -23,6 +24,14 @@ class TemporaryFolder {
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
     [[nodiscard]] const std::string& path() const { return path_; }
+
+    /// Writes a file, and the folders above it where they are missing; returns its path.
+    std::string write(const std::string& relative, const std::string& contents) const {
+        const std::filesystem::path path = path_ + "/" + relative;
+        std::filesystem::create_directories(path.parent_path());
+        std::ofstream(path, std::ios::binary) << contents;
+        return path;
+    }
 
   private:
     std::string path_;

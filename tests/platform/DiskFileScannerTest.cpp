@@ -3,6 +3,7 @@
 #include "platform/linux/DiskFileAttributes.h"
 #include "platform/linux/DiskFileScanner.h"
 #include "platform/linux/FolderWalk.h"
+#include "tests/fakes/TemporaryFolder.h"
 #include "tests/fakes/TestLoop.h"
 #include "tests/platform/FileTree.h"
 
@@ -56,7 +57,7 @@ class DiskFileScannerTest : public testing::Test {
     }
 
     TestLoop loop;
-    FolderIn folder{"/dev/shm"};
+    TemporaryFolder folder{"/dev/shm"};
     const std::string root = folder.path();
     DiskFileScanner scanner{root + "/home"};
 };

@@ -2,6 +2,7 @@
 #include "platform/linux/DiskFileAttributes.h"
 #include "platform/linux/FSEventsWatcher.h"
 #include "platform/linux/FolderWalk.h"
+#include "tests/fakes/TemporaryFolder.h"
 #include "tests/fakes/TestLoop.h"
 #include "tests/platform/FileTree.h"
 
@@ -115,7 +116,6 @@ class FSEventsWatcherTest : public testing::TestWithParam<Setup> {
             EXPECT_GE(id, lastID);
             lastID = id;
             reported.insert(paths.begin(), paths.end());
-            reports += paths.size();
             index.apply(paths);
         });
         eventually([&] { return watcher->isComplete(); });
@@ -167,12 +167,11 @@ class FSEventsWatcherTest : public testing::TestWithParam<Setup> {
     std::string at(const std::string& name) const { return root + "/" + name; }
 
     TestLoop loop;
-    FolderIn folder;
+    TemporaryFolder folder;
     const std::string root;
     FSEventsWatcher::Options options;
     ModelIndex index;
     std::set<std::string> reported;
-    std::size_t reports = 0;
     std::uint64_t lastID = 0;
     std::optional<FSEventsWatcher> watcher;
 };
@@ -189,7 +188,7 @@ struct DetachedMount {
     ~DetachedMount() { umount2(path.c_str(), MNT_DETACH); }
 };
 
-/// Gives the time stamps of the past an age that a bookmark of now is clear of.
+/// Gives the past's time stamps an age that a bookmark of now is clear of: only real time does, none can set ctime.
 void letTimePass() {
     std::this_thread::sleep_for(2'200ms);
 }
@@ -249,37 +248,6 @@ TEST_P(FSEventsWatcherTest, SeesWhatHappensToFilesAndFolders) {
     EXPECT_FALSE(reported.contains(root));
 }
 
-TEST_P(FSEventsWatcherTest, SeesTreesThatComeGoAndChangePlaces) {
-    const FolderIn outside(GetParam().place);
-    for (const char* tree : {"x", "y"}) {
-        fs::create_directories(at(std::string(tree) + "/sub/" + tree));
-        makeFile(at(std::string(tree) + "/sub/only-" + tree));
-    }
-    index.scan(root);
-    start();
-    ASSERT_EQ(renameat2(AT_FDCWD, at("x").c_str(), AT_FDCWD, at("y").c_str(), RENAME_EXCHANGE), 0);
-    untilIndexEqualsDisk();
-    fs::rename(at("x"), outside.path() + "/x");
-    untilIndexEqualsDisk();
-    makeFile(outside.path() + "/x/sub/unseen");
-    fs::rename(outside.path() + "/x", at("y/back"));
-    untilIndexEqualsDisk();
-    makeFile(at("y/back/sub/seen"));
-    untilIndexEqualsDisk();
-    // A folder in whose place there is another one, then a file, then a package.
-    fs::rename(at("y/back"), outside.path() + "/z");
-    fs::create_directories(at("y/back/other"));
-    untilIndexEqualsDisk();
-    fs::rename(at("y/back"), outside.path() + "/w");
-    makeFile(at("y/back"));
-    untilIndexEqualsDisk();
-    fs::rename(outside.path() + "/z", at("y/Tool.app"));
-    untilIndexEqualsDisk();
-    fs::rename(at("y/Tool.app"), at("y/tool"));
-    untilIndexEqualsDisk();
-    EXPECT_TRUE(index.rows.contains(at("y/tool/sub/unseen")));
-}
-
 TEST_P(FSEventsWatcherTest, StaysOutOfWhatIsSkippedAndOfPackages) {
     makeFolder(at("data"));
     makeFolder(at("Tool.app"));
@@ -297,7 +265,7 @@ TEST_P(FSEventsWatcherTest, StaysOutOfWhatIsSkippedAndOfPackages) {
 }
 
 TEST_P(FSEventsWatcherTest, ReplaysWhatHappenedWhileItWasOff) {
-    const FolderIn outside(GetParam().place);
+    const TemporaryFolder outside(GetParam().place);
     fs::create_directories(outside.path() + "/arrives/deep");
     makeFile(outside.path() + "/arrives/deep/file");
     for (const char* name : {"kept/a", "renamed/a", "deleted/a", "swapped/a/b", "leaves/a"}) {
@@ -367,6 +335,12 @@ class HandRun final : public WatchHost {
         return index.rowsBelow(folder, after, 2);
     }
 
+    /// What changed since a time, going by the events so far.
+    void look(TreeWatch& watch, std::uint64_t since = microsecondsNow()) {
+        watch.fetchEvents();
+        watch.handleEvents(static_cast<std::int64_t>(since));
+    }
+
     ModelIndex index;
     std::set<std::string> reported;
 };
@@ -381,7 +355,7 @@ TEST_P(FSEventsWatcherFloodTest, ADroppedQueueCostsALookAndNothingElse) {
     letTimePass();
     TreeWatch watch(host, {root}, options.tree);
     watch.begin(std::nullopt);
-    const auto since = static_cast<std::int64_t>(microsecondsNow());
+    const auto since = microsecondsNow();
     // More than the queue holds, and what comes after it is lost.
     for (int i = 0; i < 20'000; ++i)
         makeFile(at("flooded/") + std::to_string(i), "");
@@ -389,8 +363,7 @@ TEST_P(FSEventsWatcherFloodTest, ADroppedQueueCostsALookAndNothingElse) {
     makeFile(at("late/sub/file"), "changed in place");
     fs::remove_all(at("deleted/sub"));
     fs::rename(at("late/sub"), at("late/moved"));
-    watch.fetchEvents();
-    watch.handleEvents(since);
+    host.look(watch, since);
     host.index.apply({host.reported.begin(), host.reported.end()});
     EXPECT_EQ(state(host.index), disk());
     for (const std::string& path : host.reported)
@@ -399,30 +372,26 @@ TEST_P(FSEventsWatcherFloodTest, ADroppedQueueCostsALookAndNothingElse) {
     // The new folders are watched from now on.
     host.reported.clear();
     makeFile(at("late/a/b/file"));
-    watch.fetchEvents();
-    watch.handleEvents(since);
+    host.look(watch, since);
     EXPECT_TRUE(host.reported.contains(at("late/a/b/file")));
 }
 
 TEST_P(FSEventsWatcherFloodTest, StartsAnewWhenTooManyMarksHaveStrayed) {
-    const FolderIn outside(GetParam().place);
+    const TemporaryFolder outside(GetParam().place);
     HandRun host;
     TreeWatch watch(host, {root}, options.tree);
     watch.begin(std::nullopt);
     for (int round = 0; round < 3; ++round) {
         for (int i = 0; i < 700; ++i)
             fs::create_directories(at("tree/") + std::to_string(i));
-        watch.fetchEvents();
-        watch.handleEvents(static_cast<std::int64_t>(microsecondsNow()));
+        host.look(watch);
         fs::rename(at("tree"), outside.path() + "/" + std::to_string(round));
-        watch.fetchEvents();
-        watch.handleEvents(static_cast<std::int64_t>(microsecondsNow()));
+        host.look(watch);
     }
     host.reported.clear();
     fs::create_directories(outside.path() + "/0/5/unseen");
     makeFolder(at("seen"));
-    watch.fetchEvents();
-    watch.handleEvents(static_cast<std::int64_t>(microsecondsNow()));
+    host.look(watch);
     EXPECT_EQ(host.reported, std::set<std::string>{at("seen")});
 }
 
@@ -494,7 +463,7 @@ TEST_P(FSEventsWatcherTest, FollowsMountsAndStaysOutOfSpecialOnes) {
     untilIndexEqualsDisk();
 }
 
-TEST_P(FSEventsWatcherTest, ARootInsideAnotherIsReportedOnce) {
+TEST_P(FSEventsWatcherTest, ARootInsideAnotherIsNoHarm) {
     fs::create_directories(at("inner/sub"));
     start({root, at("inner"), root + "/"});
     makeFile(at("inner/sub/file"));
@@ -514,7 +483,7 @@ TEST_P(FSEventsWatcherTest, StartsOnceStopsAtOnceAndLeavesNothingBehind) {
     const auto before = descriptors();
     for (int round = 0; round < 20; ++round) {
         start();
-        const FolderIn other(GetParam().place);
+        const TemporaryFolder other(GetParam().place);
         watcher->start({other.path()}, 0, [](const auto&, auto) { FAIL() << "a second start counts"; });
         makeFile(other.path() + "/ignored");
         makeFile(at("seen"));
@@ -560,7 +529,7 @@ TEST_P(FSEventsWatcherFloodTest, SurvivesFloodsOfShortLivedFiles) {
 }
 
 TEST_P(FSEventsWatcherTest, IndexEqualsDiskAfterAnyOperations) {
-    const FolderIn outside(GetParam().place);
+    const TemporaryFolder outside(GetParam().place);
     const unsigned seed = std::random_device()();
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);

@@ -23,27 +23,6 @@ inline void makeFile(const std::string& path, std::string_view content = "x") {
     if (!file.flush()) throw std::runtime_error("write " + path);
 }
 
-/// A folder of its own on a chosen disk, removed with everything in it.
-class FolderIn {
-  public:
-    explicit FolderIn(const std::string& place) {
-        std::string pattern = place + "/velmora-test-XXXXXX";
-        if (!mkdtemp(pattern.data())) throw std::runtime_error("no temporary folder");
-        path_ = pattern;
-    }
-    ~FolderIn() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    FolderIn(const FolderIn&) = delete;
-    FolderIn& operator=(const FolderIn&) = delete;
-
-    [[nodiscard]] const std::string& path() const { return path_; }
-
-  private:
-    std::string path_;
-};
-
 /// A chain of `depth` folders that all have the same name, made below `root` without ever naming the whole path;
 /// leaves a file "bottom" in the last one. Removed again by its destructor, which a path could not do.
 class DeepChain {

@@ -35,15 +35,8 @@ class LaunchFixture : public testing::Test {
         environment.searchFolders = {folder.path() + "/bin"};
     }
 
-    std::string write(const std::string& relative, const std::string& contents) {
-        const std::filesystem::path path = folder.path() + "/" + relative;
-        std::filesystem::create_directories(path.parent_path());
-        std::ofstream(path, std::ios::binary) << contents;
-        return path;
-    }
-
     std::string entry(const std::string& lines, const std::string& name = "entry") {
-        return write(name + ".desktop", "[Desktop Entry]\nType=Application\nName=The Probe\n" + lines);
+        return folder.write(name + ".desktop", "[Desktop Entry]\nType=Application\nName=The Probe\n" + lines);
     }
 
     void launch(const std::string& path, const std::vector<std::string>& arguments = {}) {

@@ -93,7 +93,7 @@ TEST_F(LinuxWorkspaceTest, RunsInATerminalWhereThereIsOne) {
     const std::string path = entry("Exec=probe --in %F\nTerminal=true\n");
     EXPECT_THROW(launch(path), std::runtime_error);
     const std::string terminal =
-        write("bin/x-terminal-emulator", "#!/bin/sh\n[ \"$1\" = -e ] && shift && exec \"$@\"\n");
+        folder.write("bin/x-terminal-emulator", "#!/bin/sh\n[ \"$1\" = -e ] && shift && exec \"$@\"\n");
     fs::permissions(terminal, fs::perms::owner_all);
     Texts expected = nastyArguments;
     expected.insert(expected.begin(), "--in");
@@ -102,7 +102,7 @@ TEST_F(LinuxWorkspaceTest, RunsInATerminalWhereThereIsOne) {
 }
 
 TEST_F(LinuxWorkspaceTest, SaysWhenNothingWasStarted) {
-    const std::string notExecutable = write("bin/data", "x");
+    const std::string notExecutable = folder.write("bin/data", "x");
     struct Case {
         std::string path;
         Texts arguments;
@@ -120,8 +120,8 @@ TEST_F(LinuxWorkspaceTest, SaysWhenNothingWasStarted) {
         {entry("Exec=\"probe\n", "10"), {}},
         {entry("Exec=probe\n", "11"), {std::string("null\0byte", 9)}},
         {entry("Exec=probe\n", "12"), {std::string(4'000'000, 'x')}},
-        {write("13.desktop", "[Desktop Entry]\nType=Link\nExec=probe\n"), {}},
-        {write("14.desktop", "half"), {}},
+        {folder.write("13.desktop", "[Desktop Entry]\nType=Link\nExec=probe\n"), {}},
+        {folder.write("14.desktop", "half"), {}},
         {folder.path() + "/None.app", {}},
     };
     for (const Case& one : cases) {
@@ -139,8 +139,8 @@ TEST_F(LinuxWorkspaceTest, AProgramThatExitsAtOnceWasStarted) {
 TEST_F(LinuxWorkspaceTest, RunsTheProgramOfABundle) {
     const std::string bundle = folder.path() + "/My 100% App.app";
     const auto name = [&](const std::string& executable) {
-        write("My 100% App.app/Contents/Info.plist",
-              "<plist><dict><key>CFBundleExecutable</key><string>" + executable + "</string></dict></plist>");
+        folder.write("My 100% App.app/Contents/Info.plist",
+                     "<plist><dict><key>CFBundleExecutable</key><string>" + executable + "</string></dict></plist>");
     };
     fs::create_directories(bundle + "/Contents/MacOS");
     const std::string program = bundle + "/Contents/MacOS/my probe";
@@ -163,7 +163,7 @@ TEST_F(LinuxWorkspaceTest, OpensFilesFoldersAndAddressesWithTheirDefaultApplicat
 #endif
     const std::string data = std::getenv("XDG_DATA_HOME");
     workspace.emplace(pool.executor(), environment);
-    const std::string file = write("odd #1 50% $(x).txt", "text");
+    const std::string file = folder.write("odd #1 50% $(x).txt", "text");
     const auto open = [&](const std::string& path) { loop.run([&]() -> Task<> { co_await workspace->open(path); }); };
     EXPECT_THROW(open(folder.path()), std::runtime_error) << "no application is there yet";
     fs::create_directories(data + "/applications");

@@ -9,7 +9,6 @@
 
 #include <sys/stat.h>
 #include <cstdlib>
-#include <fstream>
 
 namespace velmora {
 namespace {
@@ -20,15 +19,11 @@ using Texts = std::vector<std::string>;
 /// The bundled tool over a folder of scripts, driven the way the program drives it.
 class ShortcutsToolTest : public testing::Test {
   protected:
-    ShortcutsToolTest() {
-        fs::create_directories(scripts);
-        setenv("XDG_CONFIG_HOME", folder.path().c_str(), 1);
-    }
+    ShortcutsToolTest() { setenv("XDG_CONFIG_HOME", folder.path().c_str(), 1); }
     ~ShortcutsToolTest() override { unsetenv("XDG_CONFIG_HOME"); }
 
     void script(const std::string& file, const std::string& body, fs::perms mode = fs::perms(0755)) const {
-        std::ofstream(scripts + "/" + file) << body;
-        fs::permissions(scripts + "/" + file, mode);
+        fs::permissions(folder.write("velmora/shortcuts/" + file, body), mode);
     }
     /// The names, or the sentence of the failure.
     Texts list(const std::string& tool = VELMORA_SHORTCUTS_TOOL) {
@@ -61,7 +56,7 @@ class ShortcutsToolTest : public testing::Test {
 };
 
 TEST_F(ShortcutsToolTest, ListsWhatMayBeRun) {
-    EXPECT_EQ(list(), Texts{}) << "an empty folder";
+    EXPECT_EQ(list(), Texts{}) << "no folder";
     script("Resize Images.sh", "");
     script("a.b.py", "");
     script("no extension", "");
@@ -78,8 +73,6 @@ TEST_F(ShortcutsToolTest, ListsWhatMayBeRun) {
     EXPECT_EQ(list(), (Texts{"spaced", "Linked", "Resize Images", "a.b", "caf\uFFFD", "no extension"}));
     fs::permissions(scripts, fs::perms(0777));
     EXPECT_EQ(list(), Texts{"The folder of shortcuts must belong to you and be writable by nobody else."});
-    fs::remove_all(folder.path() + "/velmora");
-    EXPECT_EQ(list(), Texts{}) << "no folder";
 }
 
 TEST_F(ShortcutsToolTest, RunsByNameAndNothingElse) {

@@ -26,8 +26,7 @@ class TrashFolderTest : public testing::Test {
     TrashFolderTest() {
         fs::create_directories(home + "/files");
         fs::create_directories(home + "/info");
-        fs::create_directories(outside);
-        std::ofstream(outside + "/precious") << "keep me";
+        folder.write("outside/precious", "keep me");
     }
 
     void throwAway(const std::string& name, const std::string& trash) const {
@@ -59,14 +58,13 @@ class TrashFolderTest : public testing::Test {
 TEST_F(TrashFolderTest, EmptiesFilesNotesAndSizesTogether) {
     EXPECT_TRUE(empty()) << "an empty one";
     throwAway("a file", home);
-    fs::create_directories(home + "/files/tree/deep/er");
-    std::ofstream(home + "/files/tree/deep/er/leaf") << "x";
+    folder.write("Trash/files/tree/deep/er/leaf", "x");
     note("tree", home);
     note("already gone", home);
     mkfifo((home + "/files/pipe").c_str(), 0600);
-    std::ofstream(home + "/files/caf\xE9\n") << "x";
-    std::ofstream(home + "/info/no note at all") << "x";
-    std::ofstream(home + "/directorysizes") << "4096 0 tree\n";
+    folder.write("Trash/files/caf\xE9\n", "x");
+    folder.write("Trash/info/no note at all", "x");
+    folder.write("Trash/directorysizes", "4096 0 tree\n");
     EXPECT_TRUE(empty());
     EXPECT_EQ(left(), 0U);
     EXPECT_FALSE(fs::exists(home + "/directorysizes"));
@@ -88,8 +86,7 @@ TEST_F(TrashFolderTest, LinksLeadNowhere) {
     fs::create_directory_symlink(outside, home + "/files");
     EXPECT_FALSE(empty()) << "what is behind the link is not the Trash";
     fs::remove_all(home);
-    fs::create_directories(outside + "/files");
-    std::ofstream(outside + "/files/precious") << "keep me";
+    folder.write("outside/files/precious", "keep me");
     fs::create_directory_symlink(outside, home);
     static_cast<void>(empty());
     EXPECT_TRUE(fs::exists(outside + "/precious"));
@@ -97,8 +94,7 @@ TEST_F(TrashFolderTest, LinksLeadNowhere) {
 }
 
 TEST_F(TrashFolderTest, OpensUpWhatIsProtectedAndReachesTheDeepest) {
-    fs::create_directories(home + "/files/shut/inner");
-    std::ofstream(home + "/files/shut/inner/x") << "x";
+    folder.write("Trash/files/shut/inner/x", "x");
     fs::permissions(home + "/files/shut/inner", fs::perms::none);
     fs::permissions(home + "/files/shut", fs::perms(0500));
     std::string path = home + "/files";
@@ -117,7 +113,7 @@ TEST_F(TrashFolderTest, KeepsTheNoteOnWhatWouldNotGo) {
     throwAway("free", home);
     fs::create_directories(home + "/files/stuck/mounted");
     note("stuck", home);
-    std::ofstream(home + "/files/stuck/loose") << "x";
+    folder.write("Trash/files/stuck/loose", "x");
     // Only something mounted inside stops the owner of the machine.
     if (geteuid() != 0 ||
         mount(outside.c_str(), (home + "/files/stuck/mounted").c_str(), nullptr, MS_BIND, nullptr) != 0) {

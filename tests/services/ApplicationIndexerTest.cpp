@@ -45,14 +45,12 @@ class ApplicationIndexerTest : public testing::Test {
   protected:
     /// Makes "root/relative", a directory for an ".app" and a file otherwise.
     void application(const std::string& relative, const std::string& info = "") {
-        const fs::path path = folder.path() + "/" + relative;
-        fs::create_directories(path.parent_path());
-        if (path.extension() == ".app") {
-            fs::create_directories(path);
+        if (relative.ends_with(".app")) {
+            fs::create_directories(folder.path() + "/" + relative);
         } else {
-            std::ofstream(path) << "x";
+            folder.write(relative, "x");
         }
-        if (!info.empty()) std::ofstream(path.string() + ".info") << info;
+        if (!info.empty()) folder.write(relative + ".info", info);
     }
 
     std::vector<ApplicationRecord> scan(const std::vector<std::string>& roots) {
@@ -114,7 +112,7 @@ TEST_F(ApplicationIndexerTest, FollowsLinksWithoutGoingInCircles) {
     fs::create_directory_symlink(folder.path() + "/real/z", folder.path() + "/real/alias");
     fs::create_directory_symlink(folder.path() + "/elsewhere", folder.path() + "/real/link");
     fs::create_symlink(folder.path() + "/elsewhere/two.entry", folder.path() + "/real/two.entry");
-    std::ofstream(folder.path() + "/real/two.entry.info") << "Two\ntwo\n";
+    folder.write("real/two.entry.info", "Two\ntwo\n");
     fs::create_symlink(folder.path() + "/nowhere", folder.path() + "/real/dangling.entry");
     application("real/z/in z.entry", "In z\nz\n");
     const auto records = scan({"real"});

@@ -9,8 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-
 namespace velmora {
 namespace {
 
@@ -181,9 +179,8 @@ TEST_F(ApplicationServiceTest, SearchesNamesAndIdentifiers) {
 
 TEST_F(ApplicationServiceTest, OpensOnlyInstalledApplications) {
     const std::string bundle = installed("My App.app");
-    const std::string entry = home.path() + "/Applications/tool.desktop";
-    std::ofstream(entry) << "[Desktop Entry]\n";
-    std::ofstream(home.path() + "/notes.txt") << "x";
+    const std::string entry = home.write("Applications/tool.desktop", "[Desktop Entry]\n");
+    home.write("notes.txt", "x");
     const std::string refusal = "Choose an installed application bundle.";
     struct Case {
         std::string path;

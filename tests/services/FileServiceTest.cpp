@@ -8,15 +8,11 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-
 namespace velmora {
 namespace {
 
 class FileServiceTest : public testing::Test {
   protected:
-    FileServiceTest() { std::ofstream(file) << "text"; }
-
     /// What running an action fails with, or nothing.
     std::string failure(const std::function<Task<>()>& work) {
         try {
@@ -39,7 +35,7 @@ class FileServiceTest : public testing::Test {
     test::TestLoop loop;
     test::ManualClock clock;
     test::TemporaryFolder home;
-    std::string file = home.path() + "/report.pdf";
+    std::string file = home.write("report.pdf", "text");
     test::FakeWorkspace workspace{clock};
     test::FakePasteboard pasteboard;
     test::FakeMenu menu;

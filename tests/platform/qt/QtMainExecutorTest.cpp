@@ -1,7 +1,5 @@
 #include "platform/linux/QtMainExecutor.h"
 
-#include "platform/Runtime.h"
-
 #include <gtest/gtest.h>
 
 #include <QTest>
@@ -42,22 +40,6 @@ TEST(QtMainExecutorTest, NeverRunsWorkInsideThePost) {
     boost::asio::dispatch(main.executor(), [&] { ran = true; });
     EXPECT_FALSE(ran);
     EXPECT_TRUE(QTest::qWaitFor([&] { return ran; }));
-}
-
-TEST(QtMainExecutorTest, CarriesTasksActorsAndClocks) {
-    QtMainExecutor main;
-    WorkerPool pool(2);
-    SystemClock clock;
-    int result = 0;
-    const TaskHandle task = spawn(main.executor(), [&]() -> Task<> {
-        Actor actor(pool.executor());
-        const int half = co_await actor.run([] { return 21; });
-        EXPECT_EQ(QThread::currentThread(), qApp->thread());
-        co_await clock.sleep(std::chrono::milliseconds(5));
-        result = 2 * half;
-    });
-    EXPECT_TRUE(QTest::qWaitFor([&] { return task.done(); }));
-    EXPECT_EQ(result, 42);
 }
 
 TEST(QtMainExecutorTest, DropsWorkWhenItIsGone) {

@@ -60,12 +60,6 @@ std::string pngOf(quint32 side) {
 
 class IconImageTest : public testing::Test {
   protected:
-    std::string write(const std::string& name, const std::string& content) const {
-        const std::string path = folder.path() + "/" + name;
-        std::ofstream(path, std::ios::binary) << content;
-        return path;
-    }
-
     test::TemporaryFolder folder;
 };
 
@@ -75,7 +69,7 @@ TEST_F(IconImageTest, FitsPicturesIntoTheIcon) {
     const QString path = QString::fromStdString(folder.path() + "/wide.png");
     ASSERT_TRUE(wide.save(path));
     EXPECT_EQ(IconImage::read(path.toStdString(), 64).size(), QSize(64, 32));
-    const QImage drawn = IconImage::read(write("d.svg", svg("<rect width='9' height='9' fill='#00f'/>")), 48);
+    const QImage drawn = IconImage::read(folder.write("d.svg", svg("<rect width='9' height='9' fill='#00f'/>")), 48);
     EXPECT_EQ(drawn.size(), QSize(48, 48));
     EXPECT_EQ(drawn.pixelColor(24, 24), QColor(Qt::blue));
 }
@@ -83,7 +77,7 @@ TEST_F(IconImageTest, FitsPicturesIntoTheIcon) {
 TEST_F(IconImageTest, TurnsAwayWhatIsNoIcon) {
     const std::string pipe = folder.path() + "/pipe.png";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-    const std::string big = write("big.png", "\x89PNG");
+    const std::string big = folder.write("big.png", "\x89PNG");
     std::filesystem::resize_file(big, 1ULL << 33);
     const std::vector<std::string> paths{
         pipe,
@@ -92,18 +86,18 @@ TEST_F(IconImageTest, TurnsAwayWhatIsNoIcon) {
         "relative.png",
         "/dev/zero",
         folder.path() + "/missing.png",
-        write("empty.png", ""),
-        write("text.png", "no picture at all"),
-        write("huge.png", pngOf(60'000)),
-        write("endless.png", pngOf(0x7fffffff)),
-        write("broken.png", pngOf(64)),
-        write("deep.svg", svg(repeated("<g>", 200'000) + repeated("</g>", 200'000))),
-        write("unclosed.svg", svg(repeated("<g>", 60))),
-        write("bomb.svg", referenceBomb()),
-        write("lol.svg", "<!DOCTYPE svg [<!ENTITY a 'xxxxxxxxxx'><!ENTITY b '&a;&a;&a;&a;&a;&a;&a;&a;'>]>" +
-                             svg("<text>&b;</text>")),
-        write("outside.svg", svg("<image xlink:href='/dev/zero' width='9' height='9'/>")),
-        write("zip.svgz", std::string("\x1f\x8b\x08\0\0\0\0\0", 8)),
+        folder.write("empty.png", ""),
+        folder.write("text.png", "no picture at all"),
+        folder.write("huge.png", pngOf(60'000)),
+        folder.write("endless.png", pngOf(0x7fffffff)),
+        folder.write("broken.png", pngOf(64)),
+        folder.write("deep.svg", svg(repeated("<g>", 200'000) + repeated("</g>", 200'000))),
+        folder.write("unclosed.svg", svg(repeated("<g>", 60))),
+        folder.write("bomb.svg", referenceBomb()),
+        folder.write("lol.svg", "<!DOCTYPE svg [<!ENTITY a 'xxxxxxxxxx'><!ENTITY b '&a;&a;&a;&a;&a;&a;&a;&a;'>]>" +
+                                    svg("<text>&b;</text>")),
+        folder.write("outside.svg", svg("<image xlink:href='/dev/zero' width='9' height='9'/>")),
+        folder.write("zip.svgz", std::string("\x1f\x8b\x08\0\0\0\0\0", 8)),
     };
     for (const std::string& path : paths) {
         const auto start = std::chrono::steady_clock::now();
