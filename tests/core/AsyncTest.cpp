@@ -20,14 +20,18 @@ using namespace std::chrono_literals;
 using test::ManualClock;
 using test::TestLoop;
 
-TEST(Spawn, KeepsTheCallableAliveUntilItsTaskEnds) {
+class SpawnTest : public testing::Test {
+  protected:
     TestLoop loop;
     ManualClock clock;
+};
+
+TEST_F(SpawnTest, KeepsTheCallableAliveUntilItsTaskEnds) {
     auto token = std::make_shared<int>(7);
     int seen = 0;
     TaskHandle task;
     {
-        auto work = [token, &clock, &seen]() -> Task<> {
+        auto work = [this, token, &seen]() -> Task<> {
             co_await clock.sleep(1s);
             seen = *token;
         };
@@ -41,10 +45,8 @@ TEST(Spawn, KeepsTheCallableAliveUntilItsTaskEnds) {
     EXPECT_EQ(token.use_count(), 1) << "the task's copy is released with it";
 }
 
-TEST(Spawn, CancelEndsAWaitQuietly) {
+TEST_F(SpawnTest, CancelEndsAWaitQuietly) {
     for (const bool begun : {false, true}) {
-        TestLoop loop;
-        ManualClock clock;
         const TaskHandle task = spawn(loop.executor(), [&]() -> Task<> {
             co_await clock.sleep(1h);
             ADD_FAILURE() << "the wait of a cancelled task returned";
@@ -57,9 +59,7 @@ TEST(Spawn, CancelEndsAWaitQuietly) {
     }
 }
 
-TEST(Spawn, ATaskMayCancelItself) {
-    TestLoop loop;
-    ManualClock clock;
+TEST_F(SpawnTest, ATaskMayCancelItself) {
     TaskHandle task;
     bool reached = false;
     task = spawn(loop.executor(), [&]() -> Task<> {
@@ -74,11 +74,10 @@ TEST(Spawn, ATaskMayCancelItself) {
     EXPECT_TRUE(task.done());
 }
 
-TEST(Spawn, ReportsExceptionsThatEscape) {
+TEST_F(SpawnTest, ReportsExceptionsThatEscape) {
     static int reported;
     reported = 0;
     setUnhandledTaskError([](const std::exception_ptr&) noexcept { ++reported; });
-    TestLoop loop;
     const TaskHandle broken = spawn(loop.executor(), []() -> Task<> {
         co_await throwIfCancelled();
         throw std::runtime_error("bug");
@@ -93,9 +92,7 @@ TEST(Spawn, ReportsExceptionsThatEscape) {
     EXPECT_EQ(reported, 1);
 }
 
-TEST(TaskHandle, FinishedWakesEveryWaiterAndSurvivesTheirCancellation) {
-    TestLoop loop;
-    ManualClock clock;
+TEST_F(SpawnTest, FinishedWakesEveryWaiterAndSurvivesTheirCancellation) {
     const TaskHandle work = spawn(loop.executor(), [&]() -> Task<> { co_await clock.sleep(1s); });
     int woken = 0;
     const auto wait = [&]() -> Task<> {

@@ -30,19 +30,6 @@ std::vector<std::string> sortedTitles(const CommandRegistry& registry) {
     return all;
 }
 
-TEST(CommandRegistry, RefusesATakenIdentifier) {
-    CommandRegistry registry;
-    registry.registerCommand(command("a", "First"));
-    try {
-        registry.registerCommand(command("a", "Second"));
-        FAIL();
-    } catch (const AppError& error) {
-        EXPECT_EQ(error.kind(), AppError::Kind::configuration);
-        EXPECT_STREQ(error.what(), "Duplicate command identifier.");
-    }
-    EXPECT_EQ(titles(registry.results()), std::vector<std::string>{"First"});
-}
-
 TEST(CommandRegistry, ReplacesAGroupAsAWholeOrNotAtAll) {
     CommandRegistry registry;
     registry.registerCommand(command("finder", "Finder"));

@@ -2,7 +2,7 @@
 
 #include "app/AppServices.h"
 #include "app/ui/SettingsState.h"
-#include "platform/ApplicationBundles.h"
+#include "tests/fakes/FakeBundles.h"
 #include "tests/fakes/FakeChildProcesses.h"
 #include "tests/fakes/FakeDesktop.h"
 #include "tests/fakes/FakeDisk.h"
@@ -15,7 +15,7 @@ namespace velmora::test {
 
 /// A platform on which everything is fake but a temporary home folder, and the services over it.
 struct FakePlatform {
-    [[nodiscard]] std::shared_ptr<AppServices> makeServices(std::shared_ptr<const ApplicationBundles> bundles) {
+    [[nodiscard]] std::shared_ptr<AppServices> makeServices() {
         const Platform platform{
             .main = loop.executor(),
             .pool = loop.executor(),
@@ -31,7 +31,7 @@ struct FakePlatform {
             .power = session,
             .screenLock = session,
             .trash = session,
-            .applicationBundles = std::move(bundles),
+            .applicationBundles = bundles,
             .fileScanner = std::make_shared<FakeScanner>(disk, loop.executor()),
             .makeFileEvents = [this](const std::shared_ptr<IndexReading>&,
                                      const std::vector<std::string>&) { return std::make_shared<FakeWatcher>(disk); },
@@ -58,6 +58,7 @@ struct FakePlatform {
     FakeChildProcesses childProcesses{clock};
     FakeSession session{clock};
     FakeDisk disk;
+    std::shared_ptr<FakeBundles> bundles = std::make_shared<FakeBundles>();
 };
 
 }  // namespace velmora::test

@@ -299,18 +299,6 @@ TEST_P(FSEventsWatcherTest, ReplaysWhatHappenedWhileItWasOff) {
     untilIndexEqualsDisk();
 }
 
-TEST_P(FSEventsWatcherTest, ReplayOfNothingReportsNothing) {
-    for (int i = 0; i < 20; ++i) {
-        makeFolder(at(std::to_string(i)));
-        makeFile(at(std::to_string(i)) + "/file");
-    }
-    letTimePass();
-    start(microsecondsNow());
-    makeFile(at("first"));
-    loop.until([&] { return reported.contains(at("first")); });
-    EXPECT_EQ(reported.size(), 1U);
-}
-
 TEST_P(FSEventsWatcherTest, BelievesNoTimesAfterTheClockWasSetBack) {
     makeFolder(at("folder"));
     makeFile(at("folder/kept"));

@@ -4,17 +4,16 @@
 #include "platform/linux/LinuxTrash.h"
 #include "tests/fakes/TemporaryFolder.h"
 #include "tests/fakes/TestLoop.h"
+#include "tests/platform/FileTree.h"
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <filesystem>
 #include <fstream>
 #include <set>
-#include <utility>
 
 namespace velmora {
 namespace {
@@ -97,14 +96,7 @@ TEST_F(TrashFolderTest, OpensUpWhatIsProtectedAndReachesTheDeepest) {
     folder.write("Trash/files/shut/inner/x", "x");
     fs::permissions(home + "/files/shut/inner", fs::perms::none);
     fs::permissions(home + "/files/shut", fs::perms(0500));
-    std::string path = home + "/files";
-    int inside = open(path.c_str(), O_RDONLY | O_DIRECTORY);
-    for (int level = 0; level < 1500; ++level) {
-        ASSERT_EQ(mkdirat(inside, "d", 0700), 0);
-        const int next = openat(inside, "d", O_RDONLY | O_DIRECTORY);
-        close(std::exchange(inside, next));
-    }
-    close(inside);
+    const test::DeepChain deepest(home + "/files", "d", 1500);
     EXPECT_TRUE(empty());
     EXPECT_EQ(left(), 0U);
 }

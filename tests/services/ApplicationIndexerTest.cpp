@@ -1,45 +1,19 @@
 #include "app/services/ApplicationIndexer.h"
 
 #include "platform/Runtime.h"
+#include "tests/fakes/FakeBundles.h"
 #include "tests/fakes/TemporaryFolder.h"
 #include "tests/fakes/TestLoop.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <latch>
 
 namespace velmora {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// Applications are directories "*.app" and files "*.entry". A file of the bundle's path with ".info" appended says
-/// what it is: name, identifier and "hidden", each on a line of its own, empty for absent.
-class FakeBundles final : public ApplicationBundles {
-  public:
-    [[nodiscard]] std::vector<std::string> roots() const override { return folders; }
-
-    [[nodiscard]] bool isApplicationName(std::string_view name, bool isDirectory) const override {
-        return name.ends_with(isDirectory ? ".app" : ".entry");
-    }
-
-    [[nodiscard]] std::optional<BundleInformation> read(const std::string& path, const std::string&) const override {
-        if (beforeReading) beforeReading(path);
-        std::ifstream file(path + ".info", std::ios::binary);
-        if (!file) return std::nullopt;
-        std::string name, identifier, hidden;
-        std::getline(file, name);
-        std::getline(file, identifier);
-        std::getline(file, hidden);
-        const auto present = [](const std::string& text) { return text.empty() ? std::nullopt : std::optional(text); };
-        return BundleInformation{present(name), present(identifier), hidden == "hidden"};
-    }
-
-    std::vector<std::string> folders;
-    std::function<void(const std::string&)> beforeReading;
-};
 
 class ApplicationIndexerTest : public testing::Test {
   protected:
@@ -70,7 +44,7 @@ class ApplicationIndexerTest : public testing::Test {
     test::TestLoop loop;
     test::TemporaryFolder folder;
     WorkerPool pool{1};
-    std::shared_ptr<FakeBundles> bundles = std::make_shared<FakeBundles>();
+    std::shared_ptr<test::FakeBundles> bundles = std::make_shared<test::FakeBundles>();
     ApplicationIndexer indexer{pool.executor(), bundles};
 };
 

