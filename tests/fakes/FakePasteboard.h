@@ -69,12 +69,10 @@ class FakePasteboard final : public Pasteboard {
     ManualClock* clock_ = nullptr;
 };
 
-/// The application that the test says is in front.
+/// Knows no application to be in front.
 class FakeFrontmostApplication final : public FrontmostApplication {
   public:
-    [[nodiscard]] Task<std::optional<std::string>> bundleIdentifier() override { co_return identifier; }
-
-    std::optional<std::string> identifier;
+    [[nodiscard]] Task<std::optional<std::string>> bundleIdentifier() override { co_return std::nullopt; }
 };
 
 }  // namespace velmora::test

@@ -44,6 +44,7 @@ class X11SessionTest : public testing::Test {
             co_return co_await session->clipboardString(type, maximumBytes);
         });
     }
+    /// What is waited for happens on other threads, which wake nobody here.
     static void until(const std::function<bool()>& condition) {
         const auto deadline = std::chrono::steady_clock::now() + 10s;
         while (!condition() && std::chrono::steady_clock::now() < deadline)
