@@ -264,6 +264,21 @@ TEST_P(FSEventsWatcherTest, StaysOutOfWhatIsSkippedAndOfPackages) {
         EXPECT_TRUE(path == at("last") || path == at("New.app") || path == at("Tool.app")) << path;
 }
 
+TEST_P(FSEventsWatcherTest, ForgetsATreeThatHasMovedAway) {
+    const TemporaryFolder elsewhere(GetParam().place);
+    fs::create_directories(at("tree/below"));
+    makeFile(at("tree/below/file"));
+    index.scan(root);
+    start();
+    fs::rename(at("tree"), elsewhere.path() + "/tree");
+    untilIndexEqualsDisk();
+    reported.clear();
+    makeFile(elsewhere.path() + "/tree/below/new");
+    makeFile(at("last"));
+    loop.until([&] { return reported.contains(at("last")); });
+    EXPECT_EQ(reported, std::set{at("last")}) << "its marks are still there";
+}
+
 TEST_P(FSEventsWatcherTest, ReplaysWhatHappenedWhileItWasOff) {
     const TemporaryFolder outside(GetParam().place);
     fs::create_directories(outside.path() + "/arrives/deep");
