@@ -27,7 +27,7 @@ namespace velmora::bench {
 namespace {
 
 constexpr std::size_t batchSize = 5000;
-constexpr std::size_t runs = 60;
+std::size_t runs = 60;  // searches of each class
 constexpr std::int64_t shown = 100;
 
 /// plocate over a plain list of names.
@@ -299,6 +299,7 @@ int main(int count, char** arguments) {
     if (isLarge) {
         velmora::bench::scale = "10m.";
         words[0].erase(5, 4);
+        velmora::bench::runs = 20;
     }
     const std::size_t usual = isLarge ? 10'000'000 : 1'000'000;
     const std::size_t names = words[1].empty() ? usual : std::strtoul(words[1].c_str(), nullptr, 10);

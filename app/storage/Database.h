@@ -80,7 +80,7 @@ class Database : public std::enable_shared_from_this<Database> {
     /// SQLite cannot look anything up for it.
     [[nodiscard]] Task<std::vector<Row>> rowsMatching(std::string_view sql, std::vector<SQLValue> values);
 
-    /// The same for rows too large to hold all at once: `visit` gets each of them on the pool as soon as it is read.
+    /// As `rows`, for rows too large to hold all at once: `visit` gets each of them on the pool as soon as it is read.
     /// What it captures by reference must stay until the task has ended.
     [[nodiscard]] Task<> forEachRow(std::string_view sql, std::vector<SQLValue> values,
                                     std::function<void(Row row)> visit);
