@@ -18,6 +18,7 @@
 #include <cmath>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 namespace velmora::text {
 namespace {
@@ -37,6 +38,25 @@ std::string encoded(const icu::UnicodeString& text) {
     std::string result;
     text.toUTF8String(result);
     return result;
+}
+
+/// Where the first `count` characters end, as long as they and the next are of the kind that never joins its
+/// neighbours: below U+0300, where marks begin, all but the line breaks of two.
+std::optional<std::size_t> endOfSimple(std::string_view text, std::size_t count) {
+    std::size_t at = 0;
+    while (at < text.size()) {
+        const auto first = static_cast<unsigned char>(text[at]);
+        if (first == '\r' || first >= 0xCC) return std::nullopt;
+        const std::size_t size = first < 0x80 ? 1 : 2;
+        if (size == 2) {
+            const bool whole =
+                first >= 0xC2 && at + 1 < text.size() && (static_cast<unsigned char>(text[at + 1]) >> 6U) == 2;
+            if (!whole) return std::nullopt;
+        }
+        if (count-- == 0) return at;
+        at += size;
+    }
+    return at;
 }
 
 /// Turkish and Azeri have a dotless i, which changes what the lower case of I is.
@@ -222,9 +242,7 @@ std::vector<std::string_view> characters(std::string_view text) {
 
 std::string_view prefix(std::string_view text, std::size_t count) {
     if (text.size() <= count) return text;  // a character takes at least one byte
-    // So it does in ASCII, but for line breaks of two.
-    const std::string_view beginning = text.substr(0, count + 1);
-    if (isAscii(beginning) && beginning.find('\r') == std::string_view::npos) return text.substr(0, count);
+    if (const auto simple = endOfSimple(text, count)) return text.substr(0, *simple);
     std::size_t end = 0;
     std::size_t left = count;
     if (left > 0) {

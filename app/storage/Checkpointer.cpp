@@ -10,10 +10,11 @@ namespace {
 
 // A batch of the file index appends about a thousand pages. When all of the log has been copied, the next commit begins
 // it anew and waits for the disk, which should not happen at every batch.
-constexpr int pagesWorthCopying = 8000;
+constexpr int pagesWorthCopying = 4000;
 
-// Where the disk cannot keep up, commits wait after all.
-constexpr int pagesToWaitAt = 16'000;
+// Where the disk cannot keep up, commits wait after all. One that deletes thousands of files appends up to 20,000 pages
+// alone, and such commits come in pairs.
+constexpr int pagesToWaitAt = 40'000;
 
 struct Closer {
     void operator()(sqlite3* connection) const noexcept { sqlite3_close_v2(connection); }

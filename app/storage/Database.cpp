@@ -219,6 +219,10 @@ sqlite3* Database::Connection::get() const {
 }
 
 std::unique_ptr<sqlite3, Database::Closer> Database::openFile(const std::string& path) {
+    // Only before the library is first used, and refused afterwards: nobody asks SQLite how much memory it has, and
+    // counting it costs a lock at every allocation.
+    static const int counting = sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+    static_cast<void>(counting);
     sqlite3* opened = nullptr;
     const int code = sqlite3_open_v2(path.c_str(), &opened, openFlags, nullptr);
     // SQLite hands out a connection even when it fails; kept here, it is closed whatever happens next.
@@ -231,6 +235,7 @@ std::unique_ptr<sqlite3, Database::Closer> Database::openFile(const std::string&
 void Database::openForWriting(const std::string& path) {
     if (!makePrivate(path)) throw databaseFailure(cannotOpen, nullptr);
     auto handle = openFile(path);
+    run(handle.get(), schema::pageSize);
     for (const char* const migration : schema::migrations) {
         if (!run(handle.get(), migration)) {
             throw databaseFailure("Could not migrate the local database.", handle.get());

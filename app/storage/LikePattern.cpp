@@ -81,16 +81,24 @@ bool LikePattern::contains(std::string_view text) const {
         }
         return false;
     };
-    if (places < sizeof(Block)) return occursIn(0, places);
     // The whole piece is compared only where its first and its last character may be, looked for in many places at
     // once.
     const Block first = Block{} + inEitherCase(piece_.front());
     const Block last = Block{} + inEitherCase(piece_.back());
+    const auto mayOccurAt = [&](const char* at) {
+        return hasAny((blockAt(at) == first) & (blockAt(at + piece_.size() - 1) == last));
+    };
+    if (places < sizeof(Block)) {
+        // Most names are this short: with room behind them they can be looked at in the same way.
+        constexpr std::size_t shortText = 32;
+        if (text.size() > shortText) return occursIn(0, places);
+        std::array<char, shortText + sizeof(Block)> padded{};
+        std::memcpy(padded.data(), text.data(), text.size());
+        return mayOccurAt(padded.data()) && occursIn(0, places);
+    }
     for (std::size_t i = 0; i < places; i += sizeof(Block)) {
         i = std::min(i, places - sizeof(Block));
-        const char* const at = text.data() + i;
-        const bool mayOccur = hasAny((blockAt(at) == first) & (blockAt(at + piece_.size() - 1) == last));
-        if (mayOccur && occursIn(i, sizeof(Block))) return true;
+        if (mayOccurAt(text.data() + i) && occursIn(i, sizeof(Block))) return true;
     }
     return false;
 }

@@ -47,6 +47,10 @@ TEST(Text, CountsUserPerceivedCharacters) {
     EXPECT_EQ(text::prefix("abc", 2), "ab");
     EXPECT_EQ(text::prefix("ab\u0301c", 2), "ab\u0301");
     EXPECT_EQ(text::prefix("a\r\nbc", 2), "a\r\n");
+    EXPECT_EQ(text::prefix("\u00FC\u00DFc", 2), "\u00FC\u00DF");
+    EXPECT_EQ(text::prefix("\u00FC\u00DF\u0301c", 2), "\u00FC\u00DF\u0301");
+    EXPECT_EQ(text::prefix("a\xC3", 2), "a\xC3");
+    EXPECT_EQ(text::prefix("a\xC3(bc", 2), "a\xC3");
 }
 
 TEST(Text, SizesFilesInDecimalUnits) {

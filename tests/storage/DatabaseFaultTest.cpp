@@ -18,6 +18,7 @@ namespace {
 using namespace std::chrono_literals;
 using Instant = std::chrono::steady_clock;
 
+constexpr std::streamoff pageBytes = 8192;
 constexpr auto insertSetting = "INSERT INTO settings(key,value) VALUES(?,?)";
 constexpr auto endless = "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n) SELECT COUNT(*) AS c FROM n";
 
@@ -65,11 +66,11 @@ TEST_F(DatabaseFaultTest, ACorruptFileFailsToOpenAndNothingStaysOpen) {
     std::string headerless = whole;
     headerless.replace(0, 16, 16, '?');
     std::string rootless = whole;
-    rootless.replace(100, 3996, 3996, '\xff');
+    rootless.replace(100, pageBytes - 100, pageBytes - 100, '\xff');
     const std::string damaged[] = {headerless,
                                    rootless,
                                    whole.substr(0, whole.size() / 2),
-                                   whole.substr(0, 4096),
+                                   whole.substr(0, pageBytes),
                                    whole.substr(0, 700),
                                    std::string(10'000, 'g')};
     const std::size_t before = openDescriptors();
@@ -90,12 +91,12 @@ TEST_F(DatabaseFaultTest, ADamagedPageFailsTheReadThatMeetsIt) {
     for (int i = 0; i < 200; ++i)
         execute(insertSetting, {i, std::string(500, 'v')});
     execute("INSERT INTO quicklinks(id,title,url_template) VALUES('q','kept','u')");
-    const auto size = std::stoll(one("SELECT page_count*4096 AS c FROM pragma_page_count"));
+    const auto size = std::stoll(one("SELECT page_count*page_size AS c FROM pragma_page_count,pragma_page_size"));
     close();
     {
         std::fstream file(path, std::ios::binary | std::ios::in | std::ios::out);
-        file.seekp(size - 10 * 4096LL);
-        file << std::string(9 * 4096, '\xee');
+        file.seekp(size - 10 * pageBytes);
+        file << std::string(9 * pageBytes, '\xee');
     }
     database = open(path);
     EXPECT_EQ(failureOf([&] { rows("SELECT * FROM settings"); }), "Could not read local data.");
@@ -168,7 +169,7 @@ TEST_F(DatabaseFaultTest, AFullDiskFailsTheWriteAndKeepsWhatWasSaved) {
     ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &usual), 0);
     const auto inherited = std::signal(SIGXFSZ, SIG_IGN);
     rlimit full = usual;
-    full.rlim_cur = 256 * 1024;
+    full.rlim_cur = 512 * 1024;
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &full), 0);
     const std::string big(1 << 20, 'x');
     const std::string writing = failureOf([&] { execute(insertSetting, {"big", big}); });

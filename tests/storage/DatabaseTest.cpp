@@ -183,7 +183,7 @@ TEST_F(DatabaseTest, QueriesDoNotWaitForABatchAndDoNotSeeHalfOfIt) {
 }
 
 TEST_F(DatabaseTest, TheLogIsCopiedInTheBackground) {
-    constexpr std::size_t batchBytes = 2'000'000;
+    constexpr std::size_t batchBytes = 5'000'000;
     constexpr std::size_t batches = 100;
     const std::string log = path + "-wal";
     for (std::size_t i = 0; i < batches; ++i) {
