@@ -25,6 +25,7 @@
 #include "platform/linux/QtPasteboard.h"
 #include "platform/linux/QtPopUpMenu.h"
 #include "platform/linux/SessionName.h"
+#include "platform/linux/WaylandClipboard.h"
 #include "platform/linux/X11Session.h"
 #include "platform/linux/X11WindowManager.h"
 
@@ -76,7 +77,6 @@ std::vector<std::string> shortcutsTools() {
     return tools;
 }
 
-/// On Wayland, too, where the X server within it shares the clipboard.
 std::unique_ptr<X11Session> connectX11() {
     const char* const display = std::getenv("DISPLAY");
     if (!display || !*display) return nullptr;
@@ -132,7 +132,9 @@ int run(int argc, char** argv, bool showAtStart, SessionName& name) {
     LinuxTrash trash(pool.executor(), desktop.dataHome, desktop.home == accountHome());
     const SystemAppearance appearance;
     const std::unique_ptr<X11Session> x11 = connectX11();
-    QtPasteboard pasteboard(x11.get());
+    // The X server within a Wayland session shares the clipboard only now and then.
+    const auto wayland = WaylandClipboard::connect({});
+    QtPasteboard pasteboard(wayland ? static_cast<ClipboardReading*>(wayland.get()) : x11.get());
     LinuxFrontmostApplication frontmost(pool.executor(), x11.get());
     X11WindowManager windowManager;
     QtAlerts alerts(windowManager);

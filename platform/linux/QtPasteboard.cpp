@@ -1,6 +1,6 @@
 #include "platform/linux/QtPasteboard.h"
 
-#include "platform/linux/X11Session.h"
+#include "platform/linux/ClipboardReading.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -16,12 +16,12 @@ QClipboard& clipboard() {
 
 }  // namespace
 
-QtPasteboard::QtPasteboard(X11Session* session) : session_(session) {
+QtPasteboard::QtPasteboard(ClipboardReading* server) : server_(server) {
     QObject::connect(&clipboard(), &QClipboard::dataChanged, &context_, [this] { ++changes_; });
 }
 
 std::int64_t QtPasteboard::changeCount() const {
-    return session_ ? session_->clipboardChanges() : changes_;
+    return server_ ? server_->clipboardChanges() : changes_;
 }
 
 bool QtPasteboard::holdsOwnText() const {
@@ -30,14 +30,14 @@ bool QtPasteboard::holdsOwnText() const {
 }
 
 Task<std::vector<std::string>> QtPasteboard::types() {
-    if (session_) co_return co_await session_->clipboardTypes();
+    if (server_) co_return co_await server_->clipboardTypes();
     std::vector<std::string> known;
     if (holdsOwnText()) known.emplace_back(pasteboardType::text);
     co_return known;
 }
 
 Task<std::optional<std::string>> QtPasteboard::string(std::string type, std::size_t maximumBytes) {
-    if (session_) co_return co_await session_->clipboardString(std::move(type), maximumBytes);
+    if (server_) co_return co_await server_->clipboardString(std::move(type), maximumBytes);
     if (type != pasteboardType::text || !holdsOwnText()) co_return std::nullopt;
     co_return clipboard().text().toStdString().substr(0, maximumBytes + 1);
 }

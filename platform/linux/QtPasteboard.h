@@ -7,16 +7,16 @@
 
 namespace velmora {
 
-class X11Session;
+class ClipboardReading;
 
-/// The desktop's clipboard (not the middle-click selection): written through the toolkit, read through the X server.
+/// The desktop's clipboard (not the middle-click selection): written through the toolkit, read from the display server.
 ///
-/// The toolkit would wait for the program that owns the contents, so that without an X server changes are counted while
-/// it tells of them, but contents are read only where they are our own.
+/// The toolkit would wait for the program that owns the contents, so that where the server does not let us read,
+/// changes are counted while the toolkit tells of them, but contents are read only where they are our own.
 class QtPasteboard final : public Pasteboard {
   public:
-    /// `session` may be null; it must outlive the pasteboard.
-    explicit QtPasteboard(X11Session* session);
+    /// `server` may be null; it must outlive the pasteboard.
+    explicit QtPasteboard(ClipboardReading* server);
 
     [[nodiscard]] std::int64_t changeCount() const override;
     [[nodiscard]] Task<std::vector<std::string>> types() override;
@@ -26,7 +26,7 @@ class QtPasteboard final : public Pasteboard {
   private:
     [[nodiscard]] bool holdsOwnText() const;
 
-    X11Session* session_;
+    ClipboardReading* server_;
     std::int64_t changes_ = 0;  // as far as the toolkit tells
     QPointer<QMimeData> offered_;
     QObject context_;  // ends the connection that counts

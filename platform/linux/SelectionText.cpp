@@ -29,6 +29,22 @@ std::optional<std::string> firstLine(std::string_view text, bool skipsComments) 
 
 }  // namespace
 
+std::optional<std::string> decoded(std::string_view bytes, Encoding encoding) {
+    switch (encoding) {
+        case Encoding::utf8:
+            return fromUtf8(bytes);
+        case Encoding::unnamed:
+            return fromUnknown(bytes);
+        case Encoding::latin1:
+            return fromLatin1(bytes);
+        case Encoding::addressList:
+            return firstOfList(bytes);
+        case Encoding::mozillaLink:
+            return firstOfMozillaLink(bytes);
+    }
+    return std::nullopt;
+}
+
 std::string fromUtf8(std::string_view bytes) {
     return text::validUtf8(withoutTerminators(bytes));
 }

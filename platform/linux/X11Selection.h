@@ -38,7 +38,7 @@ class X11Selection {
         std::uint8_t format = 0;
     };
 
-    [[nodiscard]] bool offers(std::size_t target) const;
+    [[nodiscard]] bool offers(std::size_t form) const;
     void learnTargets(const std::stop_token& stop);
     [[nodiscard]] std::optional<Value> convert(xcb_atom_t target, std::size_t maximumBytes,
                                                const std::stop_token& stop);

@@ -1,14 +1,10 @@
 #include "platform/linux/X11Session.h"
 
+#include "platform/linux/SessionThread.h"
 #include "platform/linux/X11ActiveWindow.h"
 #include "platform/linux/X11Selection.h"
 
 #include <atomic>
-#include <boost/asio/executor_work_guard.hpp>
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/posix/stream_descriptor.hpp>
-#include <boost/asio/post.hpp>
-#include <thread>
 
 namespace asio = boost::asio;
 
@@ -54,42 +50,33 @@ struct Display {
 }  // namespace
 
 struct X11Session::Thread {
-    explicit Thread(Options given) : options(std::move(given)), actor(context.get_executor()) {
-        asio::post(context, [this] { display = std::make_unique<Display>(context, options, changes); });
-        thread = std::thread([this] { context.run(); });
+    explicit Thread(Options given) : options(std::move(given)) {
+        asio::post(session.context(),
+                   [this] { display = std::make_unique<Display>(session.context(), options, changes); });
     }
     ~Thread() {
-        ending.request_stop();
-        context.stop();
-        thread.join();
+        session.end();
+        display.reset();
     }
     Thread(const Thread&) = delete;
     Thread& operator=(const Thread&) = delete;
 
-    /// Runs `work` on the display, when there is one; ends early when the caller or the session does.
-    template <class Result, class Work>
-    Task<Result> ask(Work work) {
-        const auto piece = [&](const std::stop_token& stop) {
+    /// Runs `work` on the display, when there is one.
+    template <class Result>
+    Task<Result> ask(std::function<Result(Display& display, const std::stop_token& stop)> work) {
+        return session.run<Result>([this, work = std::move(work)](const std::stop_token& stop) {
             Result result{};
             if (!display->selection || !display->connection.isHealthy()) return result;
-            std::stop_source either;
-            const std::stop_callback byCaller(stop, [&] { either.request_stop(); });
-            const std::stop_callback bySession(ending.get_token(), [&] { either.request_stop(); });
-            result = work(*display, either.get_token());
+            result = work(*display, stop);
             display->connection.handlePending();
             return result;
-        };
-        co_return co_await actor.run(piece);
+        });
     }
 
     Options options;
     std::atomic<std::int64_t> changes{0};
-    std::stop_source ending;
-    asio::io_context context{1};
-    asio::executor_work_guard<asio::io_context::executor_type> running = asio::make_work_guard(context);
     std::unique_ptr<Display> display;
-    Actor actor;
-    std::thread thread;
+    SessionThread session;
 };
 
 X11Session::X11Session(Options options) : thread_(std::make_unique<Thread>(std::move(options))) {}

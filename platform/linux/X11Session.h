@@ -1,11 +1,9 @@
 #pragma once
 
-#include "core/Async.h"
+#include "platform/linux/ClipboardReading.h"
 
 #include <chrono>
-#include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,7 +14,7 @@ namespace velmora {
 ///
 /// Runs on: any thread. Owns: the connection, made in the background; where there is no display, and once it is gone,
 /// the clipboard never changes and everything is absent. Destroying it ends what it waits for.
-class X11Session {
+class X11Session final : public ClipboardReading {
   public:
     struct Options {
         std::string display;  ///< empty: the one that the environment names
@@ -25,14 +23,13 @@ class X11Session {
     };
 
     explicit X11Session(Options options);
-    ~X11Session();
+    ~X11Session() override;
     X11Session(const X11Session&) = delete;
     X11Session& operator=(const X11Session&) = delete;
 
-    /// The clipboard's contents; see `Pasteboard`.
-    [[nodiscard]] std::int64_t clipboardChanges() const;
-    [[nodiscard]] Task<std::vector<std::string>> clipboardTypes();
-    [[nodiscard]] Task<std::optional<std::string>> clipboardString(std::string type, std::size_t maximumBytes);
+    [[nodiscard]] std::int64_t clipboardChanges() const override;
+    [[nodiscard]] Task<std::vector<std::string>> clipboardTypes() override;
+    [[nodiscard]] Task<std::optional<std::string>> clipboardString(std::string type, std::size_t maximumBytes) override;
 
     /// The window class and the instance name of the active window, leaving out our own; empty when there is none.
     [[nodiscard]] Task<std::vector<std::string>> activeWindowClasses();
