@@ -17,7 +17,7 @@ enum class Encoding { utf8, unnamed, latin1, addressList, mozillaLink };
 
 /// One of the forms in which programs offer what they have.
 struct Form {
-    std::string_view target;  ///< its name; ends with a NUL
+    std::string_view target;  ///< its name
     std::string_view type;    ///< which of `pasteboardType` it is
     Encoding encoding = Encoding::utf8;
 };

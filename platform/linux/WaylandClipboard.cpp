@@ -81,21 +81,21 @@ struct WaylandClipboard::Connection {
         for (std::size_t i = 0; current && i < selectionText::forms.size(); ++i) {
             const selectionText::Form& form = selectionText::forms[i];
             if (form.type != type || !current->has[i]) continue;
-            const auto bytes = receive(form.target.data(), maximumBytes, stop);
+            const auto bytes = receive(std::string(form.target), maximumBytes, stop);
             return bytes ? selectionText::decoded(*bytes, form.encoding) : std::nullopt;
         }
         return std::nullopt;
     }
 
     /// The bytes that the owner writes into a pipe for us; a few more than `maximumBytes` when there are more.
-    [[nodiscard]] std::optional<std::string> receive(const char* target, std::size_t maximumBytes,
+    [[nodiscard]] std::optional<std::string> receive(const std::string& target, std::size_t maximumBytes,
                                                      const std::stop_token& stop) {
         int ends[2];
-        if (pipe2(ends, O_CLOEXEC) != 0) return std::nullopt;
+        if (!current || pipe2(ends, O_CLOEXEC) != 0) return std::nullopt;
         const Descriptor from(ends[0]);
         Descriptor into(ends[1]);
         if (fcntl(from.get(), F_SETFL, O_NONBLOCK) != 0) return std::nullopt;
-        zwlr_data_control_offer_v1_receive(current->proxy.get(), target, into.get());
+        zwlr_data_control_offer_v1_receive(current->proxy.get(), target.c_str(), into.get());
         into.reset();
         const std::int64_t before = changes;
         const SteadyTime deadline = std::chrono::steady_clock::now() + patience;
@@ -115,7 +115,7 @@ struct WaylandClipboard::Connection {
 
     /// Handles what has arrived from the compositor; waits for it or for `other` for a moment.
     void waitFor(int other) {
-        prepare();
+        if (!prepare()) return;
         const bool unsent = wl_display_flush(display.get()) < 0 && errno == EAGAIN;
         const auto events = static_cast<short>(unsent ? POLLIN | POLLOUT : POLLIN);
         std::array<pollfd, 2> descriptors{{{wl_display_get_fd(display.get()), events, 0}, {other, POLLIN, 0}}};
@@ -130,15 +130,18 @@ struct WaylandClipboard::Connection {
 
     /// Handles what has arrived.
     void handlePending() {
-        prepare();
+        if (!prepare()) return;
         wl_display_read_events(display.get());  // takes what is there and does not wait
         wl_display_dispatch_pending(display.get());
         wl_display_flush(display.get());
     }
 
-    void prepare() {
-        while (wl_display_prepare_read(display.get()) != 0)
-            wl_display_dispatch_pending(display.get());
+    /// False once the connection has broken.
+    bool prepare() {
+        while (wl_display_prepare_read(display.get()) != 0) {
+            if (wl_display_dispatch_pending(display.get()) < 0) return false;
+        }
+        return true;
     }
 
     static void appeared(void* self, wl_registry* registry, std::uint32_t name, const char* interface,
