@@ -135,7 +135,9 @@ class Desktop:
 
     def _start_display(self):
         reading, writing = os.pipe()
-        command = ["Xvfb", "-displayfd", str(writing), "-screen", "0", f"{self.size}x24", "-nolisten", "tcp", "-noreset"]
+        # Without repeating keys: on a busy machine one that is let go late would come several times.
+        command = ["Xvfb", "-r", "-displayfd", str(writing), "-screen", "0", f"{self.size}x24"]
+        command += ["-nolisten", "tcp", "-noreset"]
         self.start(command, pass_fds=(writing,))
         os.close(writing)
         self.environment["DISPLAY"] = ":" + read_line(reading, "the display")

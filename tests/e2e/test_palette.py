@@ -104,7 +104,7 @@ class PaletteTest(unittest.TestCase):
 
     def query(self, text):
         self.desktop.type(text)
-        wait_until(lambda: self.typed() == text, f'the input to hold "{text}"')
+        wait_until(lambda: self.typed() == text, lambda: f'the input to hold "{text}", not "{self.typed()}"')
 
     def picture(self, name):
         if PICTURES:
