@@ -4,7 +4,11 @@
 
 #include <cstddef>
 #include <deque>
+#include <exception>
+#include <memory>
 #include <mutex>
+#include <optional>
+#include <utility>
 
 namespace velmora {
 
@@ -90,7 +94,8 @@ class Stream {
                     state->items.pop_front();
                     writer = detail::takeWaiter(state->writer);
                 } else if (state->ended) {
-                    if (state->failure) std::rethrow_exception(state->failure);
+                    if (state->failure) failure_ = std::exchange(state->failure, nullptr);
+                    if (failure_) std::rethrow_exception(failure_);
                     co_return std::nullopt;
                 }
             }
@@ -103,6 +108,7 @@ class Stream {
 
   private:
     std::shared_ptr<detail::StreamState<T>> state_;
+    std::exception_ptr failure_;  // the reader's alone, so that it is not destroyed on the writer's thread
 };
 
 /// The writing end. Destroying it without `finish` or `fail` makes the reader see `Cancelled`, so that half a stream is
@@ -149,7 +155,7 @@ class StreamWriter {
     /// Ends the stream. Later calls of `finish` and `fail` do nothing.
     void finish() { end(nullptr); }
 
-    /// Ends the stream with an error for the reader.
+    /// Ends the stream with an error, which from then on belongs to the reader: call it after the `catch` that took it.
     void fail(std::exception_ptr failure) { end(std::move(failure)); }
 
   private:

@@ -4,6 +4,9 @@
 #include "platform/linux/FolderWalk.h"
 #include "platform/linux/LowPriority.h"
 
+#include <exception>
+#include <utility>
+
 namespace velmora {
 namespace {
 
@@ -35,11 +38,13 @@ Stream<std::vector<IndexedFile>> DiskFileScanner::scan(std::string root, std::ve
     auto batches = std::make_shared<Batches>(std::move(writer));
     spawn(threads_.executor(), [batches, root = fileNameBytes(root), skip = std::move(skipPrefixes)]() -> Task<> {
         lowerThreadPriority();
+        std::exception_ptr failure;
         try {
             co_await walk(batches, root, skip);
         } catch (...) {
-            batches->fail(std::current_exception());
+            failure = std::current_exception();
         }
+        if (failure) batches->fail(std::exchange(failure, nullptr));
     });
     return std::move(stream);
 }

@@ -274,6 +274,7 @@ TEST(Stream, EndsAsTheWriterEnded) {
                 break;
             case End::fail:
                 EXPECT_THROW(loop.run(next), std::runtime_error);
+                EXPECT_THROW(loop.run(next), std::runtime_error) << "a failed stream never looks like a whole one";
                 break;
             case End::drop:
                 EXPECT_THROW(loop.run(next), Cancelled);
