@@ -20,10 +20,12 @@ constexpr std::uint32_t fromUser = 2;
 
 /// The screen that DISPLAY names, ":0.1" being the second; the first where it names none.
 int screenNumber() {
-    const std::string_view display = qgetenv("DISPLAY").constData();
-    const auto dot = display.rfind('.');
-    if (dot == std::string_view::npos || display.find(':') > dot) return 0;
-    return std::atoi(std::string(display.substr(dot + 1)).c_str());
+    char* host = nullptr;
+    int display = 0;
+    int screen = 0;
+    if (xcb_parse_display(nullptr, &host, &display, &screen) == 0) return 0;
+    std::free(host);
+    return screen;
 }
 
 }  // namespace
