@@ -122,9 +122,11 @@ int run(int argc, char** argv, bool showAtStart, SessionName& name) {
     QApplication::setQuitOnLastWindowClosed(false);
 
     const DesktopEnvironment desktop = DesktopEnvironment::ofProcess(homeFolder());
-    QtMainExecutor main;
+    // Tasks that still wait at the end go when the main loop does, and their timers and pipes with them: those need the
+    // clock and the pool, whose threads have stopped by then.
     WorkerPool pool(workerThreads);
     SystemClock clock;
+    QtMainExecutor main;
     LinuxWorkspace workspace(pool.executor(), desktop);
     LinuxChildProcesses childProcesses(pool.executor(), desktop.home);
     LogindPower power(pool.executor());
@@ -173,7 +175,10 @@ int run(int argc, char** argv, bool showAtStart, SessionName& name) {
     const auto watcher = watch(name);
     const auto heartbeat = watchLoop();
     delegate.launch();
-    return QApplication::exec();
+    const int exitCode = QApplication::exec();
+    clock.stop();
+    pool.stop();
+    return exitCode;
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <boost/asio/associated_cancellation_slot.hpp>
-#include <boost/asio/bind_cancellation_slot.hpp>
 #include <boost/asio/cancellation_signal.hpp>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/dispatch.hpp>
@@ -80,6 +79,34 @@ struct TaskState {
     }
 };
 
+/// What Asio calls when a task has ended. A task that it drops instead, as happens when an executor goes away, has
+/// ended too: whoever waits for it goes along.
+///
+/// Names the slot itself instead of being bound to it, because Asio emits signals to bound handlers by posting a piece
+/// of work that nothing keeps the signal alive for.
+class TaskEnd {
+  public:
+    using cancellation_slot_type = asio::cancellation_slot;
+
+    explicit TaskEnd(const std::shared_ptr<TaskState>& state)
+        : state_(state.get(), [state](TaskState* ended) { ended->finish(); }) {}
+
+    [[nodiscard]] cancellation_slot_type get_cancellation_slot() const noexcept { return state_->signal.slot(); }
+
+    void operator()(const std::exception_ptr& failure) const {
+        if (!failure || !unhandledTaskError) return;
+        try {
+            std::rethrow_exception(failure);
+        } catch (const Cancelled&) {  // NOLINT(bugprone-empty-catch): a cancelled task ends quietly
+        } catch (...) {
+            unhandledTaskError(failure);
+        }
+    }
+
+  private:
+    std::shared_ptr<TaskState> state_;  // finishes it when the last of them goes
+};
+
 }  // namespace detail
 
 Task<bool> isCancelled() {
@@ -128,18 +155,7 @@ TaskHandle spawn(const Executor& executor, std::function<Task<>()> work) {
         co_await asio::this_coro::throw_if_cancelled(false);
         co_await work();
     };
-    auto end = [state](const std::exception_ptr& failure) {
-        if (failure && unhandledTaskError) {
-            try {
-                std::rethrow_exception(failure);
-            } catch (const Cancelled&) {  // NOLINT(bugprone-empty-catch): a cancelled task ends quietly
-            } catch (...) {
-                unhandledTaskError(failure);
-            }
-        }
-        state->finish();
-    };
-    asio::co_spawn(executor, std::move(body), asio::bind_cancellation_slot(state->signal.slot(), std::move(end)));
+    asio::co_spawn(executor, std::move(body), detail::TaskEnd(state));
     return TaskHandle(state);
 }
 

@@ -23,6 +23,10 @@ struct WorkerPool::Threads {
 WorkerPool::WorkerPool(std::size_t threads) : threads_(std::make_unique<Threads>(threads)) {}
 
 WorkerPool::~WorkerPool() {
+    stop();
+}
+
+void WorkerPool::stop() {
     threads_->pool.stop();
     threads_->pool.join();
 }
@@ -40,8 +44,12 @@ struct SystemClock::Timers {
 SystemClock::SystemClock() : timers_(std::make_unique<Timers>()) {}
 
 SystemClock::~SystemClock() {
+    stop();
+}
+
+void SystemClock::stop() {
     timers_->context.stop();
-    timers_->thread.join();
+    if (timers_->thread.joinable()) timers_->thread.join();
 }
 
 TimePoint SystemClock::now() const {

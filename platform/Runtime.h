@@ -8,7 +8,7 @@ namespace velmora {
 
 /// The threads on which actors do their blocking work.
 ///
-/// Owns: its threads; destroying it drops work that has not begun and waits for what has.
+/// Owns: its threads; destroying it stops it and drops what has not begun.
 class WorkerPool {
   public:
     explicit WorkerPool(std::size_t threads);
@@ -17,6 +17,9 @@ class WorkerPool {
     WorkerPool& operator=(const WorkerPool&) = delete;
 
     [[nodiscard]] Executor executor() const;
+
+    /// Waits for what runs and begins nothing any more.
+    void stop();
 
   private:
     struct Threads;
@@ -39,7 +42,11 @@ class SystemClock final : public Clock {
     SystemClock& operator=(const SystemClock&) = delete;
 
     [[nodiscard]] TimePoint now() const override;
+    /// The clock must outlive the waiting task, which holds a timer of it.
     [[nodiscard]] Task<> sleep(std::chrono::nanoseconds duration) override;
+
+    /// Ends no wait any more.
+    void stop();
 
   private:
     struct Timers;

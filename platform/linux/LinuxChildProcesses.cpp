@@ -43,12 +43,20 @@ struct Collector {
     }
 };
 
-/// Follows one program. Everything but the interface runs on the strand; whatever is pending there keeps it alive.
-class LinuxChildProcess final : public ChildProcess, public std::enable_shared_from_this<LinuxChildProcess> {
+/// How a program ended, once it has.
+struct Outcome {
+    bool settled = false;
+    ChildProcessEnding ending{.status = 128 + SIGKILL, .output = {}, .errors = {}};
+};
+
+/// Follows one program, on the strand. What is pending there keeps it alive, and nothing else does: it holds on to the
+/// tasks that wait for it, so that one of those that held on to it would never go.
+class Follower final : public std::enable_shared_from_this<Follower> {
   public:
-    LinuxChildProcess(const Executor& pool, SpawnedProcess spawned, std::size_t outputLimit,
-                      LinuxChildProcesses::Patience patience)
-        : strand_(asio::make_strand(pool)),
+    Follower(Strand strand, SpawnedProcess spawned, std::size_t outputLimit, LinuxChildProcesses::Patience patience,
+             std::shared_ptr<Outcome> outcome)
+        : strand_(std::move(strand)),
+          outcome_(std::move(outcome)),
           patience_(patience),
           process_(spawned.process),
           output_(strand_, spawned.output.release(), outputLimit),
@@ -64,27 +72,16 @@ class LinuxChildProcess final : public ChildProcess, public std::enable_shared_f
         });
     }
 
-    [[nodiscard]] Task<ChildProcessEnding> ending() override {
-        const auto self = shared_from_this();
-        const bool cancelled = co_await isCancelled();
-        if (cancelled) {
-            terminate();
-            throw Cancelled{};
-        }
-        const std::function<void(std::shared_ptr<detail::Waiter>)> park = [&](std::shared_ptr<detail::Waiter> waiter) {
-            asio::post(strand_, [self, waiter = std::move(waiter)] {
-                if (!self->settled_) return self->waiters_.push_back(waiter);
-                waiter->resume();
-            });
-        };
-        const std::function<void(detail::Waiter&)> onCancel = [self](detail::Waiter&) { self->terminate(); };
-        co_await detail::suspend(park, onCancel);
-        co_await throwIfCancelled();
-        co_return ending_;
+    /// Resumes `waiter` once the outcome is settled.
+    void await(std::shared_ptr<detail::Waiter> waiter) {
+        if (outcome_->settled) return waiter->resume();
+        waiters_.push_back(std::move(waiter));
     }
 
-    void terminate() override {
-        asio::post(strand_, [self = shared_from_this()] { self->terminateHere(); });
+    void terminate() {
+        if (ended_ || std::exchange(terminating_, true)) return;
+        signalGroup(SIGTERM);
+        after(patience_.untilKilled, &Follower::killGroup);
     }
 
   private:
@@ -93,7 +90,7 @@ class LinuxChildProcess final : public ChildProcess, public std::enable_shared_f
             asio::buffer(from.buffer),
             [self = shared_from_this(), &from](const boost::system::error_code& error, std::size_t bytes) {
                 from.keep(bytes);
-                if (&from == &self->output_ && from.exceeded && from.limit > 0) self->terminateHere();
+                if (&from == &self->output_ && from.exceeded && from.limit > 0) self->terminate();
                 if (!error) return self->read(from);
                 from.atEnd = true;
                 boost::system::error_code ignored;
@@ -106,13 +103,13 @@ class LinuxChildProcess final : public ChildProcess, public std::enable_shared_f
         handle_.async_wait(Stream::wait_read, [self = shared_from_this()](const boost::system::error_code& error) {
             if (error) return;
             self->ended_ = true;
-            if (self->settled_) return self->reap();
-            if (!self->terminating_) self->after(self->patience_.untilDrained, &LinuxChildProcess::settle);
+            if (self->outcome_->settled) return self->reap();
+            if (!self->terminating_) self->after(self->patience_.untilDrained, &Follower::settle);
             self->look();
         });
     }
 
-    void after(std::chrono::milliseconds duration, void (LinuxChildProcess::*then)()) {
+    void after(std::chrono::milliseconds duration, void (Follower::*then)()) {
         timer_.expires_after(duration);
         timer_.async_wait([self = shared_from_this(), then](const boost::system::error_code& error) {
             if (!error) ((*self).*then)();
@@ -124,15 +121,9 @@ class LinuxChildProcess final : public ChildProcess, public std::enable_shared_f
         if (ended_ && output_.atEnd && errors_.atEnd) settle();
     }
 
-    void terminateHere() {
-        if (ended_ || std::exchange(terminating_, true)) return;
-        signalGroup(SIGTERM);
-        after(patience_.untilKilled, &LinuxChildProcess::killGroup);
-    }
-
     void killGroup() {
         signalGroup(SIGKILL);
-        after(patience_.untilGivenUp, &LinuxChildProcess::settle);
+        after(patience_.untilGivenUp, &Follower::settle);
     }
 
     /// The group cannot be anybody else's as long as its leader has not been waited for.
@@ -142,11 +133,11 @@ class LinuxChildProcess final : public ChildProcess, public std::enable_shared_f
 
     void settle() {
         if (ended_) reap();
-        if (std::exchange(settled_, true)) return;
+        if (std::exchange(outcome_->settled, true)) return;
         timer_.cancel();
-        ending_.output = std::move(output_.kept);
-        ending_.errors = std::move(errors_.kept);
-        ending_.exceededLimit = output_.exceeded && output_.limit > 0;
+        outcome_->ending.output = std::move(output_.kept);
+        outcome_->ending.errors = std::move(errors_.kept);
+        outcome_->ending.exceededLimit = output_.exceeded && output_.limit > 0;
         // Nothing more is kept; what others still write is read on and dropped, or they would be held up by it.
         output_.limit = errors_.limit = 0;
         output_.kept = errors_.kept = {};
@@ -160,10 +151,12 @@ class LinuxChildProcess final : public ChildProcess, public std::enable_shared_f
         if (terminating_) ::kill(-process_, SIGKILL);
         siginfo_t how{};
         if (::waitid(P_PID, static_cast<id_t>(process_), &how, WEXITED | WNOHANG) != 0) how.si_status = 1;
-        ending_.status = how.si_code == CLD_EXITED || how.si_pid == 0 ? how.si_status : 128 + how.si_status;
+        if (outcome_->settled) return;  // whoever waited may be reading it
+        outcome_->ending.status = how.si_code == CLD_EXITED || how.si_pid == 0 ? how.si_status : 128 + how.si_status;
     }
 
     const Strand strand_;
+    const std::shared_ptr<Outcome> outcome_;
     const LinuxChildProcesses::Patience patience_;
     const int process_;
     Collector output_;
@@ -173,9 +166,48 @@ class LinuxChildProcess final : public ChildProcess, public std::enable_shared_f
     bool ended_ = false;
     bool reaped_ = false;
     bool terminating_ = false;
-    bool settled_ = false;
-    ChildProcessEnding ending_{.status = 128 + SIGKILL, .output = {}, .errors = {}};
     std::vector<std::shared_ptr<detail::Waiter>> waiters_;
+};
+
+class LinuxChildProcess final : public ChildProcess, public std::enable_shared_from_this<LinuxChildProcess> {
+  public:
+    LinuxChildProcess(const Executor& pool, SpawnedProcess spawned, std::size_t outputLimit,
+                      LinuxChildProcesses::Patience patience)
+        : strand_(asio::make_strand(pool)) {
+        const auto follower = std::make_shared<Follower>(strand_, std::move(spawned), outputLimit, patience, outcome_);
+        follower_ = follower;
+        follower->follow();
+    }
+
+    [[nodiscard]] Task<ChildProcessEnding> ending() override {
+        const auto self = shared_from_this();
+        const bool cancelled = co_await isCancelled();
+        if (cancelled) {
+            terminate();
+            throw Cancelled{};
+        }
+        const std::function<void(std::shared_ptr<detail::Waiter>)> park = [&](std::shared_ptr<detail::Waiter> waiter) {
+            asio::post(strand_, [follower = follower_, waiter = std::move(waiter)] {
+                if (const auto alive = follower.lock()) return alive->await(waiter);
+                waiter->resume();
+            });
+        };
+        const std::function<void(detail::Waiter&)> onCancel = [self](detail::Waiter&) { self->terminate(); };
+        co_await detail::suspend(park, onCancel);
+        co_await throwIfCancelled();
+        co_return outcome_->ending;
+    }
+
+    void terminate() override {
+        asio::post(strand_, [follower = follower_] {
+            if (const auto alive = follower.lock()) alive->terminate();
+        });
+    }
+
+  private:
+    const Strand strand_;
+    const std::shared_ptr<Outcome> outcome_ = std::make_shared<Outcome>();
+    std::weak_ptr<Follower> follower_;
 };
 
 }  // namespace
@@ -187,9 +219,7 @@ Task<std::shared_ptr<ChildProcess>> LinuxChildProcesses::start(ChildProcessReque
     Actor worker(pool_);
     const auto spawn = [this, &request] {
         SpawnedProcess spawned = SpawnedProcess::start(request, home_, environment_);
-        auto child = std::make_shared<LinuxChildProcess>(pool_, std::move(spawned), request.outputLimit, patience_);
-        child->follow();
-        return child;
+        return std::make_shared<LinuxChildProcess>(pool_, std::move(spawned), request.outputLimit, patience_);
     };
     co_return co_await worker.run(spawn);
 }

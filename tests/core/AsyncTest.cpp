@@ -74,6 +74,21 @@ TEST_F(SpawnTest, ATaskMayCancelItself) {
     EXPECT_TRUE(task.done());
 }
 
+TEST_F(SpawnTest, ATaskThatGoesWithItsExecutorHasEnded) {
+    auto other = std::make_unique<TestLoop>();
+    const TaskHandle dropped = spawn(other->executor(), []() -> Task<> {
+        ADD_FAILURE() << "nobody ran its executor";
+        co_return;
+    });
+    const TaskHandle waiting = spawn(loop.executor(), [&]() -> Task<> { co_await dropped.finished(); });
+    loop.settle();
+    EXPECT_FALSE(waiting.done());
+    other.reset();
+    loop.settle();
+    EXPECT_TRUE(dropped.done());
+    EXPECT_TRUE(waiting.done());
+}
+
 TEST_F(SpawnTest, ReportsExceptionsThatEscape) {
     static int reported;
     reported = 0;

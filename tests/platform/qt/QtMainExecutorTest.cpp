@@ -60,5 +60,24 @@ TEST(QtMainExecutorTest, DropsWorkWhenItIsGone) {
     EXPECT_EQ(alive.use_count(), 1) << "what is dropped is destroyed";
 }
 
+TEST(QtMainExecutorTest, TasksMayEndWhileTheyAreCancelled) {
+    QtMainExecutor main;
+    // One of these moments lies just before the end of the task, which then goes before the cancellation has come to
+    // it.
+    for (int moment = 0; moment < 10; ++moment) {
+        TaskHandle task = spawn(main.executor(), []() -> Task<> { co_return; });
+        int left = moment;
+        bool cancelled = false;
+        const std::function<void()> step = [&] {
+            if (left-- > 0) return boost::asio::post(main.executor(), [&step] { step(); });
+            std::exchange(task, {}).cancel();
+            cancelled = true;
+        };
+        step();
+        EXPECT_TRUE(QTest::qWaitFor([&] { return cancelled; }));
+        QCoreApplication::processEvents();
+    }
+}
+
 }  // namespace
 }  // namespace velmora
