@@ -129,8 +129,7 @@ class Shortcuts(Quick):
         wait_until(started.exists, "the shortcut to start")
         process = int(started.read_text())
         self.addCleanup(os.kill, process, signal.SIGKILL)
-        self.program.send_signal(signal.SIGTERM)
-        self.assertEqual(self.program.wait(timeout=10), 0, self.desktop.log_of(PROGRAM))
+        self.end(self.program)
         self.assertIn("sleep", pathlib.Path(f"/proc/{process}/comm").read_text())
 
 
