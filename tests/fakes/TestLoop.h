@@ -9,8 +9,8 @@
 
 namespace velmora::test {
 
-/// The main thread of a test: an `io_context` that the test runs by hand. Make it before the worker pool and the system
-/// clock, whose threads hand tasks back to it until they have ended.
+/// The main thread of a test: an `io_context` that the test runs by hand. Make it before the worker pool, the system
+/// clock and whatever else has a thread of its own: threads hand tasks back to it until they have ended.
 class TestLoop {
   public:
     [[nodiscard]] Executor executor() { return context_.get_executor(); }

@@ -127,10 +127,10 @@ TEST(WaylandClipboard, IsNotThereWithoutACompositorThatSharesIt) {
 
 TEST(WaylandClipboard, OutlivesTheCompositor) {
     auto compositor = std::make_unique<Compositor>();
+    TestLoop loop;
     const auto clipboard = WaylandClipboard::connect({.display = compositor->name()});
     ASSERT_TRUE(clipboard);
     compositor.reset();
-    TestLoop loop;
     const auto read = [&]() -> Task<std::optional<std::string>> {
         co_return co_await clipboard->clipboardString(plain, 10);
     };
