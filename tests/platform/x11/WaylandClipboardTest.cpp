@@ -42,8 +42,7 @@ class WaylandClipboardTest : public testing::Test {
 
     Compositor compositor;
     TestLoop loop;
-    std::unique_ptr<WaylandClipboard> clipboard =
-        WaylandClipboard::connect({.display = compositor.name(), .patience = 400ms});
+    std::unique_ptr<WaylandClipboard> clipboard = WaylandClipboard::connect({.display = compositor.name()});
 };
 
 TEST_F(WaylandClipboardTest, CountsChangesWithoutReading) {
@@ -95,13 +94,14 @@ TEST_F(WaylandClipboardTest, ReadsWhatIsOffered) {
 }
 
 TEST_F(WaylandClipboardTest, AnOwnerThatDoesNotAnswerHasNothing) {
+    clipboard = WaylandClipboard::connect({.display = compositor.name(), .patience = 400ms});
     const auto start = std::chrono::steady_clock::now();
     own({{{"text/plain", "x"}}, How::silent});
     EXPECT_EQ(read(plain), std::nullopt);
     EXPECT_GE(std::chrono::steady_clock::now() - start, 400ms);
     own({{{"text/plain", "x"}}, How::losesItself});
     EXPECT_EQ(read(plain), std::nullopt);
-    own({{{"text/plain", "for ever"}}, How::endless});
+    own({{{"text/plain", std::string(65'536, 'x')}}, How::endless});
     EXPECT_GT(read(plain).value_or("").size(), 1'000'000U);
     own({{{"text/plain", "and on"}}});
     EXPECT_EQ(read(plain), "and on");
@@ -116,7 +116,7 @@ TEST_F(WaylandClipboardTest, EndsWithWhatItWaitsFor) {
     task.cancel();
     loop.until([&] { return task.done(); });
     clipboard.reset();
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 300ms);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 4s) << "an unanswered question lasts five";
 }
 
 TEST(WaylandClipboard, IsNotThereWithoutACompositorThatSharesIt) {
