@@ -1,14 +1,14 @@
 #include "app/AppDelegate.h"
 
-#include "app/AppLog.h"
-#include "app/services/ClipboardService.h"
-#include "app/services/FileIndexService.h"
-#include "app/services/Shortcuts.h"
-#include "app/ui/Measure.h"
-#include "app/ui/PaletteController.h"
-#include "app/ui/PaletteState.h"
-#include "app/ui/SettingsState.h"
-#include "app/ui/StatusItem.h"
+#include "app/log/AppLog.h"
+#include "app/services/clipboard/ClipboardService.h"
+#include "app/services/files/FileIndexService.h"
+#include "app/services/quick/Shortcuts.h"
+#include "app/ui/palette/PaletteController.h"
+#include "app/ui/shell/Measure.h"
+#include "app/ui/shell/StatusItem.h"
+#include "app/ui/state/PaletteState.h"
+#include "app/ui/state/SettingsState.h"
 #include "core/Assert.h"
 
 #include <QApplication>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/AppServices.h"
+#include "app/composition/AppServices.h"
 #include "platform/Platform.h"
 
 #include <memory>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/IndexedFile.h"
+#include "core/files/IndexedFile.h"
 
 #include <algorithm>
 #include <array>

@@ -2,7 +2,7 @@
 // substring search must do, a pass of memmem over the same bytes. Prints one line a metric: name, value, unit,
 // reference, ratio, separated by tabs. Takes a prefix of the names to measure.
 
-#include "app/services/ClipboardService.h"
+#include "app/services/clipboard/ClipboardService.h"
 #include "platform/Runtime.h"
 #include "tests/fakes/FakePasteboard.h"
 #include "tests/fakes/TemporaryFolder.h"

@@ -1,6 +1,6 @@
 add_executable(walk_bench walk_bench.cpp)
-target_link_libraries(walk_bench PRIVATE velmora_disk)
+target_link_libraries(walk_bench PRIVATE velmora_platform_linux)
 velmora_precompile(walk_bench)
 add_executable(index_bench index_bench.cpp)
-target_link_libraries(index_bench PRIVATE velmora_services velmora_disk)
+target_link_libraries(index_bench PRIVATE velmora_services velmora_platform_linux)
 velmora_precompile(index_bench)

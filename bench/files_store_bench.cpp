@@ -7,7 +7,7 @@
 //
 // With --cpu, times are those of the processor instead of the wall, for machines that do other work meanwhile.
 
-#include "app/storage/FileIndexRepository.h"
+#include "app/storage/fileindex/FileIndexRepository.h"
 #include "bench/Measure.h"
 #include "bench/SyntheticFiles.h"
 #include "platform/Runtime.h"

@@ -4,17 +4,17 @@
 //   index_bench [prefix of the names to measure] [real entries, 300000] [names indexed besides, 1000000]
 //   index_bench --tree FOLDER ENTRIES      only makes such a tree
 
-#include "app/services/FileIndexService.h"
-#include "app/services/IndexedEntries.h"
+#include "app/services/files/FileIndexService.h"
+#include "app/services/files/IndexedEntries.h"
 #include "bench/FileTree.h"
 #include "bench/Measure.h"
 #include "bench/SyntheticFiles.h"
 #include "core/AppError.h"
 #include "core/Assert.h"
 #include "platform/Runtime.h"
-#include "platform/linux/DiskFileAttributes.h"
-#include "platform/linux/DiskFileScanner.h"
-#include "platform/linux/FSEventsWatcher.h"
+#include "platform/linux/disk/DiskFileAttributes.h"
+#include "platform/linux/disk/DiskFileScanner.h"
+#include "platform/linux/watch/FSEventsWatcher.h"
 #include "tests/fakes/TemporaryFolder.h"
 
 #include <cstdio>

@@ -1,4 +1,4 @@
 add_executable(shortcuts_bench shortcuts_bench.cpp)
-target_link_libraries(shortcuts_bench PRIVATE velmora_system velmora_services)
+target_link_libraries(shortcuts_bench PRIVATE velmora_platform_linux velmora_services)
 velmora_precompile(shortcuts_bench)
 add_dependencies(shortcuts_bench velmora_shortcuts)

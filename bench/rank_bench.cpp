@@ -2,8 +2,8 @@
 // ranking must do, a pass of memmem over the same folded titles. Prints one line a metric: name, value, unit,
 // reference, ratio, separated by tabs. Takes a prefix of the names to measure.
 
-#include "core/CommandRegistry.h"
-#include "core/Text.h"
+#include "core/commands/CommandRegistry.h"
+#include "core/text/Text.h"
 #include "platform/Runtime.h"
 
 #include <algorithm>

@@ -6,11 +6,11 @@
 // and the ranking are the program's. The main loop is an io_context whose every piece of work is timed. The reference
 // is the same without any shortcut. Medians of the longest piece of each round; one line with tabs, as all benchmarks.
 
-#include "app/services/ShortcutsCLI.h"
+#include "app/services/quick/ShortcutsCLI.h"
 #include "core/Assert.h"
-#include "core/CommandRegistry.h"
+#include "core/commands/CommandRegistry.h"
 #include "platform/Runtime.h"
-#include "platform/linux/LinuxChildProcesses.h"
+#include "platform/linux/process/LinuxChildProcesses.h"
 
 #include <sys/stat.h>
 #include <algorithm>

@@ -3,8 +3,8 @@
 
 #include "bench/FileTree.h"
 #include "bench/Measure.h"
-#include "platform/linux/FolderWalk.h"
-#include "platform/linux/TreeWatch.h"
+#include "platform/linux/disk/FolderWalk.h"
+#include "platform/linux/watch/TreeWatch.h"
 #include "tests/fakes/TemporaryFolder.h"
 
 #include <chrono>

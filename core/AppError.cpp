@@ -1,6 +1,6 @@
 #include "core/AppError.h"
 
-#include "core/Async.h"
+#include "core/async/Async.h"
 
 namespace velmora {
 

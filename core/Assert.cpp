@@ -3,22 +3,23 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <thread>
 
 namespace velmora {
 namespace {
 
-std::atomic<std::thread::id> mainThread;
+// Its address tells the threads apart.
+thread_local const char self = 0;
+std::atomic<const char*> mainThread = nullptr;
 
 }  // namespace
 
 void setMainThread() noexcept {
-    mainThread = std::this_thread::get_id();
+    mainThread = &self;
 }
 
 bool onMainThread() noexcept {
-    const std::thread::id known = mainThread;
-    return known == std::thread::id{} || known == std::this_thread::get_id();
+    const char* const known = mainThread;
+    return !known || known == &self;
 }
 
 void assertionFailed(const char* condition, const char* file, int line) noexcept {

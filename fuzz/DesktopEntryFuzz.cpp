@@ -1,8 +1,8 @@
 // Any bytes either are no desktop entry or give one of valid texts; no operand is ever lost, split or taken for the
 // program when its command line is expanded.
-#include "core/Text.h"
-#include "platform/linux/DesktopEntry.h"
-#include "platform/linux/ExecLine.h"
+#include "core/text/Text.h"
+#include "platform/linux/applications/DesktopEntry.h"
+#include "platform/linux/applications/ExecLine.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,6 +1,6 @@
 // Any bytes either fail to parse with JSONError or give a value that is written as text which reads back as the same.
-#include "core/AppPreferences.h"
-#include "core/JSONValue.h"
+#include "core/json/JSONValue.h"
+#include "core/settings/AppPreferences.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,5 @@
 // Any bytes either are no property list or give some of the texts that were asked for, none longer than the list.
-#include "platform/linux/PropertyList.h"
+#include "platform/linux/applications/PropertyList.h"
 
 #include <array>
 #include <cstddef>

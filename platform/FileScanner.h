@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/IndexedFile.h"
-#include "core/Stream.h"
+#include "core/async/Stream.h"
+#include "core/files/IndexedFile.h"
 
 #include <string>
 #include <vector>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/Async.h"
-#include "core/IndexedFile.h"
+#include "core/async/Async.h"
+#include "core/files/IndexedFile.h"
 
 #include <string>
 #include <vector>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/Clock.h"
+#include "core/async/Clock.h"
 #include "platform/Paths.h"
 
 #include <functional>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/Async.h"
+#include "core/async/Async.h"
 
 namespace velmora {
 

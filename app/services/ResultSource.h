@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/Commands.h"
+#include "core/commands/Commands.h"
 
 #include <optional>
 #include <string>

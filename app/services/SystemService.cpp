@@ -1,6 +1,6 @@
 #include "app/services/SystemService.h"
 
-#include "app/AppLog.h"
+#include "app/log/AppLog.h"
 #include "app/services/UserPath.h"
 #include "core/AppError.h"
 #include "platform/Power.h"

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/storage/Database.h"
-#include "core/Clock.h"
+#include "app/storage/sqlite/Database.h"
+#include "core/async/Clock.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,6 +1,6 @@
 #include "app/storage/ClipboardEntry.h"
 
-#include "core/JSONRecord.h"
+#include "core/json/JSONRecord.h"
 
 #include <algorithm>
 #include <array>

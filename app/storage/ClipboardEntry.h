@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/Clock.h"
-#include "core/JSONValue.h"
+#include "core/async/Clock.h"
+#include "core/json/JSONValue.h"
 
 #include <optional>
 #include <string>

@@ -1,7 +1,7 @@
 #include "app/storage/ClipboardRepository.h"
 
-#include "core/AppPreferences.h"
-#include "core/UUID.h"
+#include "core/settings/AppPreferences.h"
+#include "core/text/UUID.h"
 
 namespace velmora {
 namespace {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/storage/ClipboardEntry.h"
-#include "app/storage/Database.h"
+#include "app/storage/sqlite/Database.h"
 
 #include <cstdint>
 #include <memory>

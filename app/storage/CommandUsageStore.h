@@ -1,8 +1,8 @@
 #pragma once
 
-#include "app/storage/Database.h"
-#include "core/Clock.h"
-#include "core/CommandRegistry.h"
+#include "app/storage/sqlite/Database.h"
+#include "core/async/Clock.h"
+#include "core/commands/CommandRegistry.h"
 
 #include <memory>
 #include <string>

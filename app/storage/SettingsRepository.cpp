@@ -1,6 +1,6 @@
 #include "app/storage/SettingsRepository.h"
 
-#include "core/Text.h"
+#include "core/text/Text.h"
 
 namespace velmora {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/storage/Database.h"
-#include "core/JSONRecord.h"
+#include "app/storage/sqlite/Database.h"
+#include "core/json/JSONRecord.h"
 
 #include <memory>
 #include <optional>

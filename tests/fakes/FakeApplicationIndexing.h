@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/services/ApplicationService.h"
+#include "app/services/applications/ApplicationService.h"
 #include "tests/fakes/ManualClock.h"
 
 #include <stdexcept>

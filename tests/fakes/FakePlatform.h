@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/AppServices.h"
-#include "app/ui/SettingsState.h"
+#include "app/composition/AppServices.h"
+#include "app/ui/state/SettingsState.h"
 #include "tests/fakes/FakeBundles.h"
 #include "tests/fakes/FakeChildProcesses.h"
 #include "tests/fakes/FakeDesktop.h"

@@ -1,6 +1,6 @@
-#include "platform/linux/QtAlerts.h"
+#include "platform/qt/QtAlerts.h"
 
-#include "platform/linux/QtMainExecutor.h"
+#include "platform/qt/QtMainExecutor.h"
 #include "tests/fakes/FakeWindowManager.h"
 
 #include <gtest/gtest.h>

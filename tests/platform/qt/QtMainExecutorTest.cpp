@@ -1,4 +1,4 @@
-#include "platform/linux/QtMainExecutor.h"
+#include "platform/qt/QtMainExecutor.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "platform/linux/QtPasteboard.h"
+#include "platform/qt/QtPasteboard.h"
 
-#include "platform/linux/QtMainExecutor.h"
+#include "platform/qt/QtMainExecutor.h"
 
 #include <gtest/gtest.h>
 

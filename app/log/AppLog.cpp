@@ -1,0 +1,42 @@
+#include "app/log/AppLog.h"
+
+#include <spdlog/sinks/stdout_sinks.h>
+#include <spdlog/sinks/systemd_sink.h>
+#include <spdlog/spdlog.h>
+
+#include <unistd.h>
+
+#include <memory>
+
+namespace velmora::AppLog {
+namespace {
+
+constexpr const char* subsystem = "dev.velmora.brisklane";
+
+spdlog::logger& logger() {
+    // Never destroyed: threads may still log while the process ends.
+    static auto* const shared = [] {
+        std::shared_ptr<spdlog::sinks::sink> sink;
+        if (access("/run/systemd/journal/socket", W_OK) == 0) {
+            sink = std::make_shared<spdlog::sinks::systemd_sink_mt>(subsystem);
+        } else {
+            sink = std::make_shared<spdlog::sinks::stderr_sink_mt>();
+            sink->set_pattern("%Y-%m-%dT%H:%M:%S.%e%z %l %v");
+        }
+        return new std::shared_ptr<spdlog::logger>(  // NOLINT(cppcoreguidelines-owning-memory)
+            std::make_shared<spdlog::logger>(subsystem, std::move(sink)));
+    }();
+    return **shared;
+}
+
+}  // namespace
+
+void Channel::info(std::string_view message) const {
+    logger().info("[{}] {}", category_, message);
+}
+
+void Channel::error(std::string_view message) const {
+    logger().error("[{}] {}", category_, message);
+}
+
+}  // namespace velmora::AppLog

@@ -1,0 +1,176 @@
+#include "app/services/applications/ApplicationService.h"
+
+#include "app/log/AppLog.h"
+#include "app/services/UserPath.h"
+#include "app/services/applications/AppActions.h"
+#include "core/AppError.h"
+#include "core/Assert.h"
+#include "core/commands/SearchRanker.h"
+#include "core/text/Text.h"
+
+#include <filesystem>
+#include <unordered_map>
+
+namespace velmora {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto rescanInterval = 60s;
+
+Task<> openFromCommand(std::weak_ptr<ApplicationService> weak, std::string path, std::vector<std::string> arguments) {
+    const auto service = weak.lock();
+    if (!service) throw Cancelled{};
+    co_await service->open(std::move(path), std::move(arguments));
+}
+
+CommandAction action(const std::weak_ptr<ApplicationService>& service, const std::string& path,
+                     const AppLaunchAction& launch) {
+    CommandAction made;
+    made.id = launch.id;
+    made.title = launch.title;
+    made.execute = [service, path, arguments = launch.arguments] { return openFromCommand(service, path, arguments); };
+    return made;
+}
+
+ResultPointer makeResult(const ApplicationRecord& record, const std::weak_ptr<ApplicationService>& service) {
+    auto result = std::make_shared<CommandResult>();
+    result->id = "app:" + record.path;
+    result->title = record.name;
+    result->subtitle = record.bundleIdentifier + " · " + text::validUtf8(record.path);
+    result->keywords = {record.bundleIdentifier, "application"};
+    result->icon = CommandIcon::file(record.path);
+    result->actions.push_back(action(service, record.path, {"open", "Open Application", {}}));
+    result->actions.back().shortcut = "↵";
+    for (const AppLaunchAction& launch : AppActionCatalog::actions(record.bundleIdentifier))
+        result->actions.push_back(action(service, record.path, launch));
+    return result;
+}
+
+bool isApplicationPath(const std::string& path) {
+    const std::filesystem::path whole(path);
+    return whole.is_absolute() && (whole.extension() == ".app" || whole.extension() == ".desktop") &&
+           path.find('\0') == std::string::npos;
+}
+
+}  // namespace
+
+ApplicationCommand::ApplicationCommand(ApplicationRecord record, const std::weak_ptr<ApplicationService>& service)
+    : record_(std::move(record)), result_(makeResult(record_, service)) {}
+
+ApplicationService::ApplicationService(MainExecutor main, Executor pool, Clock& clock, Workspace& workspace,
+                                       std::shared_ptr<ApplicationIndexing> indexer, std::string home)
+    : main_(std::move(main)),
+      pool_(std::move(pool)),
+      clock_(clock),
+      workspace_(workspace),
+      indexer_(std::move(indexer)),
+      home_(std::move(home)) {
+    VELMORA_ASSERT_MAIN();
+}
+
+ApplicationService::~ApplicationService() {
+    watcher_.cancel();
+    refreshTask_.cancel();
+}
+
+Task<> ApplicationService::refresh() {
+    VELMORA_ASSERT_MAIN();
+    const TaskHandle running = startRefresh();
+    co_await running.finished();
+}
+
+TaskHandle ApplicationService::startRefresh() {
+    if (!refreshTask_.done()) return refreshTask_;
+    refreshTask_ = spawn(main_, [weak = weak_from_this(), indexer = indexer_]() -> Task<> {
+        std::vector<ApplicationRecord> records;
+        try {
+            records = co_await indexer->scan();
+        } catch (const Cancelled&) {
+            throw;
+        } catch (...) {
+            AppLog::search.error("The applications could not be listed");
+            co_return;
+        }
+        if (const auto self = weak.lock()) self->publish(std::move(records));
+    });
+    return refreshTask_;
+}
+
+void ApplicationService::publish(std::vector<ApplicationRecord> records) {
+    VELMORA_ASSERT_MAIN();
+    if (records != applications_) {
+        std::unordered_map<std::string_view, CommandPointer> known;
+        for (auto& command : commands_)
+            known.emplace(command->record().path, std::move(command));
+        std::vector<CommandPointer> commands;
+        commands.reserve(records.size());
+        for (const ApplicationRecord& record : records) {
+            const auto same = known.find(record.path);
+            const bool kept = same != known.end() && same->second->record() == record;
+            commands.push_back(kept ? same->second
+                                    : std::make_shared<const ApplicationCommand>(record, weak_from_this()));
+        }
+        applications_ = std::move(records);
+        commands_ = std::move(commands);
+    }
+    lastRefresh_ = clock_.now();
+    const auto callback = onIndexChange;  // it may replace itself
+    if (callback) callback();
+}
+
+void ApplicationService::startMonitoring() {
+    VELMORA_ASSERT_MAIN();
+    if (!watcher_.done()) return;
+    watcher_ = spawn(main_, [weak = weak_from_this(), &clock = clock_]() -> Task<> {
+        for (;;) {
+            co_await clock.sleep(rescanInterval);
+            TaskHandle running;
+            if (const auto self = weak.lock()) running = self->startRefresh();
+            co_await running.finished();
+        }
+    });
+}
+
+std::vector<ApplicationRecord> ApplicationService::search(std::string_view query) const {
+    VELMORA_ASSERT_MAIN();
+    const SearchRanker ranker(query);
+    std::vector<std::pair<double, const ApplicationRecord*>> scored;
+    std::string storage;
+    for (const ApplicationRecord& record : applications_) {
+        storage.clear();
+        const auto texts = SearchTexts::append(storage, record.name, std::span(&record.bundleIdentifier, 1));
+        if (const auto score = ranker.baseScore(texts)) scored.emplace_back(*score, &record);
+    }
+    std::ranges::stable_sort(scored, std::ranges::greater{}, [](const auto& candidate) { return candidate.first; });
+    std::vector<ApplicationRecord> found;
+    found.reserve(scored.size());
+    for (const auto& candidate : scored)
+        found.push_back(*candidate.second);
+    return found;
+}
+
+Task<> ApplicationService::open(std::string path, std::vector<std::string> arguments) {
+    VELMORA_ASSERT_MAIN();
+    std::string location = standardizedPath(path, home_);
+    bool exists = false;
+    if (isApplicationPath(location)) {
+        Actor files(pool_);
+        const auto look = [&location] {
+            std::error_code ignored;
+            return std::filesystem::exists(location, ignored);
+        };
+        exists = co_await files.run(look);
+    }
+    if (!exists) throw AppError::toolExecution("Choose an installed application bundle.");
+    try {
+        co_await workspace_.openApplication(std::move(location), std::move(arguments));
+    } catch (const Cancelled&) {
+        throw;
+    } catch (...) {
+        AppLog::command.error("The workspace refused to launch an application");
+        throw AppError::toolExecution("The application could not be launched.");
+    }
+}
+
+}  // namespace velmora

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "app/services/ResultSource.h"
+#include "app/storage/ClipboardRepository.h"
+#include "core/async/Clock.h"
+#include "platform/FrontmostApplication.h"
+#include "platform/Pasteboard.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velmora {
+
+/// The clipboard history: looks at the clipboard again and again, stores texts and addresses that were copied, finds
+/// them, and copies them back. What the copying program marked as concealed, transient or generated is never read, and
+/// what is on the clipboard at the start is not taken.
+///
+/// Runs on: the main thread; results are made on the worker pool. Lives in a `shared_ptr`. `clock`, `pasteboard` and
+/// `frontmost` must outlive it and the actions it hands out. Fails with: `AppError` (database), from `search` only.
+class ClipboardService final : public ResultSource, public std::enable_shared_from_this<ClipboardService> {
+  public:
+    ClipboardService(MainExecutor main, const Executor& pool, Clock& clock, Pasteboard& pasteboard,
+                     FrontmostApplication& frontmost, ClipboardRepository repository);
+    ~ClipboardService() override;
+    ClipboardService(const ClipboardService&) = delete;
+    ClipboardService& operator=(const ClipboardService&) = delete;
+
+    /// Begins to look every 0.65 seconds, for as long as the service lives. Does nothing when it does already.
+    void start();
+
+    /// Stops looking, for good once the task that is looking has noticed.
+    void stop();
+
+    /// Looks once: stores what was copied since the last time, if anything was. A failure becomes `error()`.
+    [[nodiscard]] Task<> capture();
+
+    /// The newest 500 entries that contain `query`; without one, the newest 500. `directory` means nothing here.
+    [[nodiscard]] Task<std::vector<ResultPointer>> search(std::string query,
+                                                          std::optional<std::string> directory) override;
+
+    /// What the last failing capture failed with.
+    [[nodiscard]] const std::optional<std::string>& error() const { return error_; }
+
+    [[nodiscard]] const ClipboardRepository& repository() const { return repository_; }
+
+    bool enabled = true;              ///< whether copies are stored; one made while it is off never is
+    std::int64_t maximumItems = 500;  ///< how many entries are kept after each capture
+
+  private:
+    [[nodiscard]] Task<std::optional<std::string>> copiedText();
+
+    MainExecutor main_;
+    Actor builder_;
+    Clock& clock_;
+    Pasteboard& pasteboard_;
+    FrontmostApplication& frontmost_;
+    ClipboardRepository repository_;
+    TaskHandle watcher_;
+    std::int64_t lastCount_;
+    std::optional<std::string> error_;
+};
+
+}  // namespace velmora

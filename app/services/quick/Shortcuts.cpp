@@ -1,0 +1,108 @@
+#include "app/services/quick/Shortcuts.h"
+
+#include "app/log/AppLog.h"
+#include "core/AppError.h"
+#include "core/Assert.h"
+#include "core/text/Text.h"
+
+namespace velmora {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto listingInterval = 300s;
+constexpr auto checkInterval = 600s;
+
+Task<> runFromCommand(std::weak_ptr<ShortcutsService> weak, std::string name) {
+    const auto service = weak.lock();
+    if (!service) throw Cancelled{};
+    co_await service->run(std::move(name));
+}
+
+CommandResult makeResult(const std::string& name, const std::weak_ptr<ShortcutsService>& service) {
+    CommandResult result;
+    result.id = std::string(ShortcutCommand::prefix) + name;
+    result.title = name;
+    result.subtitle = "Run Shortcut";
+    result.keywords = text::lowercasedWords(name);
+    result.keywords.insert(result.keywords.begin(), "shortcut");
+    result.icon = CommandIcon::symbol("wand.and.stars");
+    result.actions.push_back(
+        {"run", "Run Shortcut", "↵", ActionRole::normal, [service, name] { return runFromCommand(service, name); }});
+    return result;
+}
+
+}  // namespace
+
+ShortcutCommand::ShortcutCommand(const ShortcutItem& item, const std::shared_ptr<ShortcutsService>& service)
+    : StaticCommand(makeResult(item.name, service)) {}
+
+ShortcutsService::ShortcutsService(MainExecutor main, Clock& clock, std::shared_ptr<ShortcutRunning> runner)
+    : main_(std::move(main)), clock_(clock), runner_(std::move(runner)) {
+    VELMORA_ASSERT_MAIN();
+}
+
+ShortcutsService::~ShortcutsService() {
+    stop();
+}
+
+void ShortcutsService::start() {
+    refresh();
+    if (!monitor_.done()) return;
+    monitor_ = spawn(main_, [weak = weak_from_this(), &clock = clock_]() -> Task<> {
+        for (;;) {
+            co_await clock.sleep(checkInterval);
+            if (const auto self = weak.lock()) self->refresh();
+        }
+    });
+}
+
+void ShortcutsService::refresh() {
+    VELMORA_ASSERT_MAIN();
+    const TimePoint now = clock_.now();
+    // A clock that was set back is no reason to wait for it to come round again.
+    if (lastRefresh_ <= now && lastRefresh_ != TimePoint::min() && now - lastRefresh_ <= listingInterval) return;
+    lastRefresh_ = now;
+    statusText_ = "Loading shortcuts…";
+    refreshTask_ = spawn(main_, [weak = weak_from_this(), runner = runner_]() -> Task<> {
+        std::vector<std::string> names;
+        std::exception_ptr failure;
+        try {
+            names = co_await runner->listNames();
+        } catch (const Cancelled&) {
+            throw;
+        } catch (...) {
+            failure = std::current_exception();
+        }
+        const auto self = weak.lock();
+        if (!self) co_return;
+        if (!failure) co_return self->publish(names);
+        AppLog::app.error("Shortcuts listing failed");
+        self->statusText_ = AppError::friendly(failure);
+    });
+}
+
+void ShortcutsService::publish(const std::vector<std::string>& names) {
+    VELMORA_ASSERT_MAIN();
+    shortcuts_.clear();
+    for (const std::string& name : names)
+        shortcuts_.push_back({name});
+    statusText_ = names.empty() ? "No shortcuts found" : std::to_string(names.size()) + " shortcuts";
+    const auto callback = onUpdate;  // it may replace itself
+    callback();
+}
+
+void ShortcutsService::stop() {
+    refreshTask_.cancel();
+    monitor_.cancel();
+    refreshTask_ = {};
+    monitor_ = {};
+}
+
+Task<> ShortcutsService::run(std::string name) {
+    VELMORA_ASSERT_MAIN();
+    const auto runner = runner_;
+    co_await runner->run(std::move(name));
+}
+
+}  // namespace velmora

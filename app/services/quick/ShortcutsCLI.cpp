@@ -1,0 +1,78 @@
+#include "app/services/quick/ShortcutsCLI.h"
+
+#include "app/services/quick/RaceTimeout.h"
+#include "core/text/Text.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace velmora {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto listTimeout = 20s;
+constexpr auto runTimeout = 180s;
+constexpr std::size_t listLimit = std::size_t{1} << 20U;
+
+bool isExecutableFile(const std::string& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && access(path.c_str(), X_OK) == 0;
+}
+
+std::string_view withoutBlanks(std::string_view line) {
+    line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
+    return line.substr(0, line.find_last_not_of(" \t") + 1);
+}
+
+}  // namespace
+
+Task<std::vector<std::string>> ShortcutsCLI::listNames() {
+    std::vector<std::string> arguments{"list"};
+    const std::string output = co_await execute(std::move(arguments), listLimit, listTimeout);
+    std::vector<std::string> names;
+    std::string_view rest = output;
+    while (!rest.empty()) {
+        const std::string_view line = rest.substr(0, rest.find('\n'));
+        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+        const std::string_view name = withoutBlanks(line);
+        if (!name.empty()) names.emplace_back(name);
+    }
+    co_return names;
+}
+
+Task<> ShortcutsCLI::run(std::string name) {
+    std::vector<std::string> arguments{"run", std::move(name)};
+    co_await execute(std::move(arguments), 0, runTimeout);
+}
+
+Task<std::string> ShortcutsCLI::findTool() const {
+    Actor files(pool_);
+    const auto look = [this]() -> std::string {
+        for (const std::string& tool : tools_) {
+            if (isExecutableFile(tool)) return tool;
+        }
+        return {};
+    };
+    co_return co_await files.run(look);
+}
+
+Task<std::string> ShortcutsCLI::execute(std::vector<std::string> arguments, std::size_t outputLimit,
+                                        std::chrono::seconds timeout) {
+    std::string tool = co_await findTool();
+    if (tool.empty()) throw AppError::configuration("The macOS Shortcuts command line tool is not available.");
+    co_await throwIfCancelled();
+    ChildProcessRequest request{std::move(tool), std::move(arguments), outputLimit};
+    const std::shared_ptr<ChildProcess> child = co_await processes_.start(std::move(request));
+    const std::function<Task<ChildProcessEnding>()> work = [child] { return child->ending(); };
+    const std::function<void()> terminate = [child] { child->terminate(); };
+    const ChildProcessEnding ending = co_await withRaceTimeout(main_, clock_, timeout, work, terminate);
+    if (ending.exceededLimit) throw AppError::toolExecution("The list of shortcuts is too long.");
+    if (ending.status != 0) {
+        const std::string words = text::validUtf8(text::trimmed(ending.errors));
+        throw AppError::toolExecution(words.empty() ? "The shortcut did not complete." : words);
+    }
+    co_return text::validUtf8(ending.output);
+}
+
+}  // namespace velmora

@@ -1,0 +1,282 @@
+#include "app/storage/sqlite/Database.h"
+
+#include "app/storage/sqlite/Schema.h"
+#include "app/storage/sqlite/Statement.h"
+#include "app/storage/sqlite/TextFunctions.h"
+#include "core/Assert.h"
+#include "platform/Runtime.h"
+
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <stop_token>
+#include <utility>
+
+namespace velmora {
+namespace {
+
+constexpr auto cannotOpen = "Could not open the local database.";
+constexpr auto cannotConfigure = "Could not configure the local database.";
+constexpr int openFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX;
+constexpr int busyTimeoutMilliseconds = 3000;
+constexpr mode_t ownerOnly = 0600;
+
+bool run(sqlite3* connection, const char* sql) {
+    return sqlite3_exec(connection, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
+/// Creates the file for its owner alone, before SQLite would create it by the process's mask; SQLite gives its side
+/// files the same permissions. Takes the permissions of others away from a file that is already there.
+///
+/// An existing file is never opened here: closing any descriptor of it would drop the locks that another connection of
+/// this process holds.
+bool makePrivate(const std::string& path) {
+    // A relative path could be one of SQLite's special names, which are not files.
+    if (!path.starts_with('/') || path.find('\0') != std::string::npos) return false;
+    const int created = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, ownerOnly);
+    if (created >= 0) {
+        ::close(created);
+        return true;
+    }
+    if (errno != EEXIST) return false;
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return false;
+    const mode_t kept = status.st_mode & ownerOnly;
+    // Best effort: where it is refused (another owner, a file system without permissions) the file is still usable.
+    if ((status.st_mode & 0777U) != kept) static_cast<void>(::chmod(path.c_str(), kept));
+    return true;
+}
+
+/// While it lives, the schema's triggers do not fire. Statements compiled before its end compile anew after it.
+class TriggersOff {
+  public:
+    explicit TriggersOff(sqlite3* connection) : connection_(connection) { set(0); }
+    ~TriggersOff() { set(1); }
+    TriggersOff(const TriggersOff&) = delete;
+    TriggersOff& operator=(const TriggersOff&) = delete;
+
+  private:
+    void set(int on) { sqlite3_db_config(connection_, SQLITE_DBCONFIG_ENABLE_TRIGGER, on, nullptr); }
+
+    sqlite3* connection_;
+};
+
+/// While it lives, LIKE tells capitals from small letters.
+class CaseSensitiveLike {
+  public:
+    explicit CaseSensitiveLike(sqlite3* connection) : connection_(connection) {
+        if (!run(connection_, "PRAGMA case_sensitive_like=ON")) {
+            throw databaseFailure("The database query could not be prepared.", connection_);
+        }
+    }
+    ~CaseSensitiveLike() { run(connection_, "PRAGMA case_sensitive_like=OFF"); }
+    CaseSensitiveLike(const CaseSensitiveLike&) = delete;
+    CaseSensitiveLike& operator=(const CaseSensitiveLike&) = delete;
+
+  private:
+    sqlite3* connection_;
+};
+
+/// While it lives, a statement running on the connection is interrupted once a stop is requested. Unlike
+/// `sqlite3_interrupt` it can never hit another caller's statement.
+class Interruption {
+  public:
+    Interruption(sqlite3* connection, std::stop_token stop) : connection_(connection), stop_(std::move(stop)) {
+        sqlite3_progress_handler(connection_, instructionsBetweenLooks, &Interruption::look, this);
+    }
+    ~Interruption() { sqlite3_progress_handler(connection_, 0, nullptr, nullptr); }
+    Interruption(const Interruption&) = delete;
+    Interruption& operator=(const Interruption&) = delete;
+
+  private:
+    static constexpr int instructionsBetweenLooks = 100;  // about ten rows of a table scan
+
+    static int look(void* self) { return static_cast<const Interruption*>(self)->stop_.stop_requested() ? 1 : 0; }
+
+    sqlite3* connection_;
+    std::stop_token stop_;
+};
+
+}  // namespace
+
+void Database::Closer::operator()(sqlite3* connection) const noexcept {
+    sqlite3_close_v2(connection);
+}
+
+Database::Database(Private, const Executor& pool, const std::string& path)
+    : checkpointer_(pool, path), writer_{Actor(pool)}, reader_{Actor(pool)} {}
+
+Database::~Database() = default;
+
+Task<std::shared_ptr<Database>> Database::open(std::string path, Executor pool) {
+    const auto database = std::make_shared<Database>(Private{}, pool, path);
+    const auto forWriting = [&] { database->openForWriting(path); };
+    const auto forQueries = [&] { database->openForQueries(path); };
+    co_await database->writer_.actor.run(forWriting);
+    co_await database->reader_.actor.run(forQueries);
+    co_return database;
+}
+
+Task<> Database::execute(std::string_view sql, std::vector<SQLValue> values) {
+    const auto self = shared_from_this();
+    const auto work = [&] {
+        Statement statement(writer_.get(), sql);
+        statement.bind(values);
+        statement.execute();
+    };
+    co_await writer_.actor.run(work);
+}
+
+Task<> Database::executeBatch(std::string_view sql, std::vector<std::vector<SQLValue>> rows) {
+    if (rows.empty()) co_return;
+    const auto self = shared_from_this();
+    const auto work = [&] {
+        transact([&] {
+            Statement statement(writer_.get(), sql);
+            for (const auto& values : rows) {
+                statement.bind(values);
+                statement.execute();
+            }
+        });
+    };
+    co_await writer_.actor.run(work);
+}
+
+Task<> Database::executeMatchingCase(std::string_view sql, std::vector<SQLValue> values) {
+    const auto self = shared_from_this();
+    const auto work = [&] {
+        const CaseSensitiveLike sensitive(writer_.get());
+        Statement statement(writer_.get(), sql);
+        statement.bind(values);
+        statement.execute();
+    };
+    co_await writer_.actor.run(work);
+}
+
+Statement Database::Bulk::prepare(std::string_view sql) const {
+    return {database_.writer_.get(), sql};
+}
+
+Task<> Database::bulkWrite(std::function<void(const Bulk& bulk)> work) {
+    const auto self = shared_from_this();
+    const auto transaction = [&] {
+        const TriggersOff off(writer_.get());
+        transact([&] { work(Bulk(*this)); });
+    };
+    co_await writer_.actor.run(transaction);
+}
+
+Task<std::vector<Row>> Database::rows(std::string_view sql, std::vector<SQLValue> values) {
+    std::vector<Row> result;
+    const std::function<void(Row)> keep = [&result](Row row) { result.push_back(std::move(row)); };
+    co_await forEachRow(sql, std::move(values), keep);
+    co_return result;
+}
+
+Task<std::vector<Row>> Database::rowsMatching(std::string_view sql, std::vector<SQLValue> values) {
+    const auto self = shared_from_this();
+    std::vector<Row> result;
+    const auto work = [&](std::stop_token stop) {
+        const FasterLike faster(reader_.get());
+        query(sql, values, std::move(stop), [&result](Row row) { result.push_back(std::move(row)); });
+    };
+    co_await reader_.actor.run(work);
+    co_return result;
+}
+
+Task<> Database::forEachRow(std::string_view sql, std::vector<SQLValue> values, std::function<void(Row row)> visit) {
+    const auto self = shared_from_this();
+    const auto work = [&](std::stop_token stop) { query(sql, values, std::move(stop), visit); };
+    co_await reader_.actor.run(work);
+}
+
+Task<> Database::releaseMemory() {
+    const auto self = shared_from_this();
+    const auto work = [&] {
+        sqlite3_db_release_memory(writer_.get());
+        returnFreeMemory();
+    };
+    co_await writer_.actor.run(work);
+}
+
+Task<> Database::close() {
+    const auto self = shared_from_this();
+    const auto endQueries = [&] { reader_.handle.reset(); };
+    const auto endWriting = [&] { writer_.handle.reset(); };
+    co_await reader_.actor.run(endQueries);
+    co_await checkpointer_.close();
+    // The last, which takes the write-ahead log along.
+    co_await writer_.actor.run(endWriting);
+}
+
+sqlite3* Database::Connection::get() const {
+    VELMORA_ASSERT(actor.isRunningHere());
+    if (!handle) throw AppError::database("The database is closed.");
+    return handle.get();
+}
+
+std::unique_ptr<sqlite3, Database::Closer> Database::openFile(const std::string& path) {
+    // Only before the library is first used, and refused afterwards: nobody asks SQLite how much memory it has, and
+    // counting it costs a lock at every allocation.
+    static const int counting = sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+    static_cast<void>(counting);
+    sqlite3* opened = nullptr;
+    const int code = sqlite3_open_v2(path.c_str(), &opened, openFlags, nullptr);
+    // SQLite hands out a connection even when it fails; kept here, it is closed whatever happens next.
+    std::unique_ptr<sqlite3, Closer> handle(opened);
+    if (code != SQLITE_OK) throw databaseFailure(cannotOpen, opened);
+    sqlite3_busy_timeout(opened, busyTimeoutMilliseconds);
+    return handle;
+}
+
+void Database::openForWriting(const std::string& path) {
+    if (!makePrivate(path)) throw databaseFailure(cannotOpen, nullptr);
+    auto handle = openFile(path);
+    run(handle.get(), schema::pageSize);
+    for (const char* const migration : schema::migrations) {
+        if (!run(handle.get(), migration)) {
+            throw databaseFailure("Could not migrate the local database.", handle.get());
+        }
+    }
+    for (const char* const statement : schema::fullText)
+        run(handle.get(), statement);
+    for (const char* const statement : schema::tuning)
+        run(handle.get(), statement);
+    if (!run(handle.get(), schema::configuration)) throw databaseFailure(cannotConfigure, handle.get());
+    checkpointer_.follow(handle.get());
+    writer_.handle = std::move(handle);
+}
+
+void Database::openForQueries(const std::string& path) {
+    auto handle = openFile(path);
+    replaceTextFunctions(handle.get());
+    if (!run(handle.get(), schema::queriesOnly)) throw databaseFailure(cannotConfigure, handle.get());
+    reader_.handle = std::move(handle);
+}
+
+void Database::query(std::string_view sql, const std::vector<SQLValue>& values, std::stop_token stop,
+                     const std::function<void(Row row)>& visit) {
+    const Interruption interruption(reader_.get(), std::move(stop));
+    Statement statement(reader_.get(), sql);
+    statement.bind(values);
+    while (auto row = statement.next())
+        visit(*std::move(row));
+}
+
+void Database::transact(const std::function<void()>& work) {
+    constexpr auto notSaved = "Could not save local data.";
+    sqlite3* const open = writer_.get();
+    if (!run(open, "BEGIN IMMEDIATE")) throw databaseFailure(notSaved, open);
+    try {
+        work();
+        if (!run(open, "COMMIT")) throw databaseFailure(notSaved, open);
+    } catch (...) {
+        run(open, "ROLLBACK");
+        throw;
+    }
+}
+
+}  // namespace velmora

@@ -1,0 +1,147 @@
+#include "app/ui/palette/PaletteController.h"
+
+#include "app/log/AppLog.h"
+#include "app/ui/palette/PaletteInput.h"
+#include "app/ui/palette/PaletteView.h"
+#include "app/ui/widgets/Theme.h"
+
+#include <QApplication>
+#include <QCursor>
+#include <QDialog>
+#include <QIcon>
+#include <QInputMethod>
+#include <QScreen>
+#include <QWindow>
+
+namespace velmora {
+namespace {
+
+constexpr double raise = 0.08;  // of the screen's height, above its middle
+
+/// The dialog of ours that waits for an answer.
+QDialog* openDialog() {
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        auto* const dialog = qobject_cast<QDialog*>(window);
+        if (dialog && dialog->isVisible() && dialog->isModal()) return dialog;
+    }
+    return nullptr;
+}
+
+/// Icon themes cover each other's gaps, and the bare fallback of all of them holds hardly more than applications.
+void ensureIconTheme() {
+    const QString fallback = QIcon::fallbackThemeName();
+    if (fallback.isEmpty() || fallback == QLatin1String("hicolor"))
+        QIcon::setFallbackThemeName(QStringLiteral("Adwaita"));
+}
+
+QScreen& screenWithMouse() {
+    QScreen* const under = QGuiApplication::screenAt(QCursor::pos());
+    return under ? *under : *QGuiApplication::primaryScreen();
+}
+
+WindowManager::Edges devicePixels(const QMargins& margins, qreal ratio) {
+    const auto scaled = [ratio](int length) { return static_cast<std::uint32_t>(qRound(length * ratio)); };
+    return {scaled(margins.left()), scaled(margins.right()), scaled(margins.top()), scaled(margins.bottom())};
+}
+
+}  // namespace
+
+PaletteController::PaletteController(std::shared_ptr<PaletteState> state, Desktop desktop)
+    : state_(std::move(state)),
+      windowManager_(desktop.windowManager),
+      view_(new PaletteView(state_,
+                            std::make_shared<ResultIcons>(desktop.main, desktop.pool, std::move(desktop.fileIcons)),
+                            std::move(desktop.chooseFileDirectory), nullptr)) {
+    ensureIconTheme();
+    panel_.setContent(view_);
+    panel_.setFocusProxy(&view_->input());
+    state_->hide = [this] { hide(); };
+    panel_.onKey = [this](CommandPanel::Key key) { handle(key); };
+    panel_.onDeactivate = [this] { deactivated(); };
+    panel_.onDismiss = [this] { hide(); };
+    spawn(desktop.main, [palette = state_] { return palette->start(); });
+}
+
+PaletteController::~PaletteController() {
+    state_->hide = [] {};
+}
+
+void PaletteController::toggle() {
+    shown_ && !openDialog() ? hide() : show();
+}
+
+void PaletteController::show() {
+    QDialog* const dialog = openDialog();
+    if (dialog) {
+        if (shown_) panel_.raise();
+        bringForward(*dialog);
+    } else if (shown_) {
+        bringForward(panel_);
+    } else {
+        open();
+    }
+}
+
+void PaletteController::hide() {
+    if (!std::exchange(shown_, false)) return;
+    state_->cancelWork();
+    panel_.hide();
+    AppLog::app.info("Palette hidden");
+}
+
+void PaletteController::open() {
+    state_->enter(PaletteState::Mode::commands);
+    state_->refreshApplications();
+    state_->refreshQuicklinks();
+    state_->refreshShortcuts();
+    panel_.setComposited(windowManager_.composited());
+    place();
+    windowManager_.makePanel(panel_.winId(), devicePixels(panel_.shadowMargins(), panel_.devicePixelRatioF()));
+    shown_ = true;
+    panel_.show();
+    bringForward(panel_);
+    view_->input().setFocus();
+    view_->preloadIcons();
+    AppLog::app.info("Palette shown");
+}
+
+void PaletteController::place() {
+    QScreen& screen = screenWithMouse();
+    panel_.windowHandle()->setScreen(&screen);
+    const QRect area = screen.availableGeometry();
+    const int left = area.left() + (area.width() - Theme::panelWidth) / 2;
+    const int top = area.top() + (area.height() - Theme::panelHeight) / 2 - qRound(area.height() * raise);
+    const QMargins margins = panel_.shadowMargins();
+    panel_.move(left - margins.left(), std::max(top, area.top()) - margins.top());
+}
+
+void PaletteController::bringForward(QWidget& window) {
+    window.raise();
+    window.activateWindow();
+    windowManager_.activate(window.winId());
+}
+
+void PaletteController::handle(CommandPanel::Key key) {
+    if (openDialog()) return;
+    switch (key) {
+        case CommandPanel::Key::escape:
+            if (view_->input().composing()) {
+                QGuiApplication::inputMethod()->reset();
+            } else {
+                state_->escape();
+            }
+            break;
+        case CommandPanel::Key::actions:
+            state_->toggleActions();
+            break;
+        case CommandPanel::Key::preview:
+            state_->togglePreview();
+            break;
+    }
+}
+
+void PaletteController::deactivated() {
+    if (shown_ && !openDialog() && !QApplication::activePopupWidget()) hide();
+}
+
+}  // namespace velmora

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "app/ui/icons/ResultIcons.h"
+#include "app/ui/state/PaletteState.h"
+
+#include <QWidget>
+#include <functional>
+#include <memory>
+
+class QStackedWidget;
+
+namespace velmora {
+
+class ActionsMenu;
+class AnswerView;
+class BusyLine;
+class ChipButton;
+class EmptyView;
+class NoticeLine;
+class PaletteFooter;
+class PaletteInput;
+class ResultList;
+class ResultPreviewView;
+
+/// Draws the palette from its state and sends the user's clicks and keys back to it. It decides nothing.
+class PaletteView final : public QWidget {
+  public:
+    /// Without `chooseFileDirectory` the files mode has no folder control.
+    PaletteView(std::shared_ptr<PaletteState> state, std::shared_ptr<ResultIcons> icons,
+                std::function<void()> chooseFileDirectory, QWidget* parent);
+
+    [[nodiscard]] PaletteInput& input() { return *input_; }
+
+    /// Has the icons of all commands read in the background, so that typing brings up rows with theirs.
+    void preloadIcons();
+
+  protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+  private:
+    void build();
+    [[nodiscard]] QWidget* inputRow();
+    void wireInput();
+    void refresh();
+    void refreshInputRow();
+    void refreshNotices();
+    void refreshContent();
+    void refreshFooter();
+    void refreshActions();
+    void placeActions();
+    void folderClicked();
+    [[nodiscard]] bool atHome() const;
+
+    std::shared_ptr<PaletteState> state_;
+    std::shared_ptr<ResultIcons> icons_;
+    std::function<void()> chooseFileDirectory_;
+    Subscription changes_;
+
+    QWidget* leading_ = nullptr;  // keeps the room of the mark in front of the input
+    ChipButton* back_ = nullptr;
+    ChipButton* folder_ = nullptr;
+    PaletteInput* input_ = nullptr;
+    BusyLine* busyLine_ = nullptr;
+    NoticeLine* error_ = nullptr;
+    NoticeLine* argumentHelp_ = nullptr;
+    QStackedWidget* content_ = nullptr;
+    ResultList* list_ = nullptr;
+    EmptyView* empty_ = nullptr;
+    AnswerView* answer_ = nullptr;
+    ResultPreviewView* preview_ = nullptr;
+    PaletteFooter* footer_ = nullptr;
+    ActionsMenu* actions_ = nullptr;
+};
+
+}  // namespace velmora

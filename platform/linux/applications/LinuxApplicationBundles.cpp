@@ -1,0 +1,170 @@
+#include "platform/linux/applications/LinuxApplicationBundles.h"
+
+#include "platform/linux/applications/DesktopEntry.h"
+#include "platform/linux/applications/PropertyList.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+#include <mutex>
+#include <unordered_map>
+
+namespace velmora {
+namespace {
+
+using namespace std::string_view_literals;
+
+/// What tells that a file is not the one that was read: its place on the disk, its size and its last change, which no
+/// program can set back.
+struct Version {
+    dev_t device = 0;
+    ino_t inode = 0;
+    off_t size = 0;
+    std::int64_t changedSeconds = 0;
+    std::int64_t changedNanoseconds = 0;
+
+    bool operator==(const Version&) const = default;
+};
+
+std::optional<Version> version(const std::string& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) return std::nullopt;
+    return Version{status.st_dev, status.st_ino, status.st_size, status.st_ctim.tv_sec, status.st_ctim.tv_nsec};
+}
+
+struct Description {
+    std::optional<BundleInformation> information;
+    std::string tryExec;
+};
+
+Description describeBundle(const std::string& path) {
+    static constexpr std::array keys{"CFBundleDisplayName"sv, "CFBundleName"sv, "CFBundleIdentifier"sv};
+    auto strings = bundleStrings(path, keys);
+    if (!strings) return {};
+    const auto value = [&](std::string_view key) -> std::optional<std::string> {
+        const auto found = strings->find(std::string(key));
+        return found == strings->end() ? std::nullopt : std::optional(std::move(found->second));
+    };
+    BundleInformation information;
+    information.displayName = value(keys[0]);
+    if (!information.displayName) information.displayName = value(keys[1]);
+    information.identifier = value(keys[2]);
+    return {std::move(information), {}};
+}
+
+/// What is no application's entry has no identifier, so that it hides nothing but itself.
+Description describeEntry(const std::string& path, const DesktopEnvironment& environment) {
+    BundleInformation information;
+    auto entry = DesktopEntry::load(path, environment.languages);
+    if (!entry) {
+        information.hidden = true;
+        return {std::move(information), {}};
+    }
+    information.displayName = std::move(entry->name);
+    information.identifier.emplace();
+    information.hidden = !entry->isShown(environment.currentDesktops);
+    return {std::move(information), std::move(entry->tryExec)};
+}
+
+/// "kde/viewer.desktop" below a root has the id "kde-viewer".
+std::string desktopId(const std::string& path, const std::string& root) {
+    std::string_view relative = path;
+    if (relative.starts_with(root)) relative.remove_prefix(root.size());
+    relative.remove_prefix(std::min(relative.find_first_not_of('/'), relative.size()));
+    std::string id(relative.substr(0, relative.size() - ".desktop"sv.size()));
+    std::ranges::replace(id, '/', '-');
+    return id;
+}
+
+}  // namespace
+
+/// What was parsed, by path. Entries that a whole scan did not ask for are dropped at the start of the next but one.
+class LinuxApplicationBundles::Cache {
+  public:
+    void beginScan() {
+        const std::lock_guard lock(mutex_);
+        std::erase_if(entries_, [this](const auto& entry) { return entry.second.scan + 1 < scan_; });
+        ++scan_;
+    }
+
+    template <class Describe>
+    Description at(const std::string& path, const Version& current, Describe describe) {
+        const std::lock_guard lock(mutex_);
+        Entry& entry = entries_[path];
+        if (entry.version != current) {
+            entry.description = describe();
+            entry.version = current;
+        }
+        entry.scan = scan_;
+        return entry.description;
+    }
+
+  private:
+    struct Entry {
+        std::optional<Version> version;
+        Description description;
+        std::uint64_t scan = 0;
+    };
+
+    std::mutex mutex_;
+    std::uint64_t scan_ = 0;
+    std::unordered_map<std::string, Entry> entries_;
+};
+
+LinuxApplicationBundles::LinuxApplicationBundles(DesktopEnvironment environment)
+    : environment_(std::move(environment)), cache_(std::make_unique<Cache>()) {}
+
+LinuxApplicationBundles::~LinuxApplicationBundles() = default;
+
+std::vector<std::string> LinuxApplicationBundles::roots() const {
+    cache_->beginScan();
+    std::vector<std::string> data{environment_.dataHome};  // most important first
+    const auto add = [&data](const std::string& folder) {
+        std::string plain = folder;
+        while (plain.size() > 1 && plain.ends_with('/'))
+            plain.pop_back();
+        if (std::ranges::find(data, plain) == data.end()) data.push_back(std::move(plain));
+    };
+    // Sessions put the exports among the data folders, in this order; not all do.
+    const auto addUnlessNamed = [&](const std::string& folder) {
+        const auto& named = environment_.dataFolders;
+        const bool isNamed =
+            std::ranges::find(named, folder) != named.end() || std::ranges::find(named, folder + "/") != named.end();
+        if (!isNamed) add(folder);
+    };
+    addUnlessNamed(environment_.home + "/.local/share/flatpak/exports/share");
+    addUnlessNamed("/var/lib/flatpak/exports/share");
+    for (const std::string& folder : environment_.dataFolders)
+        add(folder);
+    add("/var/lib/snapd/desktop");
+
+    std::vector<std::string> all{"/Applications", environment_.home + "/Applications", "/System/Applications",
+                                 "/System/Library/CoreServices/Applications",
+                                 "/System/Volumes/Preboot/Cryptexes/App/System/Applications"};
+    for (auto folder = data.rbegin(); folder != data.rend(); ++folder)
+        all.push_back(*folder + "/applications");
+    return all;
+}
+
+bool LinuxApplicationBundles::isApplicationName(std::string_view name, bool isDirectory) const {
+    const std::string_view ending = isDirectory ? ".app"sv : ".desktop"sv;
+    return name.size() > ending.size() && name.ends_with(ending);
+}
+
+std::optional<BundleInformation> LinuxApplicationBundles::read(const std::string& path, const std::string& root) const {
+    const bool isEntry = path.ends_with(".desktop");
+    auto current = version(isEntry ? path : path + "/Contents/Info.plist");
+    if (!current && !isEntry) current = version(path + "/Info.plist");
+    if (!current) return std::nullopt;
+    Description found =
+        cache_->at(path, *current, [&] { return isEntry ? describeEntry(path, environment_) : describeBundle(path); });
+    auto& information = found.information;
+    if (isEntry && information && information->identifier) {
+        information->identifier = desktopId(path, root);
+        if (!found.tryExec.empty() && !environment_.findProgram(found.tryExec)) information->hidden = true;
+    }
+    return std::move(information);
+}
+
+}  // namespace velmora

@@ -1,0 +1,102 @@
+#include "platform/linux/trash/TrashFolder.h"
+
+#include "platform/linux/posix/MountTable.h"
+#include "platform/linux/trash/FolderRemoval.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <optional>
+#include <string_view>
+
+namespace velmora {
+namespace {
+
+constexpr std::string_view noteSuffix = ".trashinfo";
+
+std::optional<struct stat> statusOf(const Descriptor& folder) {
+    struct stat status {};
+    if (!folder || fstat(folder.get(), &status) != 0) return std::nullopt;
+    return status;
+}
+
+bool belongsTo(const Descriptor& folder, uid_t user) {
+    const auto status = statusOf(folder);
+    return status && status->st_uid == user;
+}
+
+void add(std::vector<TrashFolder>& all, Descriptor folder, uid_t user) {
+    if (belongsTo(folder, user)) all.emplace_back(std::move(folder));
+}
+
+/// The note on a thing has the thing's name and a suffix.
+std::string thingOf(std::string_view note) {
+    if (!note.ends_with(noteSuffix)) return {};
+    return std::string(note.substr(0, note.size() - noteSuffix.size()));
+}
+
+bool exists(int folder, const std::string& name) {
+    struct stat status {};
+    return fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
+}  // namespace
+
+std::vector<TrashFolder> TrashFolder::find(const std::string& home, const std::vector<std::string>& volumes,
+                                           uid_t user) {
+    std::vector<TrashFolder> all;
+    add(all, openPath(home, O_RDONLY | O_DIRECTORY | O_NOFOLLOW), user);
+    const std::string number = std::to_string(user);
+    for (const std::string& volume : volumes) {
+        const Descriptor top = openPath(volume, O_PATH | O_DIRECTORY);
+        if (!top) continue;
+        const Descriptor shared = openSubfolder(top.get(), ".Trash");
+        const auto status = statusOf(shared);
+        if (status && (status->st_mode & S_ISVTX) != 0) add(all, openSubfolder(shared.get(), number.c_str()), user);
+        add(all, openSubfolder(top.get(), (".Trash-" + number).c_str()), user);
+    }
+    return all;
+}
+
+bool TrashFolder::empty() const {
+    bool whole = true;
+    const Descriptor files = openSubfolder(folder_.get(), "files");
+    const Descriptor info = openSubfolder(folder_.get(), "info");
+    if (files) {
+        FolderRemoval removal(files.get());
+        for (const std::string& name : entryNames(files.get())) {
+            const bool gone = removal.remove(name);
+            if (gone && info) unlinkat(info.get(), (name + std::string(noteSuffix)).c_str(), 0);
+            whole = whole && gone;
+        }
+    } else {
+        whole = !exists(folder_.get(), "files");
+    }
+    if (info) {
+        // What is left are notes on things that are gone, and those on things that would not go.
+        FolderRemoval removal(info.get());
+        for (const std::string& note : entryNames(info.get())) {
+            const std::string thing = thingOf(note);
+            const bool isNeeded = !thing.empty() && files && exists(files.get(), thing);
+            if (!isNeeded) whole = removal.remove(note) && whole;
+        }
+    } else {
+        whole = whole && !exists(folder_.get(), "info");
+    }
+    // Whoever keeps it makes it anew.
+    if (unlinkat(folder_.get(), "directorysizes", 0) != 0 && errno != ENOENT) whole = false;
+    return whole;
+}
+
+std::vector<std::string> mountedVolumes() {
+    const Descriptor root = openPath("/", O_PATH | O_DIRECTORY);
+    const MountTable table("/", root.get());
+    std::vector<std::string> volumes{"/"};
+    for (const auto& [path, mount] : table.mounts()) {
+        if (!table.isBlocked(path) && path != volumes.back()) volumes.push_back(path);
+    }
+    return volumes;
+}
+
+}  // namespace velmora

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "platform/linux/watch/DirectoryMarks.h"
+
+#include <memory>
+#include <optional>
+#include <unordered_set>
+#include <vector>
+
+namespace velmora {
+
+/// Which ways of marking may be used, and how many marks of each at most.
+struct MarkPolicy {
+    bool fanotify = true;
+    bool inotify = true;
+    std::size_t maximumMarks = SIZE_MAX;  ///< besides the half of the system's limit
+};
+
+/// The ways of marking folders that this system has, the better one first, within their limits.
+///
+/// Runs on: one thread. Fails with: `AppError.recoverable` when there is no way at all.
+class MarkSet {
+  public:
+    explicit MarkSet(MarkPolicy policy);
+
+    /// Marks an open folder. Nothing when it cannot be.
+    std::optional<MarkKey> add(int folder, bool isRoot);
+
+    /// A mark that was not known before is kept.
+    void keep(MarkKey mark);
+
+    /// A kept mark's folder is out of sight. `mayLive`: it has moved and is not deleted, so that a mark that cannot be
+    /// taken off stays and counts.
+    void release(MarkKey mark, bool mayLive);
+
+    void read(DirectoryEvents& events);
+    [[nodiscard]] std::vector<int> descriptors() const;
+
+    /// Whether so many marks have stayed on folders that moved away that it is time to start anew.
+    [[nodiscard]] bool needsRenewal() const;
+
+    /// Drops every mark and every event that waits.
+    void renew();
+
+  private:
+    struct Way {
+        std::unique_ptr<DirectoryMarks> marks;
+        std::size_t limit = 0;
+        std::size_t inUse = 0;  // kept marks and strays
+    };
+    struct KeyHash {
+        std::size_t operator()(const MarkKey& key) const { return key.low ^ (key.high << 1); }
+    };
+
+    Way* wayOf(MarkKey mark);
+
+    MarkPolicy policy_;
+    std::vector<Way> ways_;
+    std::unordered_set<MarkKey, KeyHash> strays_;
+};
+
+}  // namespace velmora

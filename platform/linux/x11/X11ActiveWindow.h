@@ -1,0 +1,33 @@
+#pragma once
+
+#include "platform/linux/x11/X11Connection.h"
+
+#include <vector>
+
+namespace velmora {
+
+/// The window that the user works with, as the window manager tells; one of this process's own does not count, so that
+/// the one that was active before it stays.
+///
+/// Runs on: the thread of `connection`. Fails with: nothing.
+class X11ActiveWindow {
+  public:
+    explicit X11ActiveWindow(X11Connection& connection);
+
+    /// To be called with every event of the connection.
+    void handle(const xcb_generic_event_t& event);
+
+    /// What it says to belong to (ICCCM, WM_CLASS): the class, then the instance. Empty when no window is active.
+    [[nodiscard]] std::vector<std::string> classes() const;
+
+  private:
+    void look();
+
+    X11Connection& connection_;
+    xcb_atom_t activeWindow_ = XCB_NONE;
+    xcb_atom_t processId_ = XCB_NONE;
+    bool isAny_ = false;                // whether any window is active, one of our own included
+    std::vector<std::string> classes_;  // of the last that was not our own
+};
+
+}  // namespace velmora

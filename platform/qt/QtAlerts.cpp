@@ -1,0 +1,110 @@
+#include "platform/qt/QtAlerts.h"
+
+#include "core/Assert.h"
+
+#include <QApplication>
+#include <QTimer>
+#include <algorithm>
+#include <utility>
+
+namespace velmora {
+namespace {
+
+void bringForward(QWidget& window, WindowManager& windowManager) {
+    window.raise();
+    window.activateWindow();
+    windowManager.activate(window.winId());
+}
+
+}  // namespace
+
+struct QtAlerts::Question {
+    AlertDialog::Kind kind;
+    QString title;
+    QString detail;
+    AlertDialog::Answer answer = AlertDialog::Answer::dismissed;
+    std::shared_ptr<detail::Waiter> waiter;
+};
+
+QtAlerts::~QtAlerts() {
+    for (const auto& question : std::exchange(questions_, {}))
+        question->waiter->resume();
+    if (!dialog_) return;
+    dialog_->onAnswer = nullptr;
+    dialog_->setParent(nullptr);
+    const std::unique_ptr<AlertDialog> last(dialog_);
+}
+
+Task<bool> QtAlerts::confirm(std::string title, std::string detail) {
+    const auto answer = co_await ask(AlertDialog::Kind::confirmation, std::move(title), std::move(detail));
+    co_return answer == AlertDialog::Answer::allowed;
+}
+
+Task<> QtAlerts::showFailure(std::string title, std::string detail) {
+    co_await ask(AlertDialog::Kind::failure, std::move(title), std::move(detail));
+}
+
+Task<AlertDialog::Answer> QtAlerts::ask(AlertDialog::Kind kind, std::string title, std::string detail) {
+    VELMORA_ASSERT_MAIN();
+    co_await throwIfCancelled();
+    const auto question = std::make_shared<Question>(
+        Question{kind, QString::fromStdString(title), QString::fromStdString(detail), {}, nullptr});
+    const std::function<void(std::shared_ptr<detail::Waiter>)> park = [&](std::shared_ptr<detail::Waiter> waiter) {
+        question->waiter = std::move(waiter);
+        questions_.push_back(question);
+        if (questions_.size() == 1) showNext();
+    };
+    const std::function<void(detail::Waiter&)> stop = [this, question](detail::Waiter& waiter) {
+        withdraw(question);
+        waiter.resume();
+    };
+    co_await detail::suspend(park, stop);
+    co_await throwIfCancelled();
+    co_return question->answer;
+}
+
+void QtAlerts::showNext() {
+    if (dialog_ || questions_.empty()) return;
+    const Question& question = *questions_.front();
+    if (QWidget* const active = QApplication::activeWindow()) parent_ = active;
+    if (parent_ && !parent_->isVisible()) parent_ = nullptr;
+    auto dialog = std::make_unique<AlertDialog>(question.kind, question.title, question.detail, parent_,
+                                                windowManager_.composited());
+    dialog_ = dialog.release();  // its parent's, or deleted when it is closed
+    dialog_->onAnswer = [this](AlertDialog::Answer answer) { end(answer); };
+    dialog_->show();
+    bringForward(*dialog_, windowManager_);
+}
+
+void QtAlerts::end(AlertDialog::Answer answer) {
+    const auto question = questions_.front();
+    questions_.pop_front();
+    question->answer = answer;
+    question->waiter->resume();
+    closeDialog();
+}
+
+void QtAlerts::closeDialog() {
+    if (const auto dialog = std::exchange(dialog_, nullptr)) {
+        dialog->onAnswer = nullptr;
+        dialog->hide();
+        dialog->deleteLater();
+    }
+    // Later: this may be the dialog's own destructor, or its parent's.
+    QTimer::singleShot(0, &loop_, [this] {
+        // Where nothing else gives the focus back, the window that was asked over would stay without.
+        if (questions_.empty() && parent_ && parent_->isVisible()) bringForward(*parent_, windowManager_);
+        if (questions_.empty()) parent_ = nullptr;
+        showNext();
+    });
+}
+
+void QtAlerts::withdraw(const std::shared_ptr<Question>& question) {
+    const auto place = std::find(questions_.begin(), questions_.end(), question);
+    if (place == questions_.end()) return;
+    const bool shown = place == questions_.begin();
+    questions_.erase(place);
+    if (shown) closeDialog();
+}
+
+}  // namespace velmora

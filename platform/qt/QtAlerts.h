@@ -1,0 +1,43 @@
+#pragma once
+
+#include "platform/Alerts.h"
+#include "platform/WindowManager.h"
+#include "platform/qt/AlertDialog.h"
+
+#include <QPointer>
+#include <deque>
+#include <memory>
+
+namespace velmora {
+
+/// Alerts as dialogs of the desktop, one at a time: a second question waits until the first one is answered.
+///
+/// Runs on: the main thread, as do the tasks that ask. Cancelling a task takes its question away. Questions that are
+/// open when this is destroyed count as dismissed.
+class QtAlerts final : public Alerts {
+  public:
+    explicit QtAlerts(WindowManager& windowManager) : windowManager_(windowManager) {}
+    ~QtAlerts() override;
+    QtAlerts(const QtAlerts&) = delete;
+    QtAlerts& operator=(const QtAlerts&) = delete;
+
+    [[nodiscard]] Task<bool> confirm(std::string title, std::string detail) override;
+    [[nodiscard]] Task<> showFailure(std::string title, std::string detail) override;
+
+  private:
+    struct Question;
+
+    [[nodiscard]] Task<AlertDialog::Answer> ask(AlertDialog::Kind kind, std::string title, std::string detail);
+    void showNext();
+    void end(AlertDialog::Answer answer);
+    void withdraw(const std::shared_ptr<Question>& question);
+    void closeDialog();
+
+    WindowManager& windowManager_;
+    std::deque<std::shared_ptr<Question>> questions_;  // the first one is on screen
+    QPointer<AlertDialog> dialog_;
+    QPointer<QWidget> parent_;
+    QObject loop_;
+};
+
+}  // namespace velmora

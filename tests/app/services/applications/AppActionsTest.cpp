@@ -1,0 +1,44 @@
+#include "app/services/applications/AppActions.h"
+
+#include <gtest/gtest.h>
+
+namespace velmora {
+namespace {
+
+using Words = std::vector<std::string>;
+
+TEST(LaunchArguments, SplitsAtWhiteSpaceOutsideQuotes) {
+    struct Case {
+        std::string text;
+        Words arguments;
+    };
+    const Case cases[] = {
+        {"", {}},
+        {" \t\n ", {}},
+        {"\"\" ''", {}},
+        {"--profile \"Work Profile\" --flag", {"--profile", "Work Profile", "--flag"}},
+        {"a\"b c\"d", {"ab cd"}},
+        {"'it''s'", {"its"}},
+        {"\"abc def", {"abc def"}},
+        {"it's over", {"its over"}},
+        {"'say \"hi\"' \"it's\"", {"say \"hi\"", "it's"}},
+        {R"(C:\temp\ x \")", {R"(C:\temp\)", "x", R"(\)"}},
+        {"one\r\ntwo\u00a0three\u3000four", {"one", "two", "three", "four"}},
+        {"'line\nbreak'", {"line\nbreak"}},
+        {"cafe\u0301 \U0001F469\u200D\U0001F4BB", {"cafe\u0301", "\U0001F469\u200D\U0001F4BB"}},
+        {"x\"\u0301y", {"x\"\u0301y"}},  // a quotation mark with an accent is another character
+        {"\xff\xfe a", {"\xff\xfe", "a"}},
+    };
+    for (const Case& one : cases)
+        EXPECT_EQ(LaunchArguments::split(one.text), one.arguments) << one.text;
+}
+
+TEST(LaunchArguments, SplitsALongTextInReasonableTime) {
+    std::string text;
+    for (int i = 0; i < 200'000; ++i)
+        text += "'a b' ";
+    EXPECT_EQ(LaunchArguments::split(text).size(), 200'000);
+}
+
+}  // namespace
+}  // namespace velmora

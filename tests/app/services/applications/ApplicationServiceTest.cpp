@@ -1,0 +1,232 @@
+#include "app/services/applications/ApplicationService.h"
+
+#include "core/AppError.h"
+#include "platform/Runtime.h"
+#include "tests/fakes/FakeApplicationIndexing.h"
+#include "tests/fakes/FakeWorkspace.h"
+#include "tests/fakes/TemporaryFolder.h"
+#include "tests/fakes/TestLoop.h"
+
+#include <gtest/gtest.h>
+
+namespace velmora {
+namespace {
+
+using namespace std::chrono_literals;
+using Launch = test::FakeWorkspace::Launch;
+
+const ApplicationRecord browser{"Brave", "com.brave.Browser", "/Applications/Brave.app"};
+const ApplicationRecord editor{"Editor", "org.example.editor", "/usr/share/applications/editor.desktop"};
+
+class ApplicationServiceTest : public testing::Test {
+  protected:
+    void refresh() {
+        loop.run([&]() -> Task<> { co_await service->refresh(); });
+    }
+
+    /// What `open` fails with; empty when it does not.
+    std::string failureOfOpening(const std::string& path, const std::vector<std::string>& arguments = {}) {
+        try {
+            loop.run([&]() -> Task<> { co_await service->open(path, arguments); });
+            return "";
+        } catch (const AppError& error) {
+            EXPECT_EQ(error.kind(), AppError::Kind::toolExecution);
+            return error.what();
+        }
+    }
+
+    std::string installed(const std::string& name) {
+        std::filesystem::create_directories(home.path() + "/Applications/" + name);
+        return home.path() + "/Applications/" + name;
+    }
+
+    test::TestLoop loop;
+    test::ManualClock clock;
+    test::TemporaryFolder home;
+    WorkerPool pool{1};
+    test::FakeWorkspace workspace{clock};
+    std::shared_ptr<test::FakeApplicationIndexing> indexer = std::make_shared<test::FakeApplicationIndexing>(clock);
+    std::shared_ptr<ApplicationService> service =
+        std::make_shared<ApplicationService>(loop.executor(), pool.executor(), clock, workspace, indexer, home.path());
+};
+
+TEST_F(ApplicationServiceTest, KeepsTheCommandsOfApplicationsThatDidNotChange) {
+    int changes = 0;
+    service->onIndexChange = [&] { ++changes; };
+    indexer->records = {browser, editor};
+    refresh();
+    const auto before = service->commands();
+    const ResultPointer result = before[0]->result({});
+    refresh();
+    EXPECT_EQ(service->commands(), before);
+    EXPECT_EQ(service->commands()[0]->result({}), result);
+    EXPECT_EQ(changes, 2) << "every scan is reported";
+
+    ApplicationRecord renamed = editor;
+    renamed.name = "Another Editor";
+    indexer->records = {renamed, browser};
+    clock.advance(5s);
+    refresh();
+    ASSERT_EQ(service->commands().size(), 2);
+    EXPECT_EQ(service->commands()[0]->result({})->title, "Another Editor");
+    EXPECT_EQ(service->commands()[1], before[0]);
+    EXPECT_EQ(service->lastRefresh(), clock.now());
+
+    indexer->records.clear();
+    refresh();
+    EXPECT_TRUE(service->commands().empty());
+    EXPECT_TRUE(service->applications().empty());
+}
+
+TEST_F(ApplicationServiceTest, CallersJoinTheRunningScan) {
+    indexer->delay = 1s;
+    indexer->records = {browser};
+    int returned = 0;
+    const auto wait = [&]() -> Task<> {
+        co_await service->refresh();
+        EXPECT_EQ(service->applications().size(), 1);
+        ++returned;
+    };
+    const TaskHandle first = spawn(loop.executor(), wait);
+    const TaskHandle second = spawn(loop.executor(), wait);
+    const TaskHandle third = spawn(loop.executor(), wait);
+    loop.settle();
+    first.cancel();
+    loop.settle();
+    EXPECT_TRUE(first.done()) << "the one that started the scan need not wait for it";
+    clock.advance(1s);
+    loop.settle();
+    EXPECT_EQ(returned, 2);
+    EXPECT_EQ(indexer->begun, 1);
+}
+
+TEST_F(ApplicationServiceTest, AFailedScanLeavesTheListAsItWas) {
+    int changes = 0;
+    service->onIndexChange = [&] { ++changes; };
+    indexer->records = {browser};
+    refresh();
+    indexer->fails = true;
+    refresh();
+    EXPECT_EQ(service->applications(), indexer->records);
+    EXPECT_EQ(changes, 1);
+    indexer->fails = false;
+    refresh();
+    EXPECT_EQ(changes, 2);
+}
+
+TEST_F(ApplicationServiceTest, RescansEveryMinuteUntilItIsDestroyed) {
+    service->startMonitoring();
+    service->startMonitoring();
+    loop.settle();
+    for (int minute = 1; minute <= 3; ++minute) {
+        clock.advance(59s);
+        loop.settle();
+        EXPECT_EQ(indexer->completed, minute - 1);
+        clock.advance(1s);
+        loop.settle();
+        EXPECT_EQ(indexer->completed, minute);
+    }
+    indexer->delay = 10s;
+    clock.advance(60s);
+    loop.settle();
+    EXPECT_EQ(indexer->begun, 4);
+    const std::weak_ptr<ApplicationService> weak = service;
+    service.reset();
+    EXPECT_TRUE(weak.expired()) << "neither the watcher nor the scan holds the service";
+    loop.settle();
+    indexer->delay = 0s;
+    clock.advance(1h);
+    loop.settle();
+    EXPECT_EQ(indexer->begun, 4);
+    EXPECT_EQ(indexer->completed, 3) << "the scan that was running is given up";
+}
+
+TEST_F(ApplicationServiceTest, TheCallbackMayReplaceItselfAndDropTheService) {
+    service->onIndexChange = [&] {
+        service->onIndexChange = nullptr;
+        service.reset();
+    };
+    spawn(loop.executor(), [held = service]() -> Task<> { co_await held->refresh(); });
+    loop.settle();
+    EXPECT_EQ(service, nullptr);
+}
+
+TEST_F(ApplicationServiceTest, RunsTheActionsOfAnApplication) {
+    ApplicationRecord installedBrowser = browser;
+    installedBrowser.path = installed("Brave.app");
+    indexer->records = {installedBrowser};
+    refresh();
+    const ResultPointer result = service->commands().front()->result({});
+    for (const CommandAction& action : result->actions)
+        loop.run([&]() -> Task<> { co_await action.execute(); });
+    EXPECT_EQ(workspace.launches, (std::vector<Launch>{{installedBrowser.path, {}},
+                                                       {installedBrowser.path, {"--new-window"}},
+                                                       {installedBrowser.path, {"--incognito"}}}));
+    service.reset();
+    EXPECT_THROW(loop.run([&]() -> Task<> { co_await result->actions[0].execute(); }), Cancelled)
+        << "a result may outlive the service";
+}
+
+TEST_F(ApplicationServiceTest, SearchesNamesAndIdentifiers) {
+    const ApplicationRecord other{"Édition", "org.example.pages", "/p.desktop"};
+    const ApplicationRecord codec{"Zed Code", "org.edi", "/z.desktop"};
+    indexer->records = {browser, other, editor, codec};
+    refresh();
+    EXPECT_EQ(service->search("EDI"), (std::vector{other, editor, codec})) << "names first, each kind in list order";
+    EXPECT_EQ(service->search("application"), std::vector<ApplicationRecord>{});
+    EXPECT_EQ(service->search(" ").size(), 4);
+}
+
+TEST_F(ApplicationServiceTest, OpensOnlyInstalledApplications) {
+    const std::string bundle = installed("My App.app");
+    const std::string entry = home.write("Applications/tool.desktop", "[Desktop Entry]\n");
+    home.write("notes.txt", "x");
+    const std::string refusal = "Choose an installed application bundle.";
+    struct Case {
+        std::string path;
+        std::string failure;
+        std::string launched;
+    };
+    const Case cases[] = {
+        {bundle, "", bundle},
+        {"~/Applications/My App.app", "", bundle},
+        {"~/Applications/./x/..//tool.desktop", "", entry},
+        {bundle + "/", "", bundle},
+        {home.path() + "/notes.txt", refusal, ""},
+        {"~/Applications/Missing.app", refusal, ""},
+        {"~/Applications/My App.APP", refusal, ""},
+        {"Applications/My App.app", refusal, ""},
+        {"~", refusal, ""},
+        {"", refusal, ""},
+        {std::string("/x\0y.app", 8), refusal, ""},
+        {"/" + std::string(1'000'000, 'a') + ".app", refusal, ""},
+    };
+    for (const Case& one : cases) {
+        workspace.launches.clear();
+        EXPECT_EQ(failureOfOpening(one.path, {"a b", ""}), one.failure) << one.path.substr(0, 80);
+        const std::vector<Launch> expected{{one.launched, {"a b", ""}}};
+        EXPECT_EQ(workspace.launches, one.launched.empty() ? std::vector<Launch>{} : expected);
+    }
+    workspace.fails = true;
+    EXPECT_EQ(failureOfOpening(bundle), "The application could not be launched.");
+}
+
+TEST_F(ApplicationServiceTest, ACancelledLaunchIsNoFailure) {
+    workspace.delay = 1h;
+    const std::string bundle = installed("Slow.app");
+    bool cancelled = false;
+    const TaskHandle task = spawn(loop.executor(), [&]() -> Task<> {
+        try {
+            co_await service->open(bundle, {});
+        } catch (const Cancelled&) {
+            cancelled = true;
+        }
+    });
+    loop.until([&] { return clock.sleeping() == 1; });
+    task.cancel();
+    loop.settle();
+    EXPECT_TRUE(cancelled);
+}
+
+}  // namespace
+}  // namespace velmora

@@ -1,0 +1,100 @@
+#include "app/services/files/FileService.h"
+
+#include "core/AppError.h"
+#include "tests/fakes/FakeDesktop.h"
+#include "tests/fakes/FakeWorkspace.h"
+#include "tests/fakes/TemporaryFolder.h"
+#include "tests/fakes/TestLoop.h"
+
+#include <gtest/gtest.h>
+
+namespace velmora {
+namespace {
+
+class FileServiceTest : public testing::Test {
+  protected:
+    /// What running an action fails with, or nothing.
+    std::string failure(const std::function<Task<>()>& work) {
+        try {
+            loop.run([&]() -> Task<> { co_await work(); });
+        } catch (const AppError& error) {
+            EXPECT_EQ(error.kind(), AppError::Kind::recoverable);
+            return error.what();
+        }
+        return {};
+    }
+
+    [[nodiscard]] ResultPointer resultFor(const std::string& path) {
+        return service->results({FileRecord{"report.pdf", path, false, 4, std::nullopt}}).front();
+    }
+
+    std::string run(const ResultPointer& result, std::size_t action) {
+        return failure(result->actions.at(action).execute);
+    }
+
+    test::TestLoop loop;
+    test::ManualClock clock;
+    test::TemporaryFolder home;
+    std::string file = home.write("report.pdf", "text");
+    test::FakeWorkspace workspace{clock};
+    test::FakePasteboard pasteboard;
+    test::FakeMenu menu;
+    test::FakeFolderPanel panel;
+    std::shared_ptr<FileService> service =
+        std::make_shared<FileService>(loop.executor(), workspace, pasteboard, menu, panel, home.path());
+};
+
+TEST_F(FileServiceTest, DescribesFilesAndFolders) {
+    const auto results = service->results({
+        {"a.bin", "/x/a.bin", false, 1'500'000, std::nullopt},
+        {"b", "/x/b", true, 4096, timeFromSeconds(1'699'963'200)},
+    });
+    EXPECT_EQ(results[0]->subtitle, "1.5 MB · /x/a.bin");
+    EXPECT_TRUE(results[1]->subtitle->starts_with("Folder · Nov 14, 2023")) << *results[1]->subtitle;
+    EXPECT_TRUE(results[1]->subtitle->ends_with(" · /x/b"));
+}
+
+TEST_F(FileServiceTest, ActsOnFilesThatExist) {
+    const auto result = resultFor("~/./sub/../report.pdf");
+    EXPECT_EQ(run(result, 0), "");
+    EXPECT_EQ(workspace.opened, std::vector<std::string>{file});
+    EXPECT_EQ(run(result, 2), "");
+    EXPECT_EQ(workspace.revealed, std::vector<std::string>{file});
+    workspace.fails = true;
+    EXPECT_EQ(run(result, 0), "No application could open this file.");
+}
+
+TEST_F(FileServiceTest, SaysThatADeletedFileIsGoneButCopiesItsPath) {
+    const auto result = resultFor("/nowhere/at all");
+    const std::string gone = "This file no longer exists or is not accessible.";
+    for (const std::size_t action : {0U, 1U, 2U})
+        EXPECT_EQ(run(result, action), gone);
+    EXPECT_TRUE(workspace.opened.empty() && workspace.revealed.empty() && menu.shown.empty());
+    EXPECT_EQ(run(result, 3), "");
+    EXPECT_EQ(pasteboard.text, "/nowhere/at all");
+    pasteboard.refuses = true;
+    EXPECT_EQ(run(result, 3), "Could not update the clipboard.");
+}
+
+TEST_F(FileServiceTest, OffersTheOtherApplications) {
+    workspace.fileHandlers.defaultPath = "/apps/0.desktop";
+    workspace.fileHandlers.all = {{"App 0", "/apps/0.desktop"}};
+    const auto result = resultFor(file);
+    EXPECT_EQ(run(result, 1), "No other application can open this file.");
+
+    for (int i = 1; i <= 12; ++i) {
+        workspace.fileHandlers.all.push_back({"App " + std::to_string(i), "/apps/" + std::to_string(i) + ".desktop"});
+    }
+    EXPECT_EQ(run(result, 1), "");
+    ASSERT_EQ(menu.shown.size(), 1U);
+    EXPECT_EQ(menu.shown[0].size(), 8U);
+    EXPECT_EQ(menu.shown[0].front(), "App 1");
+    EXPECT_TRUE(workspace.openedWith.empty()) << "the menu was dismissed";
+
+    menu.choice = 2;
+    EXPECT_EQ(run(result, 1), "");
+    EXPECT_EQ(workspace.openedWith, (std::vector<test::FakeWorkspace::Launch>{{"/apps/3.desktop", {file}}}));
+}
+
+}  // namespace
+}  // namespace velmora

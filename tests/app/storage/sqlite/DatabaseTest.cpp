@@ -1,0 +1,221 @@
+#include "app/storage/sqlite/Database.h"
+
+#include "tests/app/storage/StorageFixture.h"
+
+#include <sys/stat.h>
+
+#include <latch>
+
+namespace velmora::test {
+namespace {
+
+constexpr auto insertSetting = "INSERT INTO settings(key,value) VALUES(?,?)";
+
+class DatabaseTest : public StorageTest {};
+
+TEST_F(DatabaseTest, ReopensAnExistingFileUnchanged) {
+    constexpr auto schema = "SELECT type||name||coalesce(sql,'') AS c FROM sqlite_master ORDER BY c";
+    execute(insertSetting, {"kept", "value"});
+    const std::string before = column(schema);
+    close();
+    EXPECT_FALSE(std::filesystem::exists(path + "-wal")) << "closing folds the log into the file";
+    database = open(path);
+    EXPECT_EQ(column(schema), before);
+    EXPECT_EQ(one("SELECT value AS c FROM settings WHERE key='kept'"), "value");
+}
+
+TEST_F(DatabaseTest, OnlyTheOwnerMayReadTheFiles) {
+    const auto mode = [](const std::string& file) {
+        struct stat status {};
+        EXPECT_EQ(::stat(file.c_str(), &status), 0) << file;
+        return status.st_mode & 0777U;
+    };
+    const std::string fresh = at("fresh.sqlite");
+    const std::string loose = at("loose.sqlite");
+    const mode_t mask = umask(0);
+    {
+        RawConnection other(loose);
+        EXPECT_EQ(other.run("CREATE TABLE t(x)"), SQLITE_OK);
+    }
+    EXPECT_EQ(mode(loose), 0644U) << "what SQLite would do by itself";
+    for (const std::string& file : {fresh, loose}) {
+        database = open(file);
+        execute(insertSetting, {"a", "b"});
+        for (const char* suffix : {"", "-wal", "-shm"})
+            EXPECT_EQ(mode(file + suffix), 0600U) << file << suffix;
+    }
+    umask(mask);
+}
+
+TEST_F(DatabaseTest, ReadsEveryColumnAsText) {
+    execute("INSERT INTO file_index(path,name,parent,is_directory,size,modified) VALUES(?,?,?,?,?,?)",
+            {"/a", std::string("a"), std::string_view("/"), true, std::int64_t{1} << 53, timeFromSeconds(1.5e9)});
+    const struct {
+        const char* expression;
+        const char* text;
+    } cases[] = {
+        {"is_directory", "1"},
+        {"size", "9007199254740992"},
+        {"modified", "1500000000.0"},
+        {"-0.25", "-0.25"},
+        {"9e999", "Inf"},
+        {"''", ""},
+        {"NULL", "(absent)"},
+        {"x'6869'", "hi"},
+        {"typeof(size)||typeof(modified)", "integerreal"},
+    };
+    for (const auto& [expression, text] : cases) {
+        const std::string sql = "SELECT " + std::string(expression) + " AS c FROM file_index";
+        EXPECT_EQ(one(sql), text) << expression;
+    }
+    const auto bound = rows("SELECT ? AS number, ? AS flag, ? AS absent, ? AS text, ? AS none",
+                            {2.5, false, std::optional<std::string>(), std::optional<std::string>("x"), nullptr});
+    EXPECT_EQ(bound[0].text("number"), "2.5");
+    EXPECT_EQ(bound[0].number("flag"), 0);
+    EXPECT_EQ(bound[0].text("text"), "x");
+    EXPECT_FALSE(bound[0].text("absent") || bound[0].text("none") || bound[0].text("unknown"));
+    const auto twins = rows("SELECT 'first' AS t, 'second' AS t, NULL AS t");
+    EXPECT_EQ(twins[0].text("t"), "second") << "the last one that is not NULL";
+}
+
+TEST_F(DatabaseTest, RowsConvertStrictly) {
+    const struct {
+        std::string text;
+        std::optional<std::int64_t> integer;
+        std::optional<double> number;
+    } cases[] = {
+        {"42", 42, 42},
+        {"+42", 42, 42},
+        {"", {}, {}},
+        {" 1", {}, {}},
+        {"+-1", {}, {}},
+        {"1.5", {}, 1.5},
+        {"0x10", {}, {}},
+        {"inf", {}, {}},
+        {"nan", {}, {}},
+        {"1e999", {}, {}},
+        {"9223372036854775807", INT64_MAX, 9223372036854775807.0},
+        {"9223372036854775808", {}, 9223372036854775808.0},
+    };
+    for (const auto& [text, integer, number] : cases) {
+        const auto row = rows("SELECT ? AS c", {text});
+        EXPECT_EQ(row[0].integer("c"), integer) << text;
+        EXPECT_EQ(row[0].number("c"), number) << text;
+    }
+    EXPECT_EQ(rows("SELECT 1.5 AS c")[0].time("c"), timeFromSeconds(1.5));
+}
+
+TEST_F(DatabaseTest, KeepsAnyBytesOfAText) {
+    using namespace std::string_literals;
+    for (const std::string& text :
+         {"a\0b"s, "\xff\xfe\x80"s, "\xed\xa0\x80"s, "naïve 🙂"s, std::string(1 << 20, 'x')}) {
+        execute("INSERT INTO settings(key,value) VALUES('k',?) ON CONFLICT(key) DO UPDATE SET value=excluded.value",
+                {text});
+        const auto stored = rows("SELECT value FROM settings WHERE key='k'");
+        EXPECT_EQ(stored[0].text("value"), text);
+        EXPECT_EQ(rows("SELECT 1 AS c FROM settings WHERE value=?", {text}).size(), 1U);
+    }
+}
+
+TEST_F(DatabaseTest, FailuresHaveTheirSentence) {
+    constexpr auto unprepared = "The database query could not be prepared.";
+    const struct {
+        const char* sql;
+        Values values;
+        const char* execute;
+        const char* rows;
+    } cases[] = {
+        {"SELECT * FROM nowhere", {}, unprepared, unprepared},
+        {"", {}, unprepared, unprepared},
+        {"-- nothing", {}, unprepared, unprepared},
+        {"SELECT ?", {1, 2}, "Could not bind database values.", "Could not bind database values."},
+        {"SELECT 1", {}, "Could not save local data.", ""},
+        {"INSERT INTO settings(key) VALUES('k')", {}, "Could not save local data.", "Could not read local data."},
+        {"SELECT abs(-9223372036854775807 - 1)", {}, "Could not save local data.", "Could not read local data."},
+    };
+    for (const auto& [sql, values, executing, reading] : cases) {
+        EXPECT_EQ(failureOf([&] { execute(sql, values); }), executing) << sql;
+        EXPECT_EQ(failureOf([&] { rows(sql, values); }), reading) << sql;
+    }
+}
+
+TEST_F(DatabaseTest, ABatchIsWrittenWhollyOrNotAtAll) {
+    constexpr auto saved = "SELECT key AS c FROM settings ORDER BY key";
+    batch(insertSetting, {{"a", "1"}, {"b", "2"}, {"c", "3"}});
+    EXPECT_EQ(column(saved), "a\nb\nc\n");
+    const struct {
+        const char* sql;
+        std::vector<Values> entries;
+        const char* sentence;
+    } cases[] = {
+        {insertSetting, {{"d", "4"}, {"a", "twice"}, {"e", "5"}}, "Could not save local data."},
+        {insertSetting, {{"d", "4"}, {"e", nullptr}}, "Could not save local data."},
+        {insertSetting, {{"d", "4"}, {"e", "5", "6"}}, "Could not bind database values."},
+        {"INSERT INTO nowhere VALUES(?)", {{1}}, "The database query could not be prepared."},
+        {"COMMIT", {{}}, "Could not save local data."},
+    };
+    for (const auto& [sql, entries, sentence] : cases) {
+        EXPECT_EQ(failureOf([&] { batch(sql, entries); }), sentence) << sql;
+        EXPECT_EQ(column(saved), "a\nb\nc\n") << sql;
+    }
+    batch(insertSetting, {{"d", "4"}});
+    EXPECT_EQ(column(saved), "a\nb\nc\nd\n") << "a failed batch leaves no transaction behind";
+}
+
+TEST_F(DatabaseTest, QueriesDoNotWaitForABatchAndDoNotSeeHalfOfIt) {
+    std::latch begun(1);
+    std::latch read(1);
+    const std::function<void(const Database::Bulk&)> work = [&](const Database::Bulk& bulk) {
+        Statement insert = bulk.prepare(insertSetting);
+        insert.bind({"b", "2"});
+        insert.execute();
+        begun.count_down();
+        read.wait();
+    };
+    batch(insertSetting, {{"a", "1"}});
+    const TaskHandle writing = spawn(loop.executor(), [&] { return database->bulkWrite(work); });
+    loop.settle();
+    begun.wait();
+    EXPECT_EQ(column("SELECT key AS c FROM settings"), "a\n");
+    read.count_down();
+    loop.until([&] { return writing.done(); });
+    EXPECT_EQ(column("SELECT key AS c FROM settings ORDER BY key"), "a\nb\n");
+}
+
+TEST_F(DatabaseTest, TheLogIsCopiedInTheBackground) {
+    constexpr std::size_t batchBytes = 5'000'000;
+    constexpr std::size_t batches = 100;
+    const std::string log = path + "-wal";
+    for (std::size_t i = 0; i < batches; ++i) {
+        batch(insertSetting, {{std::to_string(i), std::string(batchBytes, 'x')}});
+        EXPECT_LT(std::filesystem::file_size(log), batches * batchBytes * 3 / 4) << "it would grow forever";
+    }
+    EXPECT_GT(std::filesystem::file_size(path), batchBytes) << "nothing was copied";
+    close();
+    EXPECT_GT(std::filesystem::file_size(path), batches * batchBytes);
+    EXPECT_FALSE(std::filesystem::exists(log)) << "the last connection takes it along";
+}
+
+TEST_F(DatabaseTest, CloseWaitsForWhatCameBeforeAndRefusesWhatComesAfter) {
+    int ended = 0;
+    const std::function<Task<>()> write = [&]() -> Task<> {
+        co_await database->execute("INSERT INTO settings(key,value) VALUES(hex(randomblob(8)),'')");
+        ++ended;
+    };
+    for (int i = 0; i < 20; ++i)
+        spawn(loop.executor(), write);
+    close();
+    EXPECT_EQ(ended, 20);
+    close();
+    constexpr auto closed = "The database is closed.";
+    EXPECT_EQ(failureOf([&] { execute("SELEC"); }), closed);
+    EXPECT_EQ(failureOf([&] { rows("SELECT 1"); }), closed);
+    EXPECT_EQ(failureOf([&] { batch(insertSetting, {{"a", "b"}}); }), closed);
+    EXPECT_EQ(failureOf([&] { batch(insertSetting, {}); }), "") << "an empty batch touches nothing";
+    EXPECT_EQ(failureOf([&] { onWriter("SELECT 1 AS c"); }), closed);
+    database = open(path);
+    EXPECT_EQ(one("SELECT COUNT(*) AS c FROM settings"), "20");
+}
+
+}  // namespace
+}  // namespace velmora::test

@@ -1,0 +1,115 @@
+#include "app/storage/sqlite/TextFunctions.h"
+
+#include "app/storage/sqlite/LikePattern.h"
+#include "tests/app/storage/StorageFixture.h"
+
+#include <random>
+
+namespace velmora::test {
+namespace {
+
+using TextFunctionsTest = StorageTest;
+
+TEST_F(TextFunctionsTest, MeanWhatTheyMeanInSQLite) {
+    // Another connection has SQLite's own.
+    sqlite3* plain = nullptr;
+    ASSERT_EQ(sqlite3_open(path.c_str(), &plain), SQLITE_OK);
+    std::string letters = "x'";
+    for (int byte = 0; byte < 256; ++byte) {
+        constexpr auto digits = "0123456789ABCDEF";
+        letters += {digits[byte / 16], digits[byte % 16]};
+    }
+    const std::string texts[] = {"NULL",
+                                 "''",
+                                 "'a'",
+                                 "'É'",
+                                 "'xÉabcé'",
+                                 "'©'",
+                                 "'Ã'",
+                                 "12",
+                                 "-1.50",
+                                 "x'C3A9'",
+                                 "x'A9'",
+                                 "x''",
+                                 "'ABCDEFGHIJKLMNOPQRSTUVWXYZ[@`{'",
+                                 "'a'||char(0)||'B'",
+                                 letters + "'",
+                                 "CAST(" + letters + "' AS TEXT)"};
+    std::vector<std::string> expressions;
+    for (const std::string& whole : texts) {
+        expressions.push_back("lower(" + whole + ")");
+        for (const std::string& part : texts)
+            expressions.push_back("instr(" + whole + "," + part + ")");
+    }
+    for (const std::string& expression : expressions) {
+        const std::string sql = "SELECT ifnull(hex(" + expression + "),'(null)')||typeof(" + expression + ") AS c";
+        std::string expected;
+        const auto keep = [](void* result, int, char** values, char**) {
+            *static_cast<std::string*>(result) = values[0];
+            return 0;
+        };
+        ASSERT_EQ(sqlite3_exec(plain, sql.c_str(), keep, &expected, nullptr), SQLITE_OK);
+        EXPECT_EQ(one(sql), expected) << expression;
+    }
+    sqlite3_close(plain);
+}
+
+/// `count` pieces of patterns and names, among them capitals, wildcards, escapes and characters of several bytes.
+std::string anyText(std::mt19937& random, std::size_t count) {
+    static constexpr std::string_view pieces[] = {"a", "A", "b",  "B", "z", "@", "`", "%",
+                                                  "_", "K", "\\", "é", "É", "1", ".", "漢"};
+    std::string text;
+    for (std::size_t i = 0; i < count; ++i)
+        text += pieces[random() % std::size(pieces)];
+    return text;
+}
+
+TEST(LikePattern, MatchesAsSQLiteDoes) {
+    std::mt19937 random(7);
+    std::size_t matched = 0;
+    for (int round = 0; round < 20'000; ++round) {
+        const std::string part = anyText(random, random() % 8);
+        const std::string text = anyText(random, random() % 40) + part + anyText(random, random() % 40);
+        std::string pattern = round % 2 == 0 ? part : anyText(random, random() % 5);
+        for (char& c : pattern)
+            c = c == 'a' ? 'A' : c == 'B' ? 'b' : c;
+        if (random() % 3 > 0) pattern.insert(0, "%");
+        if (random() % 3 > 0) pattern += "%";
+        const char escape = random() % 4 == 0 ? '\0' : '\\';
+        const bool expected = sqlite3_strlike(pattern.c_str(), text.c_str(), static_cast<unsigned char>(escape)) == 0;
+        EXPECT_EQ(LikePattern(pattern, escape).matches(text), expected) << pattern << " in " << text;
+        matched += expected ? 1 : 0;
+    }
+    EXPECT_GT(matched, 4'000U);
+}
+
+TEST_F(TextFunctionsTest, AQueryThatMatchesManyTextsFindsTheSame) {
+    for (const SQLValue& value : {SQLValue("Report.TXT"), SQLValue("report"), SQLValue("100%"), SQLValue("12")})
+        execute("INSERT INTO settings(key,value) VALUES(hex(randomblob(8)),?)", {value});
+    static constexpr auto query = "SELECT group_concat(value) AS c FROM settings WHERE value LIKE ? ESCAPE ?";
+    const struct {
+        SQLValue pattern;
+        SQLValue escape;
+        const char* found;
+    } cases[] = {{"%REPORT%", "\\", "Report.TXT,report"},
+                 {"%\\%", "\\", "100%"},
+                 {"%", "!", "Report.TXT,report,100%,12"},
+                 {"1_", "\\", "12"},
+                 {nullptr, "\\", "(absent)"},
+                 {"%", nullptr, "(absent)"}};
+    for (const auto& [pattern, escape, found] : cases) {
+        const auto result = loop.run([&] { return database->rowsMatching(query, {pattern, escape}); });
+        EXPECT_EQ(result.at(0).text("c").value_or("(absent)"), found);
+        EXPECT_EQ(one(query, {pattern, escape}), found) << "with SQLite's own";
+    }
+    EXPECT_EQ(failureOf([&] { loop.run([&] {
+                                  return database->rowsMatching(query, {"%", "ab"});
+                              }); }),
+              "Could not read local data.");
+    // And the next query looks up what it can again.
+    const auto plan = rows("EXPLAIN QUERY PLAN SELECT name FROM file_index WHERE name LIKE ? ESCAPE '\\'", {"ab%"});
+    EXPECT_TRUE(plan.at(0).text("detail")->starts_with("SEARCH")) << *plan.at(0).text("detail");
+}
+
+}  // namespace
+}  // namespace velmora::test

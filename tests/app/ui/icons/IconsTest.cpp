@@ -1,0 +1,134 @@
+#include "app/ui/icons/IconImage.h"
+#include "app/ui/icons/SymbolIcons.h"
+#include "tests/fakes/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+#include <QIcon>
+#include <QImage>
+#include <chrono>
+#include <fstream>
+
+namespace velmora {
+namespace {
+
+std::string svg(const std::string& body) {
+    return R"(<svg xmlns="http://www.w3.org/2000/svg" xmlns:xlink="http://www.w3.org/1999/xlink" viewBox="0 0 9 9">)" +
+           body + "</svg>";
+}
+
+std::string repeated(const std::string& text, int times) {
+    std::string all;
+    for (int i = 0; i < times; ++i)
+        all += text;
+    return all;
+}
+
+/// Ten groups, each of which draws the one before ten times.
+std::string referenceBomb() {
+    std::string body = "<rect id='g0' width='9' height='9'/>";
+    for (int level = 1; level <= 10; ++level) {
+        const std::string use = "<use xlink:href='#g" + std::to_string(level - 1) + "'/>";
+        body += "<g id='g" + std::to_string(level) + "'>" + repeated(use, 10) + "</g>";
+    }
+    return svg(body);
+}
+
+quint32 crc(const std::string& data) {
+    quint32 sum = ~0U;
+    for (const char byte : data) {
+        sum ^= static_cast<unsigned char>(byte);
+        for (int bit = 0; bit < 8; ++bit)
+            sum = sum >> 1 ^ (sum & 1 ? 0xedb88320U : 0U);
+    }
+    return ~sum;
+}
+
+std::string bytes(quint32 number) {
+    std::string all;
+    for (int shift = 24; shift >= 0; shift -= 8)
+        all += static_cast<char>(number >> shift & 0xff);
+    return all;
+}
+
+/// A PNG that claims to be `side` pixels wide and high, without the pixels.
+std::string pngOf(quint32 side) {
+    const std::string header = "IHDR" + bytes(side) + bytes(side) + std::string("\x08\x06\0\0\0", 5);
+    return std::string("\x89PNG\r\n\x1a\n\0\0\0\r", 12) + header + bytes(crc(header)) + std::string(100'000, '\0');
+}
+
+class IconImageTest : public testing::Test {
+  protected:
+    test::TemporaryFolder folder;
+};
+
+TEST_F(IconImageTest, FitsPicturesIntoTheIcon) {
+    QImage wide(300, 150, QImage::Format_RGB32);
+    wide.fill(Qt::red);
+    const QString path = QString::fromStdString(folder.path() + "/wide.png");
+    ASSERT_TRUE(wide.save(path));
+    EXPECT_EQ(IconImage::read(path.toStdString(), 64).size(), QSize(64, 32));
+    const QImage drawn = IconImage::read(folder.write("d.svg", svg("<rect width='9' height='9' fill='#00f'/>")), 48);
+    EXPECT_EQ(drawn.size(), QSize(48, 48));
+    EXPECT_EQ(drawn.pixelColor(24, 24), QColor(Qt::blue));
+}
+
+TEST_F(IconImageTest, TurnsAwayWhatIsNoIcon) {
+    const std::string pipe = folder.path() + "/pipe.png";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const std::string big = folder.write("big.png", "\x89PNG");
+    std::filesystem::resize_file(big, 1ULL << 33);
+    const std::vector<std::string> paths{
+        pipe,
+        big,
+        folder.path(),
+        "relative.png",
+        "/dev/zero",
+        folder.path() + "/missing.png",
+        folder.write("empty.png", ""),
+        folder.write("text.png", "no picture at all"),
+        folder.write("huge.png", pngOf(60'000)),
+        folder.write("endless.png", pngOf(0x7fffffff)),
+        folder.write("broken.png", pngOf(64)),
+        folder.write("deep.svg", svg(repeated("<g>", 200'000) + repeated("</g>", 200'000))),
+        folder.write("unclosed.svg", svg(repeated("<g>", 60))),
+        folder.write("bomb.svg", referenceBomb()),
+        folder.write("lol.svg", "<!DOCTYPE svg [<!ENTITY a 'xxxxxxxxxx'><!ENTITY b '&a;&a;&a;&a;&a;&a;&a;&a;'>]>" +
+                                    svg("<text>&b;</text>")),
+        folder.write("outside.svg", svg("<image xlink:href='/dev/zero' width='9' height='9'/>")),
+        folder.write("zip.svgz", std::string("\x1f\x8b\x08\0\0\0\0\0", 8)),
+    };
+    for (const std::string& path : paths) {
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_TRUE(IconImage::read(path, 64).isNull()) << path;
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2)) << path;
+    }
+}
+
+TEST(SymbolIconsTest, EverySymbolShowsSomethingInTheColourAskedFor) {
+    // No theme at all: the drawings have to stand alone.
+    QIcon::setThemeSearchPaths({});
+    std::vector<QString> names{"no.such.symbol", "", QString(100'000, u'x')};
+    for (const SymbolDrawing& one : symbolDrawings())
+        names.push_back(QString::fromUtf8(one.symbol.data(), static_cast<qsizetype>(one.symbol.size())));
+    for (const QString& name : names) {
+        const QPixmap pixmap = SymbolIcons::pixmap(name, 22, 1.5, Qt::green);
+        EXPECT_EQ(pixmap.size(), QSize(33, 33)) << name.toStdString();
+        const QImage image = pixmap.toImage();
+        int inked = 0;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x) {
+                const QColor colour = image.pixelColor(x, y);
+                if (colour.alpha() < 128) continue;
+                ++inked;
+                EXPECT_GT(colour.green(), 200);
+                EXPECT_LT(colour.red(), 50);
+            }
+        }
+        EXPECT_GT(inked, 40) << name.toStdString();
+    }
+}
+
+}  // namespace
+}  // namespace velmora

@@ -1,0 +1,125 @@
+#include "app/ui/palette/ResultList.h"
+#include "tests/app/ui/palette/PaletteFixture.h"
+
+#include <QInputMethodEvent>
+
+namespace velmora {
+namespace {
+
+using test::PaletteFixture;
+
+class PaletteKeys : public PaletteFixture {
+  protected:
+    PaletteKeys() {
+        for (const std::string id : {"zq one", "zq two", "zq three"})
+            add(id, [](CommandResult& result) { result.previewText = "text"; });
+        show();
+        type("zq ");
+    }
+
+    void compose(const QString& preedit, const QString& commit = {}) {
+        QInputMethodEvent event(preedit, {});
+        if (!commit.isEmpty()) event.setCommitString(commit);
+        QApplication::sendEvent(&input(), &event);
+    }
+
+    /// Everything a key can change, in one word each.
+    [[nodiscard]] std::string situation() const {
+        std::string words = "row " + std::to_string(state->selection());
+        if (state->showsActions()) words += ", menu " + std::to_string(state->actionSelection());
+        if (state->showsPreview()) words += ", preview";
+        if (runs > 0) words += ", ran";
+        if (!controller->visible()) words += ", hidden";
+        if (input().text() != "zq ") words += ", text '" + input().text().toStdString() + "'";
+        return words;
+    }
+};
+
+TEST_F(PaletteKeys, MeanWhatTheyAreShownToMean) {
+    struct Case {
+        int key;
+        Qt::KeyboardModifiers modifiers;
+        std::string expected;
+    };
+    const std::vector<Case> cases{
+        {Qt::Key_Down, {}, "row 1"},
+        {Qt::Key_Down, Qt::KeypadModifier, "row 2"},
+        {Qt::Key_Down, {}, "row 0"},
+        {Qt::Key_Up, {}, "row 2"},
+        {Qt::Key_K, Qt::ControlModifier, "row 2, menu 0"},
+        {Qt::Key_Up, {}, "row 2, menu 0"},
+        {Qt::Key_K, Qt::MetaModifier, "row 2"},
+        {Qt::Key_Y, Qt::MetaModifier, "row 2, preview"},
+        {Qt::Key_Up, {}, "row 1, preview"},
+        {Qt::Key_K, Qt::MetaModifier, "row 1, menu 0"},
+        {Qt::Key_Y, Qt::ControlModifier, "row 1, preview"},
+        {Qt::Key_Escape, {}, "row 1"},
+        {Qt::Key_Tab, {}, "row 1"},
+        {Qt::Key_Backtab, Qt::ShiftModifier, "row 1"},
+        {Qt::Key_Return, Qt::ControlModifier, "row 1"},
+        {Qt::Key_Enter, Qt::KeypadModifier, "row 1, ran"},
+        {Qt::Key_Escape, {}, "row 1, ran, hidden"},
+    };
+    for (const Case& one : cases) {
+        press(one.key, one.modifiers);
+        EXPECT_EQ(situation(), one.expected) << QKeySequence(one.key | one.modifiers).toString().toStdString();
+    }
+}
+
+TEST_F(PaletteKeys, TextBeingComposedIsNoQuery) {
+    compose("ni");
+    EXPECT_EQ(state->query(), "zq ");
+    for (const int key : {Qt::Key_Down, Qt::Key_Return, Qt::Key_Tab, Qt::Key_Up})
+        press(key);
+    EXPECT_EQ(situation(), "row 0") << "keys belong to the input method while it composes";
+    compose({}, "你");
+    EXPECT_EQ(state->query(), "zq 你");
+    compose("hao");
+    press(Qt::Key_Escape);
+    EXPECT_TRUE(controller->visible()) << "the first Escape only ends the composition";
+    compose({});
+    press(Qt::Key_Escape);
+    EXPECT_FALSE(controller->visible());
+}
+
+TEST_F(PaletteKeys, ChangesOfTheStateLeaveTheFieldAlone) {
+    input().setCursorPosition(1);
+    state->showError("something");
+    add("zq four");
+    EXPECT_EQ(input().cursorPosition(), 1);
+    type("x");
+    EXPECT_EQ(state->query(), "zxq ");
+    EXPECT_EQ(input().cursorPosition(), 2);
+    // Half a character cannot be expressed in the state's encoding; it must not be replaced under the cursor either.
+    input().insert(QString(QChar(0xd83d)));
+    EXPECT_EQ(input().cursorPosition(), 3);
+}
+
+TEST_F(PaletteKeys, PastingTooMuchIsHarmless) {
+    QMimeData* const data = new QMimeData;
+    data->setText(QString(1'000'000, u'x') + "\nsecond line\r\n\tthird");
+    QGuiApplication::clipboard()->setMimeData(data);
+    press(Qt::Key_A, Qt::ControlModifier);
+    press(Qt::Key_V, Qt::ControlModifier);
+    EXPECT_FALSE(state->query().empty());
+    EXPECT_LE(state->query().size(), 40'000U);
+    QGuiApplication::clipboard()->setText("one\ntwo");
+    press(Qt::Key_A, Qt::ControlModifier);
+    press(Qt::Key_V, Qt::ControlModifier);
+    EXPECT_EQ(state->query().find('\n'), std::string::npos);
+    EXPECT_EQ(runs, 0);
+}
+
+TEST_F(PaletteKeys, ClicksSelectAndRun) {
+    auto& list = view<ResultList>();
+    const QRect row = list.visualRect(list.model()->index(2, 0));
+    QTest::mousePress(list.viewport(), Qt::LeftButton, {}, row.center());
+    EXPECT_EQ(situation(), "row 0") << "nothing happens before the click is complete";
+    QTest::mouseRelease(list.viewport(), Qt::LeftButton, {}, row.center());
+    loop.settle();
+    EXPECT_EQ(situation(), "row 2, ran");
+    EXPECT_TRUE(input().hasFocus());
+}
+
+}  // namespace
+}  // namespace velmora

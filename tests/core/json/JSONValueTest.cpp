@@ -1,0 +1,161 @@
+#include "core/json/JSONValue.h"
+
+#include "core/AppError.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace velmora {
+namespace {
+
+using Object = JSONValue::Object;
+using Array = JSONValue::Array;
+
+TEST(JSONValue, ReadsEveryCase) {
+    using namespace std::string_literals;
+    const struct {
+        std::string text;
+        JSONValue value;
+    } cases[] = {
+        {"null", nullptr},
+        {" \t\r\n true \n", true},
+        {"1", 1},
+        {"1.0", 1},
+        {"-0", 0},
+        {"18446744073709551615", 18446744073709551615.0},
+        {"123456789012345678901234567890", 123456789012345678901234567890.0},
+        // Halfway cases, which a conversion that is not exact gets wrong.
+        {"9007199254740993.0", 9007199254740992.0},
+        {"2.2250738585072011e-308", 2.2250738585072011e-308},
+        {"1.7976931348623157e308", 1.7976931348623157e308},
+        {"0.1e-400", 0},
+        {R"("a\"\\\/\b\f\n\r\té\ud83d\ude42\u0000z")", "a\"\\/\b\f\n\r\té🙂\0z"s},
+        {"[]", Array{}},
+        {"{}", Object{}},
+        {R"({"list":[1,"two",null,{"no":false}]})", Object{{"list", Array{1, "two", nullptr, Object{{"no", false}}}}}},
+        {R"({"twice":1,"":2,"twice":[3]})", Object{{"", 2}, {"twice", Array{3}}}},
+    };
+    for (const auto& [text, value] : cases)
+        EXPECT_EQ(JSONValue::parse(text), value) << text;
+    EXPECT_NE(JSONValue::parse("true"), JSONValue(1));
+    EXPECT_NE(JSONValue::parse("1"), JSONValue(true));
+    EXPECT_NE(JSONValue(Array{}), JSONValue(Object{}));
+}
+
+TEST(JSONValue, RefusesWhatIsNotOneJSONText) {
+    using namespace std::string_literals;
+    const std::string cases[] = {
+        "",
+        "nul",
+        "1 2",
+        "[1,]",
+        "{",
+        "'a'",
+        "\"a\nb\"",
+        "01",
+        "NaN",
+        "Infinity",
+        "1e400",
+        "-1e400",
+        "[1e99999999999999999999]",
+        "// c\n1",
+        "\"\xff\"",
+        "\"\xc0\xaf\"",
+        "\"\xed\xa0\x80\"",
+        "{\"\xf0\x9f\":1}",
+        R"("\ud83d")",
+        R"("\ud83dx")",
+        "\xef\xbb\xbf{}",
+        "1\0"s,
+        "\0"s,
+    };
+    for (const std::string& text : cases)
+        EXPECT_THROW(JSONValue::parse(text), JSONError) << text;
+}
+
+TEST(JSONValue, BoundsWhatItReads) {
+    const auto nested = [](std::size_t depth, const std::string& open, const std::string& close) {
+        std::string text;
+        for (std::size_t i = 0; i < depth; ++i)
+            text += open;
+        text += "1";
+        for (std::size_t i = 0; i < depth; ++i)
+            text += close;
+        return text;
+    };
+    const auto accepts = [](const std::string& text, std::size_t bytes = JSONValue::defaultMaximumBytes) {
+        try {
+            JSONValue::parse(text, bytes);
+            return true;
+        } catch (const JSONError&) {
+            return false;
+        }
+    };
+    EXPECT_TRUE(accepts(nested(JSONValue::maximumDepth, "[", "]")));
+    EXPECT_FALSE(accepts(nested(JSONValue::maximumDepth + 1, "[", "]")));
+    EXPECT_FALSE(accepts(nested(JSONValue::maximumDepth + 1, "{\"a\":", "}")));
+    EXPECT_FALSE(accepts(std::string(1'000'000, '[')));
+    EXPECT_TRUE(accepts("[1,2]", 5));
+    EXPECT_FALSE(accepts("[1,2]", 4));
+    std::string many = "[0";
+    for (std::size_t i = 2; i < JSONValue::maximumValues; ++i)
+        many += ",0";
+    EXPECT_TRUE(accepts(many + "]"));
+    EXPECT_FALSE(accepts(many + ",0]"));
+}
+
+TEST(JSONValue, WritesCompactTextThatReadsBack) {
+    using namespace std::string_literals;
+    const struct {
+        JSONValue value;
+        std::string text;
+    } cases[] = {
+        {20.0, "20"},
+        {-3, "-3"},
+        {0.5, "0.5"},
+        {1e15, "1000000000000000"},
+        {std::int64_t{1} << 62, "4611686018427387904"},
+        {1e22, "1e+22"},
+        {0.1 + 0.2, "0.30000000000000004"},
+        {std::numeric_limits<double>::denorm_min(), "5e-324"},
+        {"a\"\\/\n\t\x01\x7f é🙂\0"s, "\"a\\\"\\\\/\\n\\u0009\\u0001\x7f é🙂\\u0000\""},
+        {Object{{"k\"", Array{true, false, nullptr, Object{}, Array{}}}}, R"({"k\"":[true,false,null,{},[]]})"},
+    };
+    for (const auto& [value, text] : cases) {
+        EXPECT_EQ(value.encodedString(), text);
+        EXPECT_EQ(JSONValue::parse(text), value) << text;
+    }
+    EXPECT_EQ(JSONValue("bad\xff").encodedString(), "\"bad\uFFFD\"") << "never text that is not UTF-8";
+    EXPECT_THROW(static_cast<void>(JSONValue(Array{NAN}).encodedString()), JSONError);
+    EXPECT_THROW(static_cast<void>(JSONValue(-INFINITY).encodedString()), JSONError);
+}
+
+TEST(JSONValue, LooksUpWithoutFailing) {
+    const JSONValue value = Object{{"number", 5}, {"list", Array{1}}, {"flag", true}};
+    EXPECT_FALSE(value["flag"].number() || value["number"].string() || value["list"].object() || value.array());
+    for (const JSONValue& other : {JSONValue(Array{}), JSONValue(Object{}), JSONValue("any"), JSONValue()})
+        EXPECT_EQ(other["any"], JSONValue(nullptr));
+    EXPECT_EQ(JSONValue::parse(R"({"a":{"b":1}})")["a"]["b"], JSONValue(1)) << "safe on a temporary";
+}
+
+TEST(JSONValue, RequiresANonEmptyString) {
+    const JSONValue input = Object{{"blank", " "}, {"empty", ""}, {"number", 5}};
+    EXPECT_EQ(input.requiredString("blank"), " ");
+    const auto refusal = [](const JSONValue& value, std::string_view key) -> std::string {
+        try {
+            static_cast<void>(value.requiredString(key));
+        } catch (const AppError& error) {
+            EXPECT_EQ(error.kind(), AppError::Kind::toolExecution);
+            return error.what();
+        }
+        return "";
+    };
+    for (const char* key : {"empty", "number", "absent"})
+        EXPECT_EQ(refusal(input, key), "Missing or invalid input: " + std::string(key) + ".");
+    EXPECT_EQ(refusal(Array{"query"}, "query"), "Missing or invalid input: query.");
+}
+
+}  // namespace
+}  // namespace velmora

@@ -1,0 +1,115 @@
+#include "platform/linux/applications/LinuxApplicationBundles.h"
+
+#include "platform/linux/applications/DesktopIcon.h"
+#include "tests/fakes/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+namespace velmora {
+namespace {
+
+namespace fs = std::filesystem;
+using Texts = std::vector<std::string>;
+
+class LinuxApplicationBundlesTest : public testing::Test {
+  protected:
+    LinuxApplicationBundlesTest() {
+        environment.home = folder.path();
+        environment.dataHome = folder.path() + "/share";
+        environment.dataFolders = {folder.path() + "/system"};
+        environment.languages = {"de_AT", "de", "C"};
+        environment.currentDesktops = {"ubuntu", "GNOME"};
+        environment.searchFolders = {folder.path() + "/bin"};
+    }
+
+    std::string entry(const std::string& relative, const std::string& lines) {
+        return folder.write(relative, "[Desktop Entry]\nType=Application\nExec=true\n" + lines);
+    }
+
+    test::TemporaryFolder folder;
+    DesktopEnvironment environment;
+};
+
+TEST_F(LinuxApplicationBundlesTest, OrdersTheRootsByTheirWeight) {
+    const auto roots = [](Texts dataFolders) {
+        DesktopEnvironment made;
+        made.home = "/h";
+        made.dataHome = "/h/data";
+        made.dataFolders = std::move(dataFolders);
+        auto all = LinuxApplicationBundles(std::move(made)).roots();
+        EXPECT_EQ(Texts(all.begin(), all.begin() + 2), (Texts{"/Applications", "/h/Applications"}));
+        return Texts(all.begin() + 5, all.end());
+    };
+    EXPECT_EQ(roots({"/usr/local/share/", "/usr/share", "/usr/share"}),
+              (Texts{"/var/lib/snapd/desktop/applications", "/usr/share/applications", "/usr/local/share/applications",
+                     "/var/lib/flatpak/exports/share/applications",
+                     "/h/.local/share/flatpak/exports/share/applications", "/h/data/applications"}));
+    EXPECT_EQ(roots({"/var/lib/snapd/desktop", "/usr/share", "/var/lib/flatpak/exports/share/"}),
+              (Texts{"/var/lib/flatpak/exports/share/applications", "/usr/share/applications",
+                     "/var/lib/snapd/desktop/applications", "/h/.local/share/flatpak/exports/share/applications",
+                     "/h/data/applications"}))
+        << "what the session names keeps the place it has there";
+}
+
+TEST_F(LinuxApplicationBundlesTest, ReadsDesktopEntries) {
+    const LinuxApplicationBundles bundles(environment);
+    folder.write("bin/there", "");
+    fs::permissions(folder.path() + "/bin/there", fs::perms::owner_all);
+    struct Case {
+        std::string lines;
+        std::string name;
+        bool hidden;
+    };
+    const Case cases[] = {
+        {"Name=Plain\n", "Plain", false},
+        {"Name=Maps\nName[de]=Karten\nName[fr]=Cartes\n", "Karten", false},
+        {"Name[de_AT@euro]=No\nName[de_AT]=Landkarten\nName[de]=Karten\nName=Maps\n", "Landkarten", false},
+        {"Name=a\\sb\\tc\n", "a b\tc", false},
+        {"Name=bad \xff byte\nComment=\xc3\x28\n", "bad \uFFFD byte", false},
+        {"Name=x\nNoDisplay=true\n", "x", true},
+        {"Name=x\nHidden=true\n", "x", true},
+        {"Name=x\nHidden=maybe\n", "x", false},
+        {"Name=x\nOnlyShowIn=GNOME;KDE;\n", "x", false},
+        {"Name=x\nOnlyShowIn=KDE;\n", "x", true},
+        {"Name=x\nNotShowIn=GNOME;\n", "x", true},
+        {"Name=x\nOnlyShowIn=ubuntu\nNotShowIn=GNOME\n", "x", false},
+        {"Name=x\nTryExec=there\n", "x", false},
+        {"Name=x\nTryExec=gone\n", "x", true},
+        {"Name=x\nTryExec=/gone/too\n", "x", true},
+    };
+    for (const Case& one : cases) {
+        const auto read = bundles.read(entry("share/applications/kde/my.app.desktop", one.lines),
+                                       folder.path() + "/share/applications");
+        ASSERT_TRUE(read) << one.lines;
+        EXPECT_EQ(read->displayName, one.name) << one.lines;
+        EXPECT_EQ(read->hidden, one.hidden) << one.lines;
+        EXPECT_EQ(read->identifier, "kde-my.app");
+    }
+}
+
+TEST_F(LinuxApplicationBundlesTest, NamesIcons) {
+    const std::string bundle = folder.path() + "/Tool.app";
+    const auto icon = [&](const std::string& name) {
+        folder.write("Tool.app/Contents/Info.plist",
+                     "<plist><dict><key>CFBundleIconFile</key><string>" + name + "</string></dict></plist>");
+        return desktopEntryIcon(bundle);
+    };
+    folder.write("Tool.app/Contents/Resources/tool.png", "png");
+    folder.write("Tool.app/Contents/secret", "x");
+    EXPECT_EQ(icon("tool"), bundle + "/Contents/Resources/tool.png");
+    EXPECT_EQ(icon("tool.png"), bundle + "/Contents/Resources/tool.png");
+    EXPECT_EQ(icon("other"), std::nullopt);
+    EXPECT_EQ(icon("../secret"), std::nullopt);
+    EXPECT_EQ(icon(".."), std::nullopt);
+    EXPECT_EQ(icon(""), std::nullopt);
+    EXPECT_EQ(desktopEntryIcon(entry("a.desktop", "Name=x\nIcon=org.example.icon\n")), "org.example.icon");
+    EXPECT_EQ(desktopEntryIcon(entry("a.desktop", "Name=x\n")), std::nullopt);
+    EXPECT_EQ(desktopEntryIcon(folder.path() + "/missing.desktop"), std::nullopt);
+    EXPECT_EQ(desktopEntryIcon(folder.write("x.txt", "Icon=x")), std::nullopt);
+}
+
+}  // namespace
+}  // namespace velmora

@@ -1,0 +1,185 @@
+#include "platform/linux/trash/TrashFolder.h"
+
+#include "platform/Runtime.h"
+#include "platform/linux/trash/LinuxTrash.h"
+#include "tests/fakes/TemporaryFolder.h"
+#include "tests/fakes/TestLoop.h"
+#include "tests/platform/linux/FileTree.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <filesystem>
+#include <fstream>
+#include <set>
+
+namespace velmora {
+namespace {
+
+namespace fs = std::filesystem;
+
+class TrashFolderTest : public testing::Test {
+  protected:
+    TrashFolderTest() {
+        fs::create_directories(home + "/files");
+        fs::create_directories(home + "/info");
+        folder.write("outside/precious", "keep me");
+    }
+
+    void throwAway(const std::string& name, const std::string& trash) const {
+        fs::create_directories(trash + "/files");
+        fs::create_directories(trash + "/info");
+        std::ofstream(trash + "/files/" + name) << "x";
+        note(name, trash);
+    }
+    void note(const std::string& name, const std::string& trash) const {
+        std::ofstream(trash + "/info/" + name + ".trashinfo") << "[Trash Info]\nPath=/x\n";
+    }
+    /// Empties the trash at home and those of `volumes`.
+    [[nodiscard]] bool empty(const std::vector<std::string>& volumes = {}) const {
+        bool whole = true;
+        for (const TrashFolder& one : TrashFolder::find(home, volumes, geteuid()))
+            whole = one.empty() && whole;
+        return whole;
+    }
+    [[nodiscard]] static std::size_t count(const std::string& path) {
+        return static_cast<std::size_t>(std::distance(fs::directory_iterator(path), fs::directory_iterator()));
+    }
+    [[nodiscard]] std::size_t left() const { return count(home + "/files") + count(home + "/info"); }
+
+    const test::TemporaryFolder folder;
+    const std::string home = folder.path() + "/Trash";
+    const std::string outside = folder.path() + "/outside";
+};
+
+TEST_F(TrashFolderTest, EmptiesFilesNotesAndSizesTogether) {
+    EXPECT_TRUE(empty()) << "an empty one";
+    throwAway("a file", home);
+    folder.write("Trash/files/tree/deep/er/leaf", "x");
+    note("tree", home);
+    note("already gone", home);
+    mkfifo((home + "/files/pipe").c_str(), 0600);
+    folder.write("Trash/files/caf\xE9\n", "x");
+    folder.write("Trash/info/no note at all", "x");
+    folder.write("Trash/directorysizes", "4096 0 tree\n");
+    EXPECT_TRUE(empty());
+    EXPECT_EQ(left(), 0U);
+    EXPECT_FALSE(fs::exists(home + "/directorysizes"));
+    EXPECT_TRUE(fs::exists(home));
+    fs::remove_all(home);
+    EXPECT_TRUE(empty()) << "none at all";
+}
+
+TEST_F(TrashFolderTest, LinksLeadNowhere) {
+    fs::create_directory_symlink(outside, home + "/files/link");
+    fs::create_symlink(outside + "/precious", home + "/files/file link");
+    fs::create_directories(home + "/files/tree");
+    fs::create_directory_symlink(outside, home + "/files/tree/link");
+    fs::create_symlink(outside + "/precious", home + "/directorysizes");
+    EXPECT_TRUE(empty());
+    EXPECT_EQ(left(), 0U);
+
+    fs::remove(home + "/files");
+    fs::create_directory_symlink(outside, home + "/files");
+    EXPECT_FALSE(empty()) << "what is behind the link is not the Trash";
+    fs::remove_all(home);
+    folder.write("outside/files/precious", "keep me");
+    fs::create_directory_symlink(outside, home);
+    static_cast<void>(empty());
+    EXPECT_TRUE(fs::exists(outside + "/precious"));
+    EXPECT_TRUE(fs::exists(outside + "/files/precious"));
+}
+
+TEST_F(TrashFolderTest, OpensUpWhatIsProtectedAndReachesTheDeepest) {
+    folder.write("Trash/files/shut/inner/x", "x");
+    fs::permissions(home + "/files/shut/inner", fs::perms::none);
+    fs::permissions(home + "/files/shut", fs::perms(0500));
+    const test::DeepChain deepest(home + "/files", "d", 1500);
+    EXPECT_TRUE(empty());
+    EXPECT_EQ(left(), 0U);
+}
+
+TEST_F(TrashFolderTest, KeepsTheNoteOnWhatWouldNotGo) {
+    throwAway("free", home);
+    fs::create_directories(home + "/files/stuck/mounted");
+    note("stuck", home);
+    folder.write("Trash/files/stuck/loose", "x");
+    // Only something mounted inside stops the owner of the machine.
+    if (geteuid() != 0 ||
+        mount(outside.c_str(), (home + "/files/stuck/mounted").c_str(), nullptr, MS_BIND, nullptr) != 0) {
+        GTEST_SKIP() << "mounting is not allowed here";
+    }
+    const bool whole = empty();
+    const bool isIntact = fs::exists(outside + "/precious");
+    umount2((home + "/files/stuck/mounted").c_str(), MNT_DETACH);
+    EXPECT_FALSE(whole);
+    EXPECT_TRUE(isIntact) << "what is mounted inside was never thrown away";
+    EXPECT_FALSE(fs::exists(home + "/files/free"));
+    EXPECT_FALSE(fs::exists(home + "/info/free.trashinfo"));
+    EXPECT_TRUE(fs::exists(home + "/info/stuck.trashinfo"));
+    EXPECT_FALSE(fs::exists(home + "/files/stuck/loose"));
+    EXPECT_TRUE(empty()) << "and later it goes";
+    EXPECT_EQ(left(), 0U);
+}
+
+TEST_F(TrashFolderTest, FindsTheUsersTrashOnOtherVolumes) {
+    const std::string number = std::to_string(geteuid());
+    const std::string volume = folder.path() + "/volume";
+    const std::string shared = volume + "/.Trash";
+    throwAway("a", shared + "/" + number);
+    throwAway("b", volume + "/.Trash-" + number);
+    throwAway("c", shared + "/1");
+    throwAway("d", volume + "/.Trash-1");
+    const auto has = [&](const std::string& path) { return fs::exists(volume + "/" + path); };
+    EXPECT_TRUE(empty({volume, folder.path() + "/absent"}));
+    EXPECT_TRUE(has(".Trash/" + number + "/files/a")) << "a shared trash without its sticky bit is not to be trusted";
+    EXPECT_FALSE(has(".Trash-" + number + "/files/b"));
+    fs::permissions(shared, fs::perms(01777));
+    EXPECT_TRUE(empty({volume}));
+    EXPECT_FALSE(has(".Trash/" + number + "/files/a"));
+    EXPECT_TRUE(has(".Trash/1/files/c") && has(".Trash-1/files/d")) << "other people's";
+
+    throwAway("e", folder.path() + "/real/" + number);
+    fs::permissions(folder.path() + "/real", fs::perms(01777));
+    fs::remove_all(shared);
+    fs::create_directory_symlink(folder.path() + "/real", shared);
+    fs::remove_all(volume + "/.Trash-" + number);
+    fs::create_directory_symlink(folder.path() + "/real/" + number, volume + "/.Trash-" + number);
+    EXPECT_TRUE(empty({volume}));
+    EXPECT_TRUE(fs::exists(folder.path() + "/real/" + number + "/files/e")) << "links to trashes are none";
+    if (geteuid() == 0) {
+        throwAway("f", volume + "/.Trash-0x");
+        fs::remove(volume + "/.Trash-" + number);
+        fs::rename(volume + "/.Trash-0x", volume + "/.Trash-" + number);
+        ASSERT_EQ(chown((volume + "/.Trash-" + number).c_str(), 1, 1), 0);
+        EXPECT_TRUE(empty({volume}));
+        EXPECT_TRUE(has(".Trash-" + number + "/files/f")) << "somebody else made it";
+    }
+}
+
+TEST_F(TrashFolderTest, SaysWhetherTheUsersOwnIsEmpty) {
+    test::TestLoop loop;
+    WorkerPool pool{1};
+    LinuxTrash trash(pool.executor(), folder.path(), false);
+    const auto isEmptied = [&] { return loop.run([&]() -> Task<bool> { co_return co_await trash.empty(); }); };
+    throwAway("a", home);
+    EXPECT_TRUE(isEmptied());
+    EXPECT_EQ(left(), 0U);
+    fs::remove_all(home);
+    EXPECT_TRUE(isEmptied());
+    fs::create_directory_symlink(outside, home);
+    EXPECT_FALSE(isEmptied());
+}
+
+TEST(MountedVolumes, AreRealAndOnlyOnceEach) {
+    const auto volumes = mountedVolumes();
+    EXPECT_EQ(volumes.front(), "/");
+    for (const std::string& one : volumes)
+        EXPECT_FALSE(one.starts_with("/proc")) << one;
+    EXPECT_EQ(std::set(volumes.begin(), volumes.end()).size(), volumes.size());
+}
+
+}  // namespace
+}  // namespace velmora

@@ -1,0 +1,576 @@
+#include "core/files/FileNames.h"
+#include "platform/linux/disk/DiskFileAttributes.h"
+#include "platform/linux/disk/FolderWalk.h"
+#include "platform/linux/watch/FSEventsWatcher.h"
+#include "tests/fakes/TemporaryFolder.h"
+#include "tests/fakes/TestLoop.h"
+#include "tests/platform/linux/FileTree.h"
+
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
+
+#include <filesystem>
+#include <map>
+#include <random>
+
+using namespace velmora;
+using namespace velmora::test;
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+
+namespace {
+
+/// What the index would hold, kept from the reports alone, by the rules of the service that drives the watcher: a path
+/// that exists is written, one that does not is removed, with everything below it where it was a folder.
+class ModelIndex final : public IndexReading {
+  public:
+    void scan(const std::string& root) {
+        FolderWalk walk(root, {});
+        for (;;) {
+            const auto files = walk.next(5'000, [] { return false; });
+            if (files.empty()) return;
+            for (const IndexedFile& file : files)
+                rows[file.path] = file;
+        }
+    }
+
+    void apply(const std::vector<std::string>& paths) {
+        std::vector<std::string> gone;
+        for (const std::string& path : paths) {
+            if (const auto now = attributes.attributes(path)) {
+                rows[path] = {path, path.substr(path.rfind('/') + 1), now->isDirectory, now->size, now->modified};
+            } else {
+                gone.push_back(path);
+            }
+        }
+        for (const std::string& path : gone) {
+            const auto row = rows.find(path);
+            if (row == rows.end()) continue;
+            const bool wasFolder = row->second.isDirectory;
+            rows.erase(row);
+            if (!wasFolder) continue;
+            const std::string below = path + '/';
+            auto next = rows.lower_bound(below);
+            while (next != rows.end() && next->first.starts_with(below))
+                next = rows.erase(next);
+        }
+    }
+
+    Task<std::vector<IndexedFile>> children(std::string folder) override { co_return childrenOf(folder); }
+
+    Task<std::vector<IndexedFile>> below(std::string folder, std::string after, std::size_t limit) override {
+        co_return rowsBelow(folder, after, limit);
+    }
+
+    [[nodiscard]] std::vector<IndexedFile> childrenOf(const std::string& folder) const {
+        auto result = rowsBelow(folder, "", SIZE_MAX);
+        std::erase_if(result,
+                      [&](const auto& file) { return file.path.find('/', folder.size() + 1) != std::string::npos; });
+        return result;
+    }
+
+    [[nodiscard]] std::vector<IndexedFile> rowsBelow(const std::string& folder, const std::string& after,
+                                                     std::size_t limit) const {
+        std::vector<IndexedFile> result;
+        const std::string prefix = folder + '/';
+        auto row = after.empty() ? rows.lower_bound(prefix) : rows.upper_bound(after);
+        for (; row != rows.end() && row->first.starts_with(prefix) && result.size() < limit; ++row)
+            result.push_back(row->second);
+        return result;
+    }
+
+    std::map<std::string, IndexedFile> rows;
+
+  private:
+    DiskFileAttributes attributes;
+};
+
+struct Setup {
+    const char* name;
+    const char* place;
+    bool fanotify;
+    bool inotify;
+};
+
+std::ostream& operator<<(std::ostream& stream, const Setup& setup) {
+    return stream << setup.name;
+}
+
+class FSEventsWatcherTest : public testing::TestWithParam<Setup> {
+  protected:
+    FSEventsWatcherTest() : folder(GetParam().place), root(folder.path()) {
+        options.tree.marks.fanotify = GetParam().fanotify;
+        options.tree.marks.inotify = GetParam().inotify;
+        options.tree.sweepInterval = 50ms;
+        options.tree.recheckDelay = 300ms;
+        options.latency = 30ms;
+        options.gathering = 5ms;
+    }
+
+    void start(std::uint64_t since = 0) { start(std::vector<std::string>{root}, since); }
+
+    void start(const std::vector<std::string>& roots, std::uint64_t since = 0) {
+        watcher.emplace(loop.executor(), std::shared_ptr<IndexReading>(&index, [](auto*) {}), options);
+        watcher->start(roots, since, [this](const std::vector<std::string>& paths, std::uint64_t id) {
+            EXPECT_GE(id, lastID);
+            lastID = id;
+            reported.insert(paths.begin(), paths.end());
+            index.apply(paths);
+        });
+        eventually([&] { return watcher->isComplete(); });
+    }
+
+    /// The index as it should be, read afresh: paths, whether folders, sizes and whole seconds of times.
+    std::map<std::string, std::string> disk() {
+        ModelIndex fresh;
+        if (fs::exists(root)) fresh.scan(root);
+        return state(fresh);
+    }
+
+    /// Times of folders change with every entry, between the look at them and this one as well: only files count.
+    static std::map<std::string, std::string> state(const ModelIndex& model) {
+        std::map<std::string, std::string> result;
+        for (const auto& [path, file] : model.rows)
+            result[path] = file.isDirectory ? "folder"
+                                            : std::to_string(file.size) + ' ' +
+                                                  std::to_string(static_cast<std::int64_t>(file.modified));
+        return result;
+    }
+
+    /// Runs the loop until the condition holds, which may be slow to look at; fails the test after a minute.
+    template <class Condition>
+    void eventually(Condition condition) {
+        const auto deadline = std::chrono::steady_clock::now() + 60s;
+        while (!condition()) {
+            if (std::chrono::steady_clock::now() > deadline) throw std::runtime_error("the test waited in vain");
+            const auto pause = std::chrono::steady_clock::now() + 20ms;
+            loop.until([&] { return std::chrono::steady_clock::now() > pause; });
+        }
+    }
+
+    void untilIndexEqualsDisk() {
+        try {
+            eventually([&] { return state(index) == disk(); });
+        } catch (const std::exception&) {
+            const auto have = state(index), want = disk();
+            std::vector<std::pair<std::string, std::string>> different;
+            std::set_symmetric_difference(have.begin(), have.end(), want.begin(), want.end(),
+                                          std::back_inserter(different));
+            different.resize(std::min<std::size_t>(different.size(), 10));
+            for (const auto& [path, text] : different)
+                ADD_FAILURE() << (want.contains(path) ? "not seen: " : "still there: ") << path << ' ' << text;
+            throw;
+        }
+    }
+
+    std::string at(const std::string& name) const { return root + "/" + name; }
+
+    TestLoop loop;
+    TemporaryFolder folder;
+    const std::string root;
+    FSEventsWatcher::Options options;
+    ModelIndex index;
+    std::set<std::string> reported;
+    std::uint64_t lastID = 0;
+    std::optional<FSEventsWatcher> watcher;
+};
+
+std::uint64_t microsecondsNow() {
+    return static_cast<std::uint64_t>(
+        std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::system_clock::now().time_since_epoch())
+            .count());
+}
+
+/// Whatever a test leaves mounted is gone before its folder is emptied.
+struct DetachedMount {
+    std::string path;
+    ~DetachedMount() { umount2(path.c_str(), MNT_DETACH); }
+};
+
+/// Gives the past's time stamps an age that a bookmark of now is clear of: only real time does, none can set ctime.
+void letTimePass() {
+    std::this_thread::sleep_for(2'200ms);
+}
+
+}  // namespace
+
+class FSEventsWatcherFloodTest : public FSEventsWatcherTest {};
+
+INSTANTIATE_TEST_SUITE_P(InMemory, FSEventsWatcherFloodTest,
+                         testing::Values(Setup{"fanotify", "/dev/shm", true, false},
+                                         Setup{"inotify", "/dev/shm", false, true}),
+                         [](const auto& setup) { return std::string(setup.param.name); });
+
+INSTANTIATE_TEST_SUITE_P(Ways, FSEventsWatcherTest,
+                         testing::Values(Setup{"fanotify", "/tmp", true, false}, Setup{"inotify", "/tmp", false, true},
+                                         Setup{"fanotifyInMemory", "/dev/shm", true, false},
+                                         Setup{"inotifyInMemory", "/dev/shm", false, true}),
+                         [](const auto& setup) { return std::string(setup.param.name); });
+
+TEST_P(FSEventsWatcherTest, SeesWhatHappensToFilesAndFolders) {
+    makeFolder(at("old"));
+    makeFile(at("old/file"));
+    index.scan(root);
+    start();
+    const struct {
+        const char* what;
+        std::function<void()> act;
+        std::vector<std::string> paths;
+    } cases[] = {
+        {"a new file", [&] { makeFile(at("new")); }, {"new"}},
+        {"a changed file", [&] { makeFile(at("old/file"), "longer than before"); }, {"old/file"}},
+        {"a renamed file", [&] { fs::rename(at("new"), at("renamed")); }, {"new", "renamed"}},
+        {"a moved file", [&] { fs::rename(at("renamed"), at("old/moved")); }, {"renamed", "old/moved"}},
+        {"a deleted file", [&] { fs::remove(at("old/moved")); }, {"old/moved"}},
+        {"a tree made at once",
+         [&] { fs::create_directories(at("a/b/c")), makeFile(at("a/b/c/d")); },
+         {"a", "a/b", "a/b/c", "a/b/c/d"}},
+        {"a file deep in it", [&] { makeFile(at("a/b/c/e")); }, {"a/b/c/e"}},
+        {"a renamed tree", [&] { fs::rename(at("a/b"), at("b2")); }, {"a/b", "b2", "b2/c", "b2/c/d", "b2/c/e"}},
+        {"a file in the renamed tree", [&] { makeFile(at("b2/c/f")); }, {"b2/c/f"}},
+        {"a name that is not UTF-8", [&] { makeFile(at("b2/\xFF")); }, {"b2/\xEE\xBF\xBF"}},
+        {"a link", [&] { fs::create_symlink("old", at("link")); }, {"link"}},
+        {"permissions", [&] { fs::permissions(at("b2/c/f"), fs::perms::owner_read); }, {"b2/c/f"}},
+        {"a deleted tree", [&] { fs::remove_all(at("b2")); }, {"b2", "b2/c", "b2/c/f"}},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.what);
+        reported.clear();
+        each.act();
+        loop.until([&] {
+            return std::all_of(each.paths.begin(), each.paths.end(),
+                               [&](const auto& p) { return reported.contains(at(p)); });
+        });
+    }
+    fs::remove(at("link"));
+    untilIndexEqualsDisk();
+    EXPECT_FALSE(reported.contains(root));
+}
+
+TEST_P(FSEventsWatcherTest, StaysOutOfWhatIsSkippedAndOfPackages) {
+    makeFolder(at("data"));
+    makeFolder(at("Tool.app"));
+    options.tree.skipPrefixes = {at("data")};
+    start();
+    makeFile(at("data/file"));
+    makeFolder(at("data/folder"));
+    makeFile(at("Tool.app/inside"));
+    makeFolder(at("New.app"));
+    makeFile(at("New.app/inside"));
+    makeFile(at("last"));
+    loop.until([&] { return reported.contains(at("last")) && reported.contains(at("New.app")); });
+    for (const std::string& path : reported)
+        EXPECT_TRUE(path == at("last") || path == at("New.app") || path == at("Tool.app")) << path;
+}
+
+TEST_P(FSEventsWatcherTest, ForgetsATreeThatHasMovedAway) {
+    const TemporaryFolder elsewhere(GetParam().place);
+    fs::create_directories(at("tree/below"));
+    makeFile(at("tree/below/file"));
+    index.scan(root);
+    start();
+    fs::rename(at("tree"), elsewhere.path() + "/tree");
+    untilIndexEqualsDisk();
+    reported.clear();
+    makeFile(elsewhere.path() + "/tree/below/new");
+    makeFile(at("last"));
+    loop.until([&] { return reported.contains(at("last")); });
+    EXPECT_EQ(reported, std::set{at("last")}) << "its marks are still there";
+}
+
+TEST_P(FSEventsWatcherTest, ReplaysWhatHappenedWhileItWasOff) {
+    const TemporaryFolder outside(GetParam().place);
+    fs::create_directories(outside.path() + "/arrives/deep");
+    makeFile(outside.path() + "/arrives/deep/file");
+    for (const char* name : {"kept/a", "renamed/a", "deleted/a", "swapped/a/b", "leaves/a"}) {
+        fs::create_directories(at(name));
+        makeFile(at(name) + "/file");
+    }
+    makeFolder(at("one"));
+    makeFolder(at("two"));
+    for (const char* name : {"one/sub", "two/sub"}) {
+        makeFolder(at(name));
+        makeFile(at(name) + "/" + name[0]);
+    }
+    index.scan(root);
+    letTimePass();
+    const std::uint64_t bookmark = microsecondsNow();
+    ASSERT_EQ(renameat2(AT_FDCWD, at("one").c_str(), AT_FDCWD, at("two").c_str(), RENAME_EXCHANGE), 0);
+    fs::rename(at("renamed"), at("kept/renamed"));
+    fs::remove_all(at("deleted"));
+    fs::rename(at("leaves"), outside.path() + "/left");
+    fs::rename(outside.path() + "/arrives", at("arrived"));
+    fs::remove_all(at("swapped/a"));
+    makeFile(at("swapped/a"));
+    makeFile(at("kept/a/file"), "changed in place");
+    start(bookmark);
+    untilIndexEqualsDisk();
+    EXPECT_GT(lastID, bookmark);
+    EXPECT_FALSE(reported.contains(at("kept/a"))) << "nothing in the listing of this folder changed";
+
+    // And goes on from there.
+    makeFile(at("kept/a/live"));
+    untilIndexEqualsDisk();
+}
+
+TEST_P(FSEventsWatcherTest, BelievesNoTimesAfterTheClockWasSetBack) {
+    makeFolder(at("folder"));
+    makeFile(at("folder/kept"));
+    makeFile(at("folder/removed"));
+    index.scan(root);
+    fs::remove(at("folder/removed"));
+    makeFile(at("folder/new"));
+    start(microsecondsNow() + 3'600'000'000);
+    untilIndexEqualsDisk();
+}
+
+/// Runs a `TreeWatch` by hand, so that a test decides when events are fetched.
+class HandRun final : public WatchHost {
+  public:
+    bool isStopped() override { return false; }
+    void betweenFolders() override {}
+    void report(std::string path) override { reported.insert(std::move(path)); }
+    std::optional<std::vector<IndexedFile>> indexedChildren(const std::string& folder) override {
+        return index.childrenOf(folder);
+    }
+    std::optional<std::vector<IndexedFile>> indexedBelow(const std::string& folder, const std::string& after) override {
+        return index.rowsBelow(folder, after, 2);
+    }
+
+    /// What changed since a time, going by the events so far.
+    void look(TreeWatch& watch, std::uint64_t since = microsecondsNow()) {
+        watch.fetchEvents();
+        watch.handleEvents(static_cast<std::int64_t>(since));
+    }
+
+    ModelIndex index;
+    std::set<std::string> reported;
+};
+
+TEST_P(FSEventsWatcherFloodTest, ADroppedQueueCostsALookAndNothingElse) {
+    for (const char* name : {"flooded", "late", "untouched", "deleted"}) {
+        fs::create_directories(at(name) + "/sub");
+        makeFile(at(name) + "/sub/file");
+    }
+    HandRun host;
+    host.index.scan(root);
+    letTimePass();
+    TreeWatch watch(host, {root}, options.tree);
+    watch.begin(std::nullopt);
+    const auto since = microsecondsNow();
+    // More than the queue holds, and what comes after it is lost.
+    for (int i = 0; i < 20'000; ++i)
+        makeFile(at("flooded/") + std::to_string(i), "");
+    fs::create_directories(at("late/a/b"));
+    makeFile(at("late/sub/file"), "changed in place");
+    fs::remove_all(at("deleted/sub"));
+    fs::rename(at("late/sub"), at("late/moved"));
+    host.look(watch, since);
+    host.index.apply({host.reported.begin(), host.reported.end()});
+    EXPECT_EQ(state(host.index), disk());
+    for (const std::string& path : host.reported)
+        EXPECT_FALSE(path.starts_with(at("untouched"))) << path;
+
+    // The new folders are watched from now on.
+    host.reported.clear();
+    makeFile(at("late/a/b/file"));
+    host.look(watch, since);
+    EXPECT_TRUE(host.reported.contains(at("late/a/b/file")));
+}
+
+TEST_P(FSEventsWatcherFloodTest, StartsAnewWhenTooManyMarksHaveStrayed) {
+    const TemporaryFolder outside(GetParam().place);
+    HandRun host;
+    TreeWatch watch(host, {root}, options.tree);
+    watch.begin(std::nullopt);
+    for (int round = 0; round < 3; ++round) {
+        for (int i = 0; i < 700; ++i)
+            fs::create_directories(at("tree/") + std::to_string(i));
+        host.look(watch);
+        fs::rename(at("tree"), outside.path() + "/" + std::to_string(round));
+        host.look(watch);
+    }
+    host.reported.clear();
+    fs::create_directories(outside.path() + "/0/5/unseen");
+    makeFolder(at("seen"));
+    host.look(watch);
+    EXPECT_EQ(host.reported, std::set<std::string>{at("seen")});
+}
+
+TEST_P(FSEventsWatcherTest, SweepsWhatItMayNotWatch) {
+    for (int i = 0; i < 10; ++i)
+        fs::create_directories(at(std::to_string(i) + "/sub"));
+    index.scan(root);
+    options.tree.marks.maximumMarks = 6;
+    start();
+    loop.until([&] { return watcher->sweptFolders() == 21 - 6; });
+    for (int i = 0; i < 10; ++i)
+        makeFile(at(std::to_string(i) + "/sub/new"));
+    untilIndexEqualsDisk();
+    for (int i = 0; i < 10; i += 2)
+        fs::remove_all(at(std::to_string(i) + "/sub"));
+    fs::create_directories(at("1/sub/x/y/z"));
+    untilIndexEqualsDisk();
+    for (int i = 0; i < 8; ++i)
+        fs::remove_all(at(std::to_string(i)));
+    untilIndexEqualsDisk();
+    // There is room for all that is left.
+    loop.until([&] { return watcher->sweptFolders() == 0; });
+    makeFile(at("9/sub/again"));
+    untilIndexEqualsDisk();
+}
+
+TEST_P(FSEventsWatcherTest, WaitsForRootsAndNoticesTheirGoing) {
+    const std::string late = at("late");
+    start({late});
+    makeFolder(late);
+    makeFile(late + "/file");
+    loop.until([&] { return reported.contains(late + "/file"); });
+    makeFile(late + "/live");
+    loop.until([&] { return index.rows.contains(late + "/live"); });
+    fs::rename(late, at("elsewhere"));
+    loop.until([&] { return index.rows.empty(); });
+    fs::rename(at("elsewhere"), late);
+    loop.until([&] { return index.rows.size() == 2; });
+    fs::remove_all(late);
+    loop.until([&] { return index.rows.empty(); });
+}
+
+TEST_P(FSEventsWatcherTest, FollowsMountsAndStaysOutOfSpecialOnes) {
+    // In a mount list of our own; the threads made from here on share it.
+    if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
+        GTEST_SKIP() << "only root may mount";
+    makeFolder(at("disk"));
+    makeFile(at("disk/beneath"));
+    makeFolder(at("proc"));
+    makeFile(at("proc/beneath"));
+    index.scan(root);
+    start();
+    const DetachedMount diskMount{at("disk")}, procMount{at("proc")};
+    ASSERT_EQ(mount("none", at("disk").c_str(), "tmpfs", 0, nullptr), 0);
+    makeFolder(at("disk/folder"));
+    makeFile(at("disk/folder/file"));
+    untilIndexEqualsDisk();
+    makeFile(at("disk/folder/live"));
+    untilIndexEqualsDisk();
+    ASSERT_EQ(mount("none", at("proc").c_str(), "proc", 0, nullptr), 0);
+    untilIndexEqualsDisk();
+    EXPECT_TRUE(index.childrenOf(at("proc")).empty());
+    // Nothing of ours keeps a disk from being taken away.
+    eventually([&] { return umount2(at("disk").c_str(), 0) == 0; });
+    eventually([&] { return umount2(at("proc").c_str(), 0) == 0; });
+    untilIndexEqualsDisk();
+    EXPECT_TRUE(index.rows.contains(at("disk/beneath")));
+    makeFile(at("proc/live"));
+    untilIndexEqualsDisk();
+}
+
+TEST_P(FSEventsWatcherTest, ARootInsideAnotherIsNoHarm) {
+    fs::create_directories(at("inner/sub"));
+    start({root, at("inner"), root + "/"});
+    makeFile(at("inner/sub/file"));
+    makeFile(at("outer"));
+    loop.until([&] { return reported.contains(at("inner/sub/file")) && reported.contains(at("outer")); });
+    fs::rename(at("inner/sub"), at("sub"));
+    makeFile(at("sub/file2"));
+    loop.until([&] { return reported.contains(at("sub/file2")); });
+}
+
+TEST_P(FSEventsWatcherTest, StartsOnceStopsAtOnceAndLeavesNothingBehind) {
+    for (int i = 0; i < 500; ++i)
+        fs::create_directories(at(std::to_string(i % 20) + "/" + std::to_string(i)));
+    const auto descriptors = [] {
+        return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+    };
+    const auto before = descriptors();
+    for (int round = 0; round < 20; ++round) {
+        start();
+        const TemporaryFolder other(GetParam().place);
+        watcher->start({other.path()}, 0, [](const auto&, auto) { FAIL() << "a second start counts"; });
+        makeFile(other.path() + "/ignored");
+        makeFile(at("seen"));
+        loop.until([&] { return reported.contains(at("seen")); });
+        makeFile(at("late"));
+        const auto begun = std::chrono::steady_clock::now();
+        watcher->stop();
+        EXPECT_LT(std::chrono::steady_clock::now() - begun, 1s);
+        reported.clear();
+        loop.settle();
+        EXPECT_TRUE(reported.empty());
+        watcher->start({root}, 0, [](const auto&, auto) {});  // and is stopped in the middle of its beginning
+        watcher.reset();
+        lastID = 0;
+    }
+    loop.settle();
+    EXPECT_EQ(descriptors(), before);
+}
+
+TEST_P(FSEventsWatcherTest, StoppingDoesNotWaitForTheIndex) {
+    makeFile(at("file"));
+    FSEventsWatcher stuck(loop.executor(), std::make_shared<ModelIndex>(), options);
+    stuck.start({root}, 1, [](const auto&, auto) {});
+    // The loop does not run, so the index never answers.
+    const auto begun = std::chrono::steady_clock::now();
+    stuck.stop();
+    EXPECT_LT(std::chrono::steady_clock::now() - begun, 1s);
+    loop.settle();
+}
+
+TEST_P(FSEventsWatcherFloodTest, SurvivesFloodsOfShortLivedFiles) {
+    makeFolder(at("flood"));
+    start();
+    for (int i = 0; i < 100'000; ++i) {
+        const std::string path = at("flood/") + std::to_string(i);
+        close(open(path.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
+        unlink(path.c_str());
+        if (i % 1'000 == 0) loop.settle();
+    }
+    makeFile(at("flood/last"));
+    loop.until([&] { return index.rows.contains(at("flood/last")); });
+    untilIndexEqualsDisk();
+}
+
+TEST_P(FSEventsWatcherTest, IndexEqualsDiskAfterAnyOperations) {
+    const TemporaryFolder outside(GetParam().place);
+    const unsigned seed = std::random_device()();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    start();
+    std::vector<std::string> names{"a", "b", "c", "d.txt", "e.app", "\xC3\xBC", "\xFF"};
+    const auto somePath = [&](const std::string& base) {
+        std::string path = base;
+        for (unsigned depth = 1 + random() % 4; depth > 0; --depth)
+            path += "/" + names[random() % names.size()];
+        return path;
+    };
+    const auto somewhere = [&] { return somePath(random() % 8 == 0 ? outside.path() : root); };
+    for (int round = 0; round < 6; ++round) {
+        for (int operation = 0; operation < 400; ++operation) {
+            std::error_code ignored;
+            const std::string path = somewhere();
+            switch (random() % 8) {
+                case 0:
+                case 1:
+                    fs::create_directories(path, ignored);
+                    break;
+                case 2:
+                case 3:
+                    std::ofstream(path) << std::string(random() % 50, 'x');
+                    break;
+                case 4:
+                    fs::remove_all(path, ignored);
+                    break;
+                case 5:
+                case 6:
+                    fs::rename(path, somewhere(), ignored);
+                    break;
+                default:
+                    renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, somewhere().c_str(), RENAME_EXCHANGE);
+                    break;
+            }
+            if (random() % 16 == 0) loop.settle();
+        }
+        untilIndexEqualsDisk();
+    }
+}

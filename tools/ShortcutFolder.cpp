@@ -1,0 +1,67 @@
+#include "tools/ShortcutFolder.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <memory>
+#include <stdexcept>
+#include <string_view>
+
+namespace velmora {
+namespace {
+
+constexpr std::size_t maximumShortcuts = 10'000;
+
+bool isOursAlone(const struct stat& status) {
+    return (status.st_uid == geteuid() || status.st_uid == 0) && (status.st_mode & S_IWOTH) == 0;
+}
+
+std::string nameOf(std::string_view file) {
+    const std::size_t dot = file.rfind('.');
+    std::string_view stem = dot == std::string_view::npos || dot == 0 ? file : file.substr(0, dot);
+    // As who reads the list will trim it.
+    stem.remove_prefix(std::min(stem.find_first_not_of(" \t"), stem.size()));
+    return std::string(stem.substr(0, stem.find_last_not_of(" \t") + 1));
+}
+
+bool fitsOnALine(std::string_view name) {
+    return !name.empty() &&
+           std::ranges::none_of(name, [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; });
+}
+
+struct CloseFolder {
+    void operator()(DIR* folder) const { closedir(folder); }
+};
+
+}  // namespace
+
+std::vector<ShortcutFile> shortcutFiles(const std::string& folder) {
+    const std::unique_ptr<DIR, CloseFolder> open(opendir(folder.c_str()));
+    const int descriptor = open ? dirfd(open.get()) : -1;
+    if (descriptor < 0) return {};
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0 || !isOursAlone(status)) {
+        throw std::runtime_error("The folder of shortcuts must belong to you and be writable by nobody else.");
+    }
+    std::vector<std::string> files;
+    while (const dirent* const entry = readdir(open.get())) {
+        const std::string_view file(entry->d_name);
+        const bool isRunnable = !file.starts_with('.') && fitsOnALine(nameOf(file)) &&
+                                fstatat(descriptor, entry->d_name, &status, 0) == 0 && S_ISREG(status.st_mode) &&
+                                isOursAlone(status) && faccessat(descriptor, entry->d_name, X_OK, AT_EACCESS) == 0;
+        if (isRunnable && files.size() < maximumShortcuts) files.emplace_back(file);
+    }
+    std::ranges::sort(files);
+    std::vector<ShortcutFile> shortcuts;
+    shortcuts.reserve(files.size());
+    for (const std::string& file : files) {
+        shortcuts.push_back({nameOf(file), folder});
+        shortcuts.back().path.append("/").append(file);
+    }
+    return shortcuts;
+}
+
+}  // namespace velmora
