@@ -24,7 +24,7 @@ if(CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   # A precompiled header is cached only when ccache may ignore its time stamps.
   set(CMAKE_CXX_COMPILER_LAUNCHER
       ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
-      CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} ${CCACHE})
+      CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} CCACHE_NOHASHDIR=1 ${CCACHE})
 endif()
 
 add_library(velmora_options INTERFACE)
