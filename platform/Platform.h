@@ -26,6 +26,14 @@ class ScreenLock;
 class Trash;
 class Workspace;
 
+/// The part of the desktop that the windows' toolkit provides.
+struct Toolkit {
+    Pasteboard& pasteboard;
+    Alerts& alerts;
+    PopUpMenu& popUpMenu;
+    FolderPanel& folderPanel;
+};
+
 /// Everything the program needs of the desktop it runs on. The entry makes it; what it refers to outlives every
 /// service, and the main executor also the threads of the pool and the clock.
 struct Platform {
