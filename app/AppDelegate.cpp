@@ -1,14 +1,10 @@
 #include "app/AppDelegate.h"
 
 #include "app/log/AppLog.h"
-#include "app/services/clipboard/ClipboardService.h"
-#include "app/services/files/FileIndexService.h"
-#include "app/services/quick/Shortcuts.h"
 #include "app/ui/palette/PaletteController.h"
 #include "app/ui/shell/Measure.h"
 #include "app/ui/shell/StatusItem.h"
 #include "app/ui/state/PaletteState.h"
-#include "app/ui/state/SettingsState.h"
 #include "core/Assert.h"
 
 #include <QApplication>
@@ -16,6 +12,10 @@
 
 namespace velmora {
 namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto trayCheck = 1s;
 
 /// What a start-up failure says of itself.
 std::string description(const std::exception_ptr& failure) {
@@ -46,20 +46,11 @@ void AppDelegate::launch() {
                                            viewPlatform_.windowManager.hasTray());
 }
 
-Task<> AppDelegate::prepareServices() {
-    const AppServices::SettingsFactory makeSettings = [](AppServices& services) {
-        return std::make_shared<SettingsState>(services);
-    };
-    services_ = co_await AppServices::create(platform_, makeSettings);
-    co_await services_->fileIndex->start();
-    services_->shortcuts->start();
-    co_await services_->preferences().load();
-}
-
 Task<> AppDelegate::start() {
     std::exception_ptr failure;
     try {
-        co_await prepareServices();
+        services_ = co_await AppServices::create(platform_);
+        co_await services_->start();
     } catch (...) {
         failure = std::current_exception();
     }
@@ -73,6 +64,7 @@ Task<> AppDelegate::start() {
         state_,
         PaletteController::Desktop{platform_.main, platform_.pool, viewPlatform_.windowManager, viewPlatform_.fileIcons,
                                    [state = state_] { state->chooseFileDirectory(); }});
+    paletteStart_ = spawn(platform_.main, [state = state_] { return state->start(); });
     AppLog::app.info("Velmora is ready");
     if (std::exchange(showWhenReady_, false)) controller_->show();
 }
@@ -81,7 +73,9 @@ Task<> AppDelegate::reportFailure(std::exception_ptr failure) {
     AppLog::app.error("Velmora could not start");
     const std::string detail = description(failure);
     co_await platform_.alerts.showFailure("Velmora could not start", detail);
-    // Where nothing shows a status item, nothing would be left to end the program with.
+    // A panel that comes up late still shows the item; where none does, nothing would be left to end the program with.
+    while (status_->isAwaited() && !terminating_)
+        co_await platform_.clock.sleep(trayCheck);
     if (!status_->isVisible()) terminate(1);
 }
 
@@ -102,20 +96,18 @@ void AppDelegate::show() {
 void AppDelegate::terminate(int exitCode) {
     VELMORA_ASSERT_MAIN();
     if (std::exchange(terminating_, true)) return;
-    if (services_) services_->clipboard->stop();
-    if (services_) services_->shortcuts->stop();
+    if (services_) services_->stopWatching();
     if (controller_) controller_->hide();
     if (state_) state_->cancelWork();
     startTask_.cancel();
+    paletteStart_.cancel();
     spawn(platform_.main, [this, exitCode] { return shutDown(exitCode); });
 }
 
 Task<> AppDelegate::shutDown(int exitCode) {
     co_await startTask_.finished();
-    if (services_) {
-        co_await services_->fileIndex->stop();
-        co_await services_->database->close();
-    }
+    co_await paletteStart_.finished();
+    if (services_) co_await services_->stop();
     QCoreApplication::exit(exitCode);
 }
 

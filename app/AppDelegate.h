@@ -44,7 +44,6 @@ class AppDelegate {
 
   private:
     [[nodiscard]] Task<> start();
-    [[nodiscard]] Task<> prepareServices();
     [[nodiscard]] Task<> reportFailure(std::exception_ptr failure);
     [[nodiscard]] Task<> shutDown(int exitCode);
 
@@ -53,6 +52,7 @@ class AppDelegate {
     bool showWhenReady_;
     bool terminating_ = false;
     TaskHandle startTask_;
+    TaskHandle paletteStart_;
     std::shared_ptr<AppServices> services_;
     std::shared_ptr<PaletteState> state_;
     std::unique_ptr<PaletteController> controller_;

@@ -14,9 +14,11 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QSessionManager>
 #include <QSocketNotifier>
 #include <QTimer>
 #include <cstdlib>
+#include <functional>
 #include <iostream>
 #include <string_view>
 
@@ -43,6 +45,30 @@ std::unique_ptr<QSocketNotifier> watch(SessionName& name) {
         notifier.get(), [&name] { static_cast<void>(name.process()); }, Qt::QueuedConnection);
     return notifier;
 }
+
+/// The session's end, and whatever else tells the application to quit, is a wish to end in order: left to itself the
+/// toolkit would leave its loop at once.
+class QuitRequests final : public QObject {
+  public:
+    QuitRequests(QGuiApplication& application, std::function<void()> onQuit) : onQuit_(std::move(onQuit)) {
+        application.installEventFilter(this);
+        // Everything is stored already when the session manager asks for it. It may go on after all, and at the next
+        // log-in it is the desktop that starts programs.
+        connect(
+            &application, &QGuiApplication::commitDataRequest, this,
+            [](QSessionManager& session) { session.setRestartHint(QSessionManager::RestartNever); },
+            Qt::DirectConnection);
+    }
+
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (watched != qApp || event->type() != QEvent::Quit) return false;
+        onQuit_();
+        return true;
+    }
+
+  private:
+    std::function<void()> onQuit_;
+};
 
 /// For benchmarks: a heartbeat that tells for how long the loop came to nothing else.
 std::unique_ptr<QTimer> watchLoop() {
@@ -76,6 +102,7 @@ int run(int argc, char** argv, bool showAtStart, SessionName& name) {
     AppDelegate delegate(linuxPlatform.platform(main.executor(), qtPlatform.toolkit()),
                          ViewPlatform{qtPlatform.windowManager(), linuxPlatform.fileIcons()}, showAtStart);
     const TerminationSignals signals([&delegate] { delegate.terminate(); });
+    const QuitRequests quitRequests(application, [&delegate] { delegate.terminate(); });
     name.onShow = [&delegate] { delegate.show(); };
     const auto watcher = watch(name);
     const auto heartbeat = watchLoop();

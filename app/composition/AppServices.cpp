@@ -9,31 +9,14 @@
 #include "app/services/files/FileService.h"
 #include "app/services/files/IndexedEntries.h"
 #include "app/services/quick/ShortcutsCLI.h"
+#include "app/storage/sqlite/PrivateFolder.h"
 #include "core/Assert.h"
-
-#include <sys/stat.h>
-
-#include <filesystem>
 
 namespace velmora {
 namespace {
 
 std::string dataFolder(const std::string& applicationSupport) {
     return applicationSupport + "/Velmora";
-}
-
-/// Makes the folder that holds the program's data, readable by its user alone even where it existed with other
-/// permissions.
-std::string makeDataFolder(const std::string& applicationSupport) {
-    namespace fs = std::filesystem;
-    const fs::path folder = dataFolder(applicationSupport);
-    fs::create_directories(applicationSupport);
-    if (mkdir(folder.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
-        throw fs::filesystem_error("The data folder cannot be made", folder,
-                                   std::error_code(errno, std::generic_category()));
-    }
-    fs::permissions(folder, fs::perms::owner_all);
-    return folder;
 }
 
 std::shared_ptr<FileIndexService> makeFileIndex(const Platform& platform, std::shared_ptr<Database> database) {
@@ -48,16 +31,16 @@ std::shared_ptr<FileIndexService> makeFileIndex(const Platform& platform, std::s
 
 }  // namespace
 
-Task<std::shared_ptr<AppServices>> AppServices::create(Platform platform, SettingsFactory makeSettings) {
+Task<std::shared_ptr<AppServices>> AppServices::create(Platform platform) {
+    const std::string folder = dataFolder(platform.paths.applicationSupport);
     Actor background(platform.pool);
-    const auto makeFolder = [support = platform.paths.applicationSupport] { return makeDataFolder(support); };
-    const std::string folder = co_await background.run(makeFolder);
-    const std::string file = folder + "/velmora.sqlite";
-    auto database = co_await Database::open(file, platform.pool);
-    co_return std::make_shared<AppServices>(platform, std::move(database), std::move(makeSettings));
+    const auto makeFolder = [&folder] { makePrivateFolder(folder); };
+    co_await background.run(makeFolder);
+    auto database = co_await Database::open(folder + "/velmora.sqlite", platform.pool);
+    co_return std::make_shared<AppServices>(platform, std::move(database));
 }
 
-AppServices::AppServices(Platform given, std::shared_ptr<Database> opened, SettingsFactory makeSettings)
+AppServices::AppServices(Platform given, std::shared_ptr<Database> opened)
     : platform(std::move(given)),
       database(std::move(opened)),
       applications(std::make_shared<ApplicationService>(
@@ -68,6 +51,7 @@ AppServices::AppServices(Platform given, std::shared_ptr<Database> opened, Setti
       permissions(platform.alerts),
       usage(database, platform.clock),
       settings(database),
+      preferences(settings),
       appLaunches(database, platform.clock),
       quicklinks(database),
       files(std::make_shared<FileService>(platform.pool, platform.workspace, platform.pasteboard, platform.popUpMenu,
@@ -81,12 +65,38 @@ AppServices::AppServices(Platform given, std::shared_ptr<Database> opened, Setti
                                                    platform.frontmost, ClipboardRepository(database, platform.clock))),
       fileSearch(std::make_shared<FileResults>(fileIndex, files)),
       clipboardSearch(clipboard),
-      makeSettings_(std::move(makeSettings)) {}
+      preferenceChanges_(preferences.onChange([history = clipboard](const AppPreferences& changed) {
+          history->enabled = changed.clipboardEnabled;
+          history->maximumItems = changed.clipboardLimit;
+      })) {}
 
-SettingsState& AppServices::preferences() {
+Task<> AppServices::start() {
     VELMORA_ASSERT_MAIN();
-    if (!preferences_) preferences_ = makeSettings_(*this);
-    return *preferences_;
+    co_await fileIndex->start();
+    if (stopped_) throw Cancelled{};
+    shortcuts->start();
+    co_await preferences.load();
+}
+
+void AppServices::startWatching() {
+    VELMORA_ASSERT_MAIN();
+    if (stopped_) return;
+    clipboard->start();
+    applications->startMonitoring();
+}
+
+void AppServices::stopWatching() {
+    VELMORA_ASSERT_MAIN();
+    stopped_ = true;
+    clipboard->stop();
+    shortcuts->stop();
+    applications->stop();
+}
+
+Task<> AppServices::stop() {
+    stopWatching();
+    co_await fileIndex->stop();
+    co_await database->close();
 }
 
 }  // namespace velmora

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/services/PermissionService.h"
+#include "app/services/Preferences.h"
 #include "app/services/ResultSource.h"
 #include "app/storage/AppLaunchRepository.h"
 #include "app/storage/CommandUsageStore.h"
@@ -9,7 +10,6 @@
 #include "app/storage/sqlite/Database.h"
 #include "platform/Platform.h"
 
-#include <functional>
 #include <memory>
 
 namespace velmora {
@@ -18,28 +18,37 @@ class ApplicationService;
 class ClipboardService;
 class FileIndexService;
 class FileService;
-class SettingsState;
 class ShortcutsService;
 class SystemService;
 
-/// The composition root: every service and repository of the process, made once and handed to whoever needs it.
+/// The composition root: every service and repository of the process, made once and handed to whoever needs it, and
+/// their one life: `start` and `startWatching` start them in their order, `stop` ends them in theirs, and nothing else
+/// does either.
 ///
 /// Runs on: the main thread. Owns: the database and the services; the platform they run on outlives it.
 class AppServices {
   public:
-    /// Makes the settings state, which belongs to a layer above and is therefore not known here.
-    using SettingsFactory = std::function<std::shared_ptr<SettingsState>(AppServices&)>;
-
     /// Makes the data folder (private to the user) and opens the database in it, off the main thread. Fails with
     /// `AppError` (database) or, when the folder cannot be made, `std::filesystem::filesystem_error`.
-    [[nodiscard]] static Task<std::shared_ptr<AppServices>> create(Platform platform, SettingsFactory makeSettings);
+    [[nodiscard]] static Task<std::shared_ptr<AppServices>> create(Platform platform);
 
-    AppServices(Platform platform, std::shared_ptr<Database> database, SettingsFactory makeSettings);
+    AppServices(Platform platform, std::shared_ptr<Database> database);
     AppServices(const AppServices&) = delete;
     AppServices& operator=(const AppServices&) = delete;
 
-    /// The settings state, made on first use.
-    [[nodiscard]] SettingsState& preferences();
+    /// Starts the file index and the shortcuts, and loads the preferences. Call once. Fails with what loading them
+    /// fails with; `Cancelled` once `stop` has been called.
+    [[nodiscard]] Task<> start();
+
+    /// Begins to watch what changes by itself: the clipboard, and which applications are installed. Does nothing once
+    /// the services have been stopped.
+    void startWatching();
+
+    /// Ends what works by itself. Later calls do nothing.
+    void stopWatching();
+
+    /// Ends everything in order and closes the database, after the operations before it. `start` must have ended.
+    [[nodiscard]] Task<> stop();
 
     const Platform platform;
     const std::shared_ptr<Database> database;
@@ -48,6 +57,7 @@ class AppServices {
     PermissionService permissions;
     CommandUsageStore usage;
     SettingsRepository settings;
+    Preferences preferences;
     AppLaunchRepository appLaunches;
     QuicklinkRepository quicklinks;
     const std::shared_ptr<FileService> files;
@@ -60,8 +70,8 @@ class AppServices {
     std::shared_ptr<ResultSource> clipboardSearch;
 
   private:
-    SettingsFactory makeSettings_;
-    std::shared_ptr<SettingsState> preferences_;
+    Subscription preferenceChanges_;
+    bool stopped_ = false;
 };
 
 }  // namespace velmora

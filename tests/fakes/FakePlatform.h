@@ -1,7 +1,6 @@
 #pragma once
 
 #include "app/composition/AppServices.h"
-#include "app/ui/state/SettingsState.h"
 #include "tests/fakes/FakeBundles.h"
 #include "tests/fakes/FakeChildProcesses.h"
 #include "tests/fakes/FakeDesktop.h"
@@ -38,11 +37,8 @@ struct FakePlatform {
             .fileAttributes = std::make_shared<FakeAttributes>(disk),
             .shortcutsTools = {"/bin/true"},
         };
-        const AppServices::SettingsFactory makeSettings = [](AppServices& made) {
-            return std::make_shared<SettingsState>(made);
-        };
-        return loop.run([platform, makeSettings]() -> Task<std::shared_ptr<AppServices>> {
-            co_return co_await AppServices::create(platform, makeSettings);
+        return loop.run([platform]() -> Task<std::shared_ptr<AppServices>> {
+            co_return co_await AppServices::create(platform);
         });
     }
 

@@ -70,6 +70,10 @@ ApplicationService::ApplicationService(MainExecutor main, Executor pool, Clock& 
 }
 
 ApplicationService::~ApplicationService() {
+    stop();
+}
+
+void ApplicationService::stop() {
     watcher_.cancel();
     refreshTask_.cancel();
 }
@@ -115,8 +119,7 @@ void ApplicationService::publish(std::vector<ApplicationRecord> records) {
         commands_ = std::move(commands);
     }
     lastRefresh_ = clock_.now();
-    const auto callback = onIndexChange;  // it may replace itself
-    if (callback) callback();
+    indexChanged_.emit();
 }
 
 void ApplicationService::startMonitoring() {

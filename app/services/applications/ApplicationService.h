@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/async/Clock.h"
+#include "core/async/Signal.h"
 #include "core/commands/Commands.h"
 #include "platform/Workspace.h"
 
@@ -64,13 +65,18 @@ class ApplicationService final : public std::enable_shared_from_this<Application
     ApplicationService& operator=(const ApplicationService&) = delete;
 
     /// Called after every completed scan, even one that found nothing new.
-    std::function<void()> onIndexChange;
+    [[nodiscard]] Subscription onIndexChange(std::function<void()> callback) {
+        return indexChanged_.subscribe(std::move(callback));
+    }
 
     /// Runs one scan, or waits for the one that is running. Cancelling the caller does not cancel the scan.
     [[nodiscard]] Task<> refresh();
 
-    /// Scans again every 60 seconds for as long as the service lives. Later calls do nothing.
+    /// Scans again every 60 seconds until it is stopped. Later calls do nothing.
     void startMonitoring();
+
+    /// Ends the monitoring and a running scan.
+    void stop();
 
     /// Sorted by name; empty until the first scan has completed.
     [[nodiscard]] const std::vector<ApplicationRecord>& applications() const { return applications_; }
@@ -104,6 +110,7 @@ class ApplicationService final : public std::enable_shared_from_this<Application
     TimePoint lastRefresh_ = TimePoint::min();
     std::vector<ApplicationRecord> applications_;
     std::vector<CommandPointer> commands_;
+    Signal<> indexChanged_;
 };
 
 }  // namespace velmora

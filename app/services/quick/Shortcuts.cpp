@@ -88,8 +88,7 @@ void ShortcutsService::publish(const std::vector<std::string>& names) {
     for (const std::string& name : names)
         shortcuts_.push_back({name});
     statusText_ = names.empty() ? "No shortcuts found" : std::to_string(names.size()) + " shortcuts";
-    const auto callback = onUpdate;  // it may replace itself
-    callback();
+    updated_.emit();
 }
 
 void ShortcutsService::stop() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/async/Clock.h"
+#include "core/async/Signal.h"
 #include "core/commands/Commands.h"
 #include "core/json/JSONRecord.h"
 
@@ -47,7 +48,9 @@ class ShortcutsService final : public std::enable_shared_from_this<ShortcutsServ
     ShortcutsService& operator=(const ShortcutsService&) = delete;
 
     /// Called after every successful listing, even one that found nothing new.
-    std::function<void()> onUpdate = [] {};
+    [[nodiscard]] Subscription onUpdate(std::function<void()> callback) {
+        return updated_.subscribe(std::move(callback));
+    }
 
     /// Lists the shortcuts now, and again from time to time.
     void start();
@@ -78,6 +81,7 @@ class ShortcutsService final : public std::enable_shared_from_this<ShortcutsServ
     TaskHandle refreshTask_;
     TaskHandle monitor_;
     TimePoint lastRefresh_ = TimePoint::min();
+    Signal<> updated_;
 };
 
 /// The command that runs one shortcut. Its result never changes.

@@ -59,7 +59,6 @@ PaletteController::PaletteController(std::shared_ptr<PaletteState> state, Deskto
     panel_.onKey = [this](CommandPanel::Key key) { handle(key); };
     panel_.onDeactivate = [this] { deactivated(); };
     panel_.onDismiss = [this] { hide(); };
-    spawn(desktop.main, [palette = state_] { return palette->start(); });
 }
 
 PaletteController::~PaletteController() {

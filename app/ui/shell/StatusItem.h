@@ -32,6 +32,9 @@ class StatusItem final : public QObject {
     /// Whether a desktop that shows such items has been given this one.
     [[nodiscard]] bool isVisible() const;
 
+    /// Whether a place for it may still turn up, as panels do some time after log-in.
+    [[nodiscard]] bool isAwaited() const { return patience_.isActive(); }
+
   private Q_SLOTS:
     void hostRegistered();
 

@@ -2,7 +2,6 @@
 
 #include "app/composition/AppServices.h"
 #include "app/services/applications/ApplicationService.h"
-#include "app/services/clipboard/ClipboardService.h"
 #include "app/services/files/FileService.h"
 #include "app/services/quick/Shortcuts.h"
 #include "app/ui/state/PaletteStateChanges.h"
@@ -44,20 +43,19 @@ Task<> PaletteState::start() {
     const auto self = shared_from_this();
     std::exception_ptr failure;
     try {
-        services_->applications->onIndexChange = [weak = weak_from_this()] {
+        applicationChanges_ = services_->applications->onIndexChange([weak = weak_from_this()] {
             if (const auto state = weak.lock()) state->updateApplicationCommands();
-        };
+        });
         registerBuiltInCommands();
         co_await reloadQuicklinks();
         reloadShortcutCommands();
-        services_->shortcuts->onUpdate = [weak = weak_from_this()] {
+        shortcutChanges_ = services_->shortcuts->onUpdate([weak = weak_from_this()] {
             if (const auto state = weak.lock()) state->reloadShortcutCommands();
-        };
+        });
         usages_ = co_await services_->usage.load();
-        services_->clipboard->start();
+        services_->startWatching();
         search();
         co_await services_->applications->refresh();
-        services_->applications->startMonitoring();
         search();
     } catch (...) {
         failure = std::current_exception();

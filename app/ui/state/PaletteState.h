@@ -155,6 +155,8 @@ class PaletteState : public std::enable_shared_from_this<PaletteState> {
     std::vector<AppLaunchRecord> argumentRecents_;
     std::optional<std::string> fileDirectory_;
     TaskHandle queryTask_;
+    Subscription applicationChanges_;
+    Subscription shortcutChanges_;
     std::vector<std::shared_ptr<const Command>> applicationCommands_;
     std::vector<Quicklink> quicklinks_;
     std::vector<std::string> shortcutNames_;

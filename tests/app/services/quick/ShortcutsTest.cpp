@@ -87,7 +87,7 @@ TEST_F(ShortcutsTest, ReadsTheNamesLineByLine) {
 }
 
 TEST_F(ShortcutsTest, AFailedListingKeepsTheNames) {
-    service->onUpdate = [this] { ++updates; };
+    const auto subscription = service->onUpdate([this] { ++updates; });
     listed({.status = 0, .output = "Make Tea\n", .errors = {}});
     EXPECT_EQ(updates, 1);
     const std::vector<std::pair<ChildProcessEnding, std::string>> cases{

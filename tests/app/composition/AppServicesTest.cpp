@@ -1,0 +1,65 @@
+#include "app/composition/AppServices.h"
+
+#include "app/services/clipboard/ClipboardService.h"
+#include "app/services/files/FileIndexService.h"
+#include "app/services/quick/Shortcuts.h"
+#include "tests/fakes/FakePlatform.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace velmora {
+namespace {
+
+using namespace std::chrono_literals;
+
+class AppServicesTest : public testing::Test, protected test::FakePlatform {
+  protected:
+    AppServicesTest() : services(makeServices()) {}
+
+    void settle(std::chrono::milliseconds duration) {
+        loop.settle();
+        clock.advance(duration);
+        loop.settle();
+    }
+
+    std::shared_ptr<AppServices> services;
+};
+
+TEST_F(AppServicesTest, KeepsItsDataFromOthers) {
+    namespace fs = std::filesystem;
+    EXPECT_EQ(fs::status(folder.path() + "/data/Velmora").permissions(), fs::perms::owner_all);
+}
+
+TEST_F(AppServicesTest, AppliesTheStoredPreferencesAndRefusesUnreadableOnes) {
+    AppPreferences stored;
+    stored.clipboardEnabled = false;
+    stored.clipboardLimit = 7;
+    loop.run([&] { return services->settings.save("preferences", stored); });
+    loop.run([&] { return services->start(); });
+    EXPECT_EQ(services->preferences.current(), stored);
+    EXPECT_FALSE(services->clipboard->enabled);
+    EXPECT_EQ(services->clipboard->maximumItems, 7);
+    loop.run([&] { return services->database->execute("UPDATE settings SET value='{}' WHERE key='preferences'"); });
+    EXPECT_ANY_THROW(loop.run([&] { return services->preferences.load(); }));
+    EXPECT_EQ(services->preferences.current(), stored) << "nothing is put in their place";
+}
+
+TEST_F(AppServicesTest, QuittingDuringTheStartStartsNothingAgain) {
+    const TaskHandle start = spawn(loop.executor(), [&] { return services->start(); });
+    services->stopWatching();
+    start.cancel();
+    loop.until([&] { return start.done(); });
+    services->startWatching();
+    pasteboard.copyText("text");
+    settle(2s);
+    EXPECT_TRUE(services->shortcuts->statusText().empty()) << "never listed";
+    const auto entries = loop.run([&] { return services->clipboard->search("", std::nullopt); });
+    EXPECT_TRUE(entries.empty());
+    loop.run([&] { return services->stop(); });
+    EXPECT_ANY_THROW(loop.run([&] { return services->usage.record("x"); })) << "the database is closed";
+}
+
+}  // namespace
+}  // namespace velmora
