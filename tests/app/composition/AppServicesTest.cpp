@@ -6,6 +6,7 @@
 #include "tests/fakes/FakePlatform.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 
@@ -16,7 +17,11 @@ using namespace std::chrono_literals;
 
 class AppServicesTest : public testing::Test, protected test::FakePlatform {
   protected:
-    AppServicesTest() : services(makeServices()) {}
+    AppServicesTest() {
+        const mode_t mask = umask(0);
+        services = makeServices();
+        umask(mask);
+    }
 
     void settle(std::chrono::milliseconds duration) {
         loop.settle();
@@ -29,7 +34,8 @@ class AppServicesTest : public testing::Test, protected test::FakePlatform {
 
 TEST_F(AppServicesTest, KeepsItsDataFromOthers) {
     namespace fs = std::filesystem;
-    EXPECT_EQ(fs::status(folder.path() + "/data/Velmora").permissions(), fs::perms::owner_all);
+    for (const std::string made : {"/data", "/data/Velmora"})
+        EXPECT_EQ(fs::status(folder.path() + made).permissions(), fs::perms::owner_all) << made;
 }
 
 TEST_F(AppServicesTest, AppliesTheStoredPreferencesAndRefusesUnreadableOnes) {
