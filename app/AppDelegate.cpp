@@ -62,7 +62,7 @@ Task<> AppDelegate::start() {
     state_ = std::make_shared<PaletteState>(services_);
     controller_ = std::make_unique<PaletteController>(
         state_,
-        PaletteController::Desktop{platform_.main, platform_.pool, viewPlatform_.windowManager, viewPlatform_.fileIcons,
+        PaletteController::Desktop{platform_.main, platform_.disk, viewPlatform_.windowManager, viewPlatform_.fileIcons,
                                    [state = state_] { state->chooseFileDirectory(); }});
     paletteStart_ = spawn(platform_.main, [state = state_] { return state->start(); });
     AppLog::app.info("Velmora is ready");

@@ -38,7 +38,11 @@ struct Toolkit {
 /// service, and the main executor also the threads of the pool and the clock.
 struct Platform {
     MainExecutor main;
-    Executor pool;  ///< the worker pool, for actors
+    // Worker pools, for actors. Looking at a file can take for ever where its file system hangs, which no call can know
+    // beforehand: such work has threads of its own, and so has the database, which must always get on.
+    Executor pool;     ///< everything else that blocks, for bounded time
+    Executor disk;     ///< looking at and opening files of the user's
+    Executor storage;  ///< the database
     Clock& clock;
     Paths paths;
     Workspace& workspace;

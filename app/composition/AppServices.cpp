@@ -25,7 +25,7 @@ std::shared_ptr<FileIndexService> makeFileIndex(const Platform& platform, std::s
     auto events = platform.makeFileEvents(std::make_shared<IndexedEntries>(repository),
                                           FileIndexService::skippedPrefixes(folders));
     return std::make_shared<FileIndexService>(
-        platform.main, platform.pool, platform.clock, repository,
+        platform.main, platform.disk, platform.clock, repository,
         FileIndexService::Disk{platform.fileScanner, std::move(events), platform.fileAttributes}, folders);
 }
 
@@ -33,10 +33,10 @@ std::shared_ptr<FileIndexService> makeFileIndex(const Platform& platform, std::s
 
 Task<std::shared_ptr<AppServices>> AppServices::create(Platform platform) {
     const std::string folder = dataFolder(platform.paths.applicationSupport);
-    Actor background(platform.pool);
+    Actor background(platform.storage);
     const auto makeFolder = [&folder] { makePrivateFolder(folder); };
     co_await background.run(makeFolder);
-    auto database = co_await Database::open(folder + "/velmora.sqlite", platform.pool);
+    auto database = co_await Database::open(folder + "/velmora.sqlite", platform.storage);
     co_return std::make_shared<AppServices>(platform, std::move(database));
 }
 
@@ -54,7 +54,7 @@ AppServices::AppServices(Platform given, std::shared_ptr<Database> opened)
       preferences(settings),
       appLaunches(database, platform.clock),
       quicklinks(database),
-      files(std::make_shared<FileService>(platform.pool, platform.workspace, platform.pasteboard, platform.popUpMenu,
+      files(std::make_shared<FileService>(platform.disk, platform.workspace, platform.pasteboard, platform.popUpMenu,
                                           platform.folderPanel, platform.paths.home)),
       fileIndex(makeFileIndex(platform, database)),
       shortcuts(std::make_shared<ShortcutsService>(

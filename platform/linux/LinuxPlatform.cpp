@@ -24,7 +24,9 @@
 namespace velmora {
 namespace {
 
-constexpr std::size_t workerThreads = 3;
+constexpr std::size_t workerThreads = 2;
+constexpr std::size_t diskThreads = 2;
+constexpr std::size_t storageThreads = 3;  // writing, reading, and copying the log into the file
 
 /// The home folder of the account, whatever the environment says.
 std::string accountHome() {
@@ -60,12 +62,14 @@ std::unique_ptr<X11Session> connectX11() {
 struct LinuxPlatform::Services {
     DesktopEnvironment desktop = DesktopEnvironment::ofProcess(homeFolder());
     WorkerPool pool{workerThreads};
+    WorkerPool disk{diskThreads};
+    WorkerPool storage{storageThreads};
     SystemClock clock;
-    LinuxWorkspace workspace{pool.executor(), desktop};
+    LinuxWorkspace workspace{disk.executor(), desktop};
     LinuxChildProcesses childProcesses{pool.executor(), desktop.home};
     LogindPower power{pool.executor()};
     LogindScreenLock screenLock{pool.executor()};
-    LinuxTrash trash{pool.executor(), desktop.dataHome, desktop.home == accountHome()};
+    LinuxTrash trash{disk.executor(), desktop.dataHome, desktop.home == accountHome()};
     std::unique_ptr<X11Session> x11 = connectX11();
     std::unique_ptr<WaylandClipboard> wayland = WaylandClipboard::connect({});
     LinuxFrontmostApplication frontmost{pool.executor(), x11.get()};
@@ -91,6 +95,8 @@ Platform LinuxPlatform::platform(MainExecutor main, const Toolkit& toolkit) cons
     return {
         .main = main,
         .pool = own.pool.executor(),
+        .disk = own.disk.executor(),
+        .storage = own.storage.executor(),
         .clock = own.clock,
         .paths = {own.desktop.home, own.desktop.dataHome},
         .workspace = own.workspace,
@@ -119,6 +125,8 @@ Platform LinuxPlatform::platform(MainExecutor main, const Toolkit& toolkit) cons
 void LinuxPlatform::stop() {
     services_->clock.stop();
     services_->pool.stop();
+    services_->disk.stop();
+    services_->storage.stop();
 }
 
 }  // namespace velmora

@@ -30,7 +30,7 @@ class LinuxPlatform {
     /// Everything together. This must outlive what is made of it.
     [[nodiscard]] Platform platform(MainExecutor main, const Toolkit& toolkit) const;
 
-    /// Ends the threads of the pool and the clock. Before the main executor goes, which they hand tasks back to.
+    /// Ends the threads of the pools and the clock. Before the main executor goes, which they hand tasks back to.
     void stop();
 
   private:

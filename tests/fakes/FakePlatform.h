@@ -18,6 +18,8 @@ struct FakePlatform {
         const Platform platform{
             .main = loop.executor(),
             .pool = loop.executor(),
+            .disk = loop.executor(),
+            .storage = loop.executor(),
             .clock = clock,
             .paths = {folder.path(), folder.path() + "/data"},
             .workspace = workspace,
