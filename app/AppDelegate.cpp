@@ -2,8 +2,8 @@
 
 #include "app/log/AppLog.h"
 #include "app/ui/palette/PaletteController.h"
-#include "app/ui/shell/Measure.h"
 #include "app/ui/shell/StatusItem.h"
+#include "app/ui/shell/Trace.h"
 #include "app/ui/state/PaletteState.h"
 #include "core/Assert.h"
 
@@ -61,9 +61,8 @@ Task<> AppDelegate::start() {
     }
     state_ = std::make_shared<PaletteState>(services_);
     controller_ = std::make_unique<PaletteController>(
-        state_,
-        PaletteController::Desktop{platform_.main, platform_.disk, viewPlatform_.windowManager, viewPlatform_.fileIcons,
-                                   [state = state_] { state->chooseFileDirectory(); }});
+        state_, PaletteController::Desktop{platform_.main, platform_.disk, viewPlatform_.windowManager,
+                                           viewPlatform_.fileIcons});
     paletteStart_ = spawn(platform_.main, [state = state_] { return state->start(); });
     AppLog::app.info("Velmora is ready");
     if (std::exchange(showWhenReady_, false)) controller_->show();
@@ -84,7 +83,7 @@ void AppDelegate::toggle() {
 }
 
 void AppDelegate::show() {
-    measure::mark("show");
+    trace::mark("show");
     if (terminating_) return;
     if (controller_) {
         controller_->show();
@@ -98,7 +97,7 @@ void AppDelegate::terminate(int exitCode) {
     if (std::exchange(terminating_, true)) return;
     if (services_) services_->stopWatching();
     if (controller_) controller_->hide();
-    if (state_) state_->cancelWork();
+    if (state_) state_->stop();
     startTask_.cancel();
     paletteStart_.cancel();
     spawn(platform_.main, [this, exitCode] { return shutDown(exitCode); });

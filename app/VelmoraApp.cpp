@@ -3,7 +3,7 @@
 #include "app/AppDelegate.h"
 #include "app/TerminationSignals.h"
 #include "app/log/AppLog.h"
-#include "app/ui/shell/Measure.h"
+#include "app/ui/shell/Trace.h"
 #include "app/ui/shell/SystemAppearance.h"
 #include "core/Assert.h"
 #include "platform/Runtime.h"
@@ -75,7 +75,7 @@ std::unique_ptr<QTimer> watchLoop() {
     using namespace std::chrono_literals;
     static constexpr auto interval = 1ms;
     static constexpr auto notable = 3ms;
-    if (!measure::asksFor("loop")) return nullptr;
+    if (!trace::asksFor("loop")) return nullptr;
     auto beat = std::make_unique<QTimer>();
     beat->setTimerType(Qt::PreciseTimer);
     QElapsedTimer sinceLast;
@@ -83,7 +83,7 @@ std::unique_ptr<QTimer> watchLoop() {
     QObject::connect(beat.get(), &QTimer::timeout, beat.get(), [sinceLast]() mutable {
         const std::chrono::nanoseconds gap = std::chrono::nanoseconds(sinceLast.nsecsElapsed()) - interval;
         sinceLast.start();
-        if (gap > notable) measure::duration("gap", gap.count());
+        if (gap > notable) trace::duration("gap", gap.count());
     });
     beat->start(interval);
     return beat;

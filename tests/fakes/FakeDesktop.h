@@ -58,11 +58,9 @@ class FakeAlerts final : public Alerts {
     ManualClock& clock_;
 };
 
-/// A searchable source whose every answer takes as long as told.
+/// A source that finds what it is asked for, as often as told. It can fail, and answer when it is told to.
 class FakeSource final : public ResultSource {
   public:
-    explicit FakeSource(ManualClock& clock) : clock_(clock) {}
-
     [[nodiscard]] Task<std::vector<ResultPointer>> search(std::string query,
                                                           std::optional<std::string> directory) override {
         searches.push_back(query + (directory ? "@" + *directory : ""));
@@ -72,24 +70,20 @@ class FakeSource final : public ResultSource {
                 [&](std::shared_ptr<detail::Waiter> waiter) { late.push_back(std::move(waiter)); };
             const std::function<void(detail::Waiter&)> ignore = [](detail::Waiter&) {};
             co_await detail::suspend(park, ignore);
-        } else if (delay.count() > 0) {
-            co_await clock_.sleep(delay);
         }
         if (fails) throw std::runtime_error("the disk is on fire");
-        auto result = std::make_shared<CommandResult>();
-        result->id = "found:" + query;
-        result->title = query;
-        co_return std::vector<ResultPointer>{result};
+        CommandResult result;
+        result.id = "found:" + query;
+        result.title = query;
+        result.previewText = query;
+        co_return std::vector<ResultPointer>(count, std::make_shared<const CommandResult>(result));
     }
 
-    std::chrono::milliseconds delay{0};
+    std::size_t count = 1;
     bool fails = false;
     bool ignoresCancellation = false;
     std::vector<std::shared_ptr<detail::Waiter>> late;
     std::vector<std::string> searches;
-
-  private:
-    ManualClock& clock_;
 };
 
 }  // namespace velmora::test

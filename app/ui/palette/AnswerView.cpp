@@ -1,14 +1,13 @@
 #include "app/ui/palette/AnswerView.h"
 
 #include "app/ui/icons/SymbolIcons.h"
-#include "app/ui/widgets/SlimScrollBar.h"
+#include "app/ui/widgets/PassiveText.h"
 #include "app/ui/widgets/Texts.h"
 #include "app/ui/widgets/Theme.h"
 
 #include <QEvent>
 #include <QLabel>
 #include <QPainter>
-#include <QPlainTextEdit>
 #include <QStyle>
 #include <QVBoxLayout>
 
@@ -22,33 +21,31 @@ constexpr int gap = 10;
 }  // namespace
 
 AnswerView::AnswerView(QWidget* parent)
-    : QWidget(parent), heading_(new QLabel(QStringLiteral("Ask AI"), this)), text_(new QPlainTextEdit(this)) {
+    : QWidget(parent),
+      heading_(new QLabel(QStringLiteral("Ask AI"), this)),
+      text_(new PassiveText(this)),
+      status_(new QLabel(this)) {
     heading_->setFont(Theme::font(Theme::titleFont, QFont::DemiBold));
     heading_->setIndent(symbolSize + gap);
     heading_->setMinimumHeight(symbolSize + 4);
-    text_->setReadOnly(true);
     text_->setAccessibleName(QStringLiteral("Ask AI"));
-    text_->setFocusPolicy(Qt::NoFocus);
-    text_->setFrameShape(QFrame::NoFrame);
     text_->setFont(Theme::font(Theme::titleFont));
-    text_->setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-    text_->setVerticalScrollBar(new SlimScrollBar(text_));
-    text_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    text_->setContextMenuPolicy(Qt::NoContextMenu);
-    text_->setUndoRedoEnabled(false);
-    text_->document()->setDocumentMargin(0);
-    text_->viewport()->setAutoFillBackground(false);
+    status_->setTextFormat(Qt::PlainText);
+    status_->setFont(Theme::font(Theme::smallFont));
+    status_->setWordWrap(true);
     auto* const column = new QVBoxLayout(this);
     column->setContentsMargins(padding, padding, padding, padding);
     column->setSpacing(gap);
     column->addWidget(heading_);
     column->addWidget(text_, 1);
+    column->addWidget(status_);
     applyTheme();
 }
 
-void AnswerView::show(const std::string& text) {
-    const QString shown = texts::of(text);
-    if (shown != text_->toPlainText()) text_->setPlainText(shown);
+void AnswerView::show(const std::string& text, const std::string& status) {
+    text_->show(texts::of(text));
+    status_->setText(texts::line(status));
+    status_->setVisible(!status.empty());
 }
 
 void AnswerView::changeEvent(QEvent* event) {
@@ -72,6 +69,8 @@ void AnswerView::applyTheme() {
     heading_->setPalette(colours);
     colours.setColor(QPalette::Text, theme.secondary);
     text_->setPalette(colours);
+    colours.setColor(QPalette::WindowText, theme.secondary);
+    status_->setPalette(colours);
 }
 
 }  // namespace velmora

@@ -4,16 +4,19 @@
 #include <string>
 
 class QLabel;
-class QPlainTextEdit;
 
 namespace velmora {
 
-/// The AI mode's page: its header, and below it what it has to say.
+class PassiveText;
+
+/// The AI mode's page: its header, below it what it has to say, and how far it has come.
 class AnswerView final : public QWidget {
   public:
     explicit AnswerView(QWidget* parent);
 
-    void show(const std::string& text);
+    /// One line of `status`; an empty one takes no room.
+    void show(const std::string& text, const std::string& status);
+    [[nodiscard]] PassiveText& text() { return *text_; }
 
   protected:
     void changeEvent(QEvent* event) override;
@@ -23,7 +26,8 @@ class AnswerView final : public QWidget {
     void applyTheme();
 
     QLabel* heading_;
-    QPlainTextEdit* text_;
+    PassiveText* text_;
+    QLabel* status_;
 };
 
 }  // namespace velmora

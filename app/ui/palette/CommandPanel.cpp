@@ -1,6 +1,6 @@
 #include "app/ui/palette/CommandPanel.h"
 
-#include "app/ui/shell/Measure.h"
+#include "app/ui/shell/Trace.h"
 #include "app/ui/widgets/Shadow.h"
 #include "app/ui/widgets/Theme.h"
 
@@ -40,6 +40,7 @@ CommandPanel::CommandPanel()
 
 CommandPanel::~CommandPanel() {
     onDeactivate = [] {};
+    onChildClosed = [] {};
 }
 
 void CommandPanel::setContent(QWidget* content) {
@@ -59,8 +60,12 @@ QMargins CommandPanel::shadowMargins() const {
 }
 
 bool CommandPanel::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() != QEvent::KeyPress || watched != windowHandle()) return QWidget::eventFilter(watched, event);
-    measure::mark("key");
+    if (watched != windowHandle()) {
+        if (event->type() == QEvent::Hide && !event->spontaneous()) onChildClosed();
+        return QWidget::eventFilter(watched, event);
+    }
+    if (event->type() != QEvent::KeyPress) return false;
+    trace::mark("key");
     const auto& press = *static_cast<QKeyEvent*>(event);
     const auto key = panelKey(press);
     if (!key) return false;
@@ -71,6 +76,14 @@ bool CommandPanel::eventFilter(QObject* watched, QEvent* event) {
 bool CommandPanel::event(QEvent* event) {
     if (event->type() == QEvent::WindowDeactivate) onDeactivate();
     return QWidget::event(event);
+}
+
+void CommandPanel::childEvent(QChildEvent* event) {
+    QWidget::childEvent(event);
+    if (!event->polished()) return;
+    const auto* const child = qobject_cast<QWidget*>(event->child());
+    if (child && (child->windowType() == Qt::Dialog || child->windowType() == Qt::Popup))
+        event->child()->installEventFilter(this);
 }
 
 void CommandPanel::closeEvent(QCloseEvent* event) {
@@ -101,15 +114,15 @@ void CommandPanel::paintEvent(QPaintEvent* event) {
         painter.setBrush(theme.background);
         painter.drawRoundedRect(QRectF(content).adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
     }
-    measurePaint();
+    tracePaint();
 }
 
-void CommandPanel::measurePaint() {
-    if (!measure::enabled() || std::exchange(measuring_, true)) return;
+void CommandPanel::tracePaint() {
+    if (!trace::enabled() || std::exchange(tracing_, true)) return;
     // The loop comes round when everything has been painted and handed to the window system.
     const auto painted = [this] {
-        measuring_ = false;
-        measure::mark("paint");
+        tracing_ = false;
+        trace::mark("paint");
     };
     QMetaObject::invokeMethod(this, painted, Qt::QueuedConnection);
 }

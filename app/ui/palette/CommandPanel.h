@@ -25,12 +25,15 @@ class CommandPanel final : public QWidget {
     /// A key that is the window's before it is the focused widget's.
     std::function<void(Key)> onKey = [](Key) {};
     std::function<void()> onDeactivate = [] {};
+    /// A dialog or a menu over it has closed, whichever way.
+    std::function<void()> onChildClosed = [] {};
     /// The window manager wants it closed, or the mouse was pressed in the shadow, which is not the window.
     std::function<void()> onDismiss = [] {};
 
   protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
     bool event(QEvent* event) override;
+    void childEvent(QChildEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
@@ -40,11 +43,11 @@ class CommandPanel final : public QWidget {
 
   private:
     [[nodiscard]] QRect contentRect() const { return rect().marginsRemoved(shadowMargins()); }
-    void measurePaint();
+    void tracePaint();
 
     QWidget* content_ = nullptr;
     bool composited_ = false;
-    bool measuring_ = false;
+    bool tracing_ = false;
     std::optional<QPoint> dragStart_;  // in the window
 };
 

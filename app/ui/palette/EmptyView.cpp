@@ -1,6 +1,7 @@
 #include "app/ui/palette/EmptyView.h"
 
 #include "app/ui/icons/SymbolIcons.h"
+#include "app/ui/widgets/Texts.h"
 #include "app/ui/widgets/Theme.h"
 
 #include <QPainter>
@@ -16,18 +17,16 @@ constexpr int widestHelp = 440;
 
 EmptyView::EmptyView(QWidget* parent) : QWidget(parent) {}
 
-void EmptyView::show(const QString& symbol, const QString& heading, const QString& help) {
-    if (symbol == symbol_ && heading == heading_ && help == help_) return;
-    symbol_ = symbol;
-    heading_ = heading;
-    help_ = help;
-    setAccessibleName(heading);
-    setAccessibleDescription(help);
+void EmptyView::show(const PaletteScreen::Nothing& content) {
+    if (content == content_) return;
+    content_ = content;
+    setAccessibleName(texts::of(content.heading));
+    setAccessibleDescription(texts::of(content.help));
     update();
 }
 
 void EmptyView::paintEvent(QPaintEvent*) {
-    if (heading_.isEmpty()) return;
+    if (content_.heading.empty()) return;
     const Theme& theme = Theme::current();
     QPainter painter(this);
     painter.setLayoutDirection(Qt::LayoutDirectionAuto);
@@ -36,20 +35,21 @@ void EmptyView::paintEvent(QPaintEvent*) {
     const QFontMetrics headingMetrics(headingFont);
     const int wide = std::min(widestHelp, width() - 4 * gap);
     const int flags = Qt::AlignHCenter | Qt::AlignTop | Qt::TextWordWrap;
-    const QRect helpSize = QFontMetrics(helpFont).boundingRect(QRect(0, 0, wide, height()), flags, help_);
+    const QString help = texts::of(content_.help);
+    const QRect helpSize = QFontMetrics(helpFont).boundingRect(QRect(0, 0, wide, height()), flags, help);
     const int total = symbolSize + gap + headingMetrics.height() + gap / 2 + helpSize.height();
     // A little above the middle looks centred.
     int top = (height() - total) * 9 / 20;
     painter.drawPixmap(QPoint((width() - symbolSize) / 2, top),
-                       SymbolIcons::pixmap(symbol_, symbolSize, devicePixelRatioF(), theme.border));
+                       SymbolIcons::pixmap(texts::of(content_.symbol), symbolSize, devicePixelRatioF(), theme.border));
     top += symbolSize + gap;
     painter.setFont(headingFont);
     painter.setPen(theme.text);
-    painter.drawText(QRect(0, top, width(), headingMetrics.height()), Qt::AlignCenter, heading_);
+    painter.drawText(QRect(0, top, width(), headingMetrics.height()), Qt::AlignCenter, texts::of(content_.heading));
     top += headingMetrics.height() + gap / 2;
     painter.setFont(helpFont);
     painter.setPen(theme.secondary);
-    painter.drawText(QRect((width() - wide) / 2, top, wide, helpSize.height() + gap), flags, help_);
+    painter.drawText(QRect((width() - wide) / 2, top, wide, helpSize.height() + gap), flags, help);
 }
 
 }  // namespace velmora

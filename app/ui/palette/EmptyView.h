@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/ui/state/PaletteScreen.h"
+
 #include <QWidget>
 
 namespace velmora {
@@ -9,15 +11,13 @@ class EmptyView final : public QWidget {
   public:
     explicit EmptyView(QWidget* parent);
 
-    void show(const QString& symbol, const QString& heading, const QString& help);
+    void show(const PaletteScreen::Nothing& content);
 
   protected:
     void paintEvent(QPaintEvent* event) override;
 
   private:
-    QString symbol_;
-    QString heading_;
-    QString help_;
+    PaletteScreen::Nothing content_;
 };
 
 }  // namespace velmora

@@ -18,15 +18,6 @@ namespace {
 
 constexpr double raise = 0.08;  // of the screen's height, above its middle
 
-/// The dialog of ours that waits for an answer.
-QDialog* openDialog() {
-    for (QWidget* window : QApplication::topLevelWidgets()) {
-        auto* const dialog = qobject_cast<QDialog*>(window);
-        if (dialog && dialog->isVisible() && dialog->isModal()) return dialog;
-    }
-    return nullptr;
-}
-
 /// Icon themes cover each other's gaps, and the bare fallback of all of them holds hardly more than applications.
 void ensureIconTheme() {
     const QString fallback = QIcon::fallbackThemeName();
@@ -49,21 +40,19 @@ WindowManager::Edges devicePixels(const QMargins& margins, qreal ratio) {
 PaletteController::PaletteController(std::shared_ptr<PaletteState> state, Desktop desktop)
     : state_(std::move(state)),
       windowManager_(desktop.windowManager),
-      view_(new PaletteView(state_,
-                            std::make_shared<ResultIcons>(desktop.main, desktop.pool, std::move(desktop.fileIcons)),
-                            std::move(desktop.chooseFileDirectory), nullptr)) {
+      view_(new PaletteView(
+          state_, std::make_shared<ResultIcons>(desktop.main, desktop.pool, std::move(desktop.fileIcons)), nullptr)) {
     ensureIconTheme();
     panel_.setContent(view_);
     panel_.setFocusProxy(&view_->input());
-    state_->hide = [this] { hide(); };
+    hides_ = state_->onHide([this] { hide(); });
     panel_.onKey = [this](CommandPanel::Key key) { handle(key); };
     panel_.onDeactivate = [this] { deactivated(); };
+    panel_.onChildClosed = [this] { childClosed(); };
     panel_.onDismiss = [this] { hide(); };
 }
 
-PaletteController::~PaletteController() {
-    state_->hide = [] {};
-}
+PaletteController::~PaletteController() = default;
 
 void PaletteController::toggle() {
     shown_ && !openDialog() ? hide() : show();
@@ -90,9 +79,7 @@ void PaletteController::hide() {
 
 void PaletteController::open() {
     state_->enter(PaletteState::Mode::commands);
-    state_->refreshApplications();
-    state_->refreshQuicklinks();
-    state_->refreshShortcuts();
+    state_->groups().refresh();
     panel_.setComposited(windowManager_.composited());
     place();
     windowManager_.makePanel(panel_.winId(), devicePixels(panel_.shadowMargins(), panel_.devicePixelRatioF()));
@@ -139,8 +126,23 @@ void PaletteController::handle(CommandPanel::Key key) {
     }
 }
 
+/// The dialog of ours that waits for an answer: one over the palette, or one that nothing can be done beside.
+QDialog* PaletteController::openDialog() const {
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        auto* const dialog = qobject_cast<QDialog*>(window);
+        if (!dialog || !dialog->isVisible() || !dialog->isModal()) continue;
+        if (dialog->windowModality() == Qt::ApplicationModal || dialog->parentWidget() == &panel_) return dialog;
+    }
+    return nullptr;
+}
+
 void PaletteController::deactivated() {
     if (shown_ && !openDialog() && !QApplication::activePopupWidget()) hide();
+}
+
+void PaletteController::childClosed() {
+    // Window managers give the keyboard to whichever window they like, while the palette stays on top of it.
+    if (shown_ && !openDialog() && !QApplication::activePopupWidget()) bringForward(panel_);
 }
 
 }  // namespace velmora

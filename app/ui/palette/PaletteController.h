@@ -5,10 +5,9 @@
 #include "platform/FileIcons.h"
 #include "platform/WindowManager.h"
 
-#include <functional>
 #include <memory>
 
-class QScreen;
+class QDialog;
 
 namespace velmora {
 
@@ -24,8 +23,6 @@ class PaletteController {
         Executor pool;
         WindowManager& windowManager;
         std::shared_ptr<const FileIcons> fileIcons;  ///< none: files have a neutral icon
-        /// Lets the user choose the folder that the files mode searches; empty: it searches all of them.
-        std::function<void()> chooseFileDirectory;
     };
 
     PaletteController(std::shared_ptr<PaletteState> state, Desktop desktop);
@@ -49,8 +46,11 @@ class PaletteController {
     void bringForward(QWidget& window);
     void handle(CommandPanel::Key key);
     void deactivated();
+    void childClosed();
+    [[nodiscard]] QDialog* openDialog() const;
 
     std::shared_ptr<PaletteState> state_;
+    Subscription hides_;
     WindowManager& windowManager_;
     CommandPanel panel_;
     PaletteView* view_;  // the panel's

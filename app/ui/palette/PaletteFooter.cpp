@@ -23,32 +23,11 @@ PaletteFooter::PaletteFooter(QWidget* parent) : QWidget(parent) {
     setFixedHeight(Theme::footerHeight);
 }
 
-void PaletteFooter::setMode(const QString& symbol, const QString& title) {
-    if (symbol == symbol_ && title == title_) return;
-    symbol_ = symbol;
-    title_ = title;
-    describe();
-}
-
-void PaletteFooter::setHints(const QString& hints) {
-    if (hints == hints_) return;
-    hints_ = hints;
-    help_.clear();
-    remark_.clear();
-    describe();
-}
-
-void PaletteFooter::setHelp(const QString& help, const QString& remark) {
-    if (hints_.isEmpty() && help == help_ && remark == remark_) return;
-    hints_.clear();
-    help_ = help;
-    remark_ = remark;
-    describe();
-}
-
-void PaletteFooter::describe() {
-    setAccessibleName(title_);
-    setAccessibleDescription(hints_.isEmpty() ? help_ + u' ' + remark_ : hints_);
+void PaletteFooter::show(const PaletteScreen::Footer& content) {
+    if (content == content_) return;
+    content_ = content;
+    setAccessibleName(texts::of(content.title));
+    setAccessibleDescription(texts::of(content.hints.empty() ? content.help + ' ' + content.remark : content.hints));
     update();
 }
 
@@ -59,15 +38,17 @@ void PaletteFooter::paintEvent(QPaintEvent*) {
     QRect area = rect().adjusted(padding, 1, -padding, 0);
 
     const QRect icon(area.left(), area.center().y() - symbolSize / 2 + 1, symbolSize, symbolSize);
-    painter.drawPixmap(QStyle::visualRect(layoutDirection(), rect(), icon).topLeft(),
-                       SymbolIcons::pixmap(symbol_, symbolSize, devicePixelRatioF(), theme.secondary));
+    painter.drawPixmap(
+        QStyle::visualRect(layoutDirection(), rect(), icon).topLeft(),
+        SymbolIcons::pixmap(texts::of(content_.symbol), symbolSize, devicePixelRatioF(), theme.secondary));
     area.setLeft(icon.right() + 1 + gap);
     painter.setFont(Theme::font(Theme::smallFont, QFont::DemiBold));
     painter.setPen(theme.secondary);
-    const int titleWidth = QFontMetrics(painter.font()).horizontalAdvance(title_);
-    texts::draw(painter, QStyle::visualRect(layoutDirection(), rect(), area), title_, layoutDirection());
+    const QString title = texts::of(content_.title);
+    const int titleWidth = QFontMetrics(painter.font()).horizontalAdvance(title);
+    texts::draw(painter, QStyle::visualRect(layoutDirection(), rect(), area), title, layoutDirection());
     area.setLeft(area.left() + titleWidth + 2 * gap);
-    hints_.isEmpty() ? paintHelp(painter, area) : paintHints(painter, area);
+    content_.hints.empty() ? paintHelp(painter, area) : paintHints(painter, area);
 }
 
 void PaletteFooter::paintHints(QPainter& painter, QRect area) const {
@@ -75,7 +56,7 @@ void PaletteFooter::paintHints(QPainter& painter, QRect area) const {
     const QFont font = Theme::font(Theme::smallFont);
     const QFontMetrics metrics(font);
     // From the trailing end: what does not fit is left out whole, never cut.
-    const QStringList all = hints_.split(hintSeparator.toString(), Qt::SkipEmptyParts);
+    const QStringList all = texts::of(content_.hints).split(hintSeparator.toString(), Qt::SkipEmptyParts);
     for (auto hint = all.crbegin(); hint != all.crend(); ++hint) {
         const qsizetype blank = hint->lastIndexOf(u' ');
         const QString keys = hint->left(blank);
@@ -103,12 +84,12 @@ void PaletteFooter::paintHelp(QPainter& painter, QRect area) const {
                     Qt::AlignRight);
         area.setRight(area.right() - QFontMetrics(painter.font()).horizontalAdvance(text) - 2 * gap);
     };
-    if (!remark_.isEmpty()) {
+    if (!content_.remark.empty()) {
         painter.setFont(Theme::font(Theme::smallFont, QFont::DemiBold));
-        draw(remark_, theme.secondary);
+        draw(texts::of(content_.remark), theme.secondary);
     }
     painter.setFont(Theme::font(Theme::smallFont));
-    if (area.width() > 0) draw(help_, theme.secondary);
+    if (area.width() > 0) draw(texts::of(content_.help), theme.secondary);
 }
 
 }  // namespace velmora

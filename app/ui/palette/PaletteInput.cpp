@@ -6,6 +6,7 @@
 #include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QRegularExpression>
+#include <algorithm>
 
 namespace velmora {
 namespace {
@@ -26,17 +27,15 @@ bool steersThePalette(int key) {
 
 }  // namespace
 
-PaletteInput::PaletteInput(QWidget* parent) : QLineEdit(parent) {
+PaletteInput::PaletteInput(int longest, QWidget* parent) : QLineEdit(parent) {
+    setMaxLength(longest + 1);  // whatever reaches this has been cut off
     setFrame(false);
     setAttribute(Qt::WA_MacShowFocusRect, false);
     setAccessibleName(QStringLiteral("Search commands, apps or ask AI"));
     setFont(Theme::font(Theme::inputFont));
     setMinimumHeight(40);
     applyTheme();
-    connect(this, &QLineEdit::textEdited, this, [this] {
-        joinLines();
-        onEdit(text().toStdString());
-    });
+    connect(this, &QLineEdit::textEdited, this, [this] { edited(); });
 }
 
 void PaletteInput::show(const std::string& text, const std::string& placeholder) {
@@ -44,6 +43,22 @@ void PaletteInput::show(const std::string& text, const std::string& placeholder)
     if (hint != placeholderText()) setPlaceholderText(hint);
     // Compared as the palette holds it: a text that has no UTF-8 form of its own would never be equal otherwise.
     if (this->text().toStdString() != text) setText(texts::of(text));
+    accepted_ = this->text();
+}
+
+void PaletteInput::edited() {
+    const QString now = text();
+    if (now.size() == maxLength()) {
+        const auto same = std::mismatch(now.cbegin(), now.cend(), accepted_.cbegin(), accepted_.cend());
+        const auto position = static_cast<int>(same.first - now.cbegin());
+        setText(accepted_);
+        setCursorPosition(position);
+        onRefusal();
+        return;
+    }
+    joinLines();
+    accepted_ = text();
+    onEdit(accepted_.toStdString());
 }
 
 void PaletteInput::joinLines() {

@@ -10,7 +10,8 @@ namespace velmora {
 /// steer the palette belong to the input method while it composes.
 class PaletteInput final : public QLineEdit {
   public:
-    explicit PaletteInput(QWidget* parent);
+    /// Takes texts of up to `longest` UTF-16 units. A longer one is refused as a whole: the field keeps what it had.
+    PaletteInput(int longest, QWidget* parent);
 
     /// Makes the field show `text`; leaves it alone, cursor and all, when it does already.
     void show(const std::string& text, const std::string& placeholder);
@@ -18,6 +19,8 @@ class PaletteInput final : public QLineEdit {
     [[nodiscard]] bool composing() const { return !preedit_.isEmpty(); }
 
     std::function<void(std::string text)> onEdit = [](const std::string&) {};
+    /// A text was refused for its length.
+    std::function<void()> onRefusal = [] {};
     std::function<void()> submit = [] {};
     std::function<void()> tab = [] {};
     std::function<void(std::ptrdiff_t step)> move = [](std::ptrdiff_t) {};
@@ -32,11 +35,13 @@ class PaletteInput final : public QLineEdit {
 
   private:
     bool handle(QKeyEvent& event);
+    void edited();
     /// What was pasted may have several lines; the field has one.
     void joinLines();
     void applyTheme();
 
     QString preedit_;
+    QString accepted_;  // the last text that was not too long
 };
 
 }  // namespace velmora

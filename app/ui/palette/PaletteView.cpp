@@ -11,11 +11,11 @@
 #include "app/ui/palette/ResultList.h"
 #include "app/ui/palette/ResultPreviewView.h"
 #include "app/ui/widgets/ChipButton.h"
+#include "app/ui/widgets/PassiveText.h"
 #include "app/ui/widgets/Texts.h"
 #include "app/ui/widgets/Theme.h"
 
 #include <QAccessible>
-#include <QFileInfo>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QMenu>
@@ -26,49 +26,16 @@
 namespace velmora {
 namespace {
 
-using Mode = PaletteState::Mode;
-
 constexpr std::size_t previewLimit = 50'000;
-constexpr std::size_t fileSearchCap = 100;
 constexpr int leadingSize = 22;
 constexpr int rowPadding = 20;
 constexpr int rowSpacing = 12;
 constexpr int popoverMargin = 8;
 
-const QString keyHints = QStringLiteral("↑ ↓ Navigate   ↵ Execute   ⇥ Arguments   ⌘ K Actions   esc Close");
-const QString commandHelp = QStringLiteral("Type a name or keyword to find a result.");
-const QString fileHelp = QStringLiteral(
-    "Results come from Velmora's own file index. Add folders in Settings → File Index if something is missing.");
-const QString argumentHelp = QStringLiteral("Type arguments and press Return, or pick a previous launch below.");
-const QString fileExample = QStringLiteral("report 2026 ext:pdf · path:Downloads · kind:folder · sort:size");
-
-QString symbolOf(Mode mode) {
-    switch (mode) {
-        case Mode::commands:
-            return QStringLiteral("command");
-        case Mode::files:
-            return QStringLiteral("doc.text.magnifyingglass");
-        case Mode::clipboard:
-            return QStringLiteral("clipboard");
-        case Mode::ai:
-            return QStringLiteral("sparkles");
-    }
-    return {};
-}
-
-QString countOf(std::size_t results) {
-    if (results == fileSearchCap) return QStringLiteral("First 100");
-    return QString::number(results) + QStringLiteral(" results");
-}
-
 }  // namespace
 
-PaletteView::PaletteView(std::shared_ptr<PaletteState> state, std::shared_ptr<ResultIcons> icons,
-                         std::function<void()> chooseFileDirectory, QWidget* parent)
-    : QWidget(parent),
-      state_(std::move(state)),
-      icons_(std::move(icons)),
-      chooseFileDirectory_(std::move(chooseFileDirectory)) {
+PaletteView::PaletteView(std::shared_ptr<PaletteState> state, std::shared_ptr<ResultIcons> icons, QWidget* parent)
+    : QWidget(parent), state_(std::move(state)), icons_(std::move(icons)) {
     build();
     wireInput();
     changes_ = state_->onChange([this] { refresh(); });
@@ -124,7 +91,7 @@ QWidget* PaletteView::inputRow() {
     leading_ = new QWidget(row);
     leading_->setFixedSize(leadingSize, leadingSize);
     back_ = new ChipButton(QStringLiteral("chevron.left"), QStringLiteral("esc Back"), row);
-    input_ = new PaletteInput(row);
+    input_ = new PaletteInput(PaletteState::maximumQuery, row);
     folder_ = new ChipButton(QStringLiteral("folder"), QStringLiteral("All Folders"), row);
     auto* const layout = new QHBoxLayout(row);
     layout->setContentsMargins(rowPadding, 0, rowPadding, 0);
@@ -143,96 +110,71 @@ void PaletteView::wireInput() {
         QAccessibleEvent focus(input_, QAccessible::Focus);  // back from the row that was announced
         QAccessible::updateAccessibility(&focus);
     };
+    input_->onRefusal = [this] { state_->refuseLongQuery(); };
     input_->submit = [this] { state_->execute(); };
     input_->tab = [this] { state_->beginArguments(); };
     input_->move = [this](std::ptrdiff_t step) {
         state_->move(step);
         if (!state_->showsActions()) list_->announceSelection();
     };
-    input_->copy = [this] { return preview_->isVisible() && preview_->copySelection(); };
+    input_->copy = [this] {
+        PassiveText* const text = shownText();
+        return text && text->copySelection();
+    };
 }
 
-/// Whether the palette is where every showing of it begins.
-bool PaletteView::atHome() const {
-    return state_->mode() == Mode::commands && !state_->argumentTarget();
+PassiveText* PaletteView::shownText() const {
+    if (content_->currentWidget() == preview_) return &preview_->text();
+    if (content_->currentWidget() == answer_) return &answer_->text();
+    return nullptr;
 }
 
 void PaletteView::refresh() {
-    refreshInputRow();
-    refreshNotices();
-    refreshContent();
-    refreshFooter();
-    refreshActions();
+    const PaletteScreen screen = PaletteScreen::of(*state_);
+    refreshInputRow(screen);
+    busyLine_->setBusy(screen.working);
+    error_->show(texts::line(screen.error));
+    argumentHelp_->show(texts::of(screen.argumentHelp));
+    refreshContent(screen);
+    footer_->show(screen.footer);
+    refreshActions(screen);
 }
 
-void PaletteView::refreshInputRow() {
-    input_->show(state_->query(), state_->placeholder());
-    leading_->setVisible(atHome());
-    back_->setVisible(!atHome());
-    const bool hasFolder = state_->mode() == Mode::files && chooseFileDirectory_;
-    folder_->setVisible(hasFolder);
-    if (!hasFolder) return;
-    const QString directory = texts::of(state_->fileDirectory().value_or(""));
-    const QString name = directory.isEmpty() ? QStringLiteral("All Folders") : QFileInfo(directory).fileName();
-    folder_->setText(name.isEmpty() ? directory : name);
-    folder_->setToolTip(directory.toHtmlEscaped());
+void PaletteView::refreshInputRow(const PaletteScreen& screen) {
+    input_->show(state_->query(), screen.placeholder);
+    leading_->setVisible(screen.atHome);
+    back_->setVisible(!screen.atHome);
+    folder_->setVisible(screen.folder.has_value());
+    if (!screen.folder) return;
+    folder_->setText(texts::of(screen.folder->label));
+    folder_->setToolTip(texts::of(screen.folder->path).toHtmlEscaped());
     folder_->updateGeometry();
 }
 
-void PaletteView::refreshNotices() {
-    busyLine_->setBusy(state_->searching() || state_->busy());
-    error_->show(texts::line(state_->error().value_or("")));
-    argumentHelp_->show(state_->argumentTarget() ? argumentHelp : QString());
-}
-
-void PaletteView::refreshContent() {
+void PaletteView::refreshContent(const PaletteScreen& screen) {
     list_->show(state_->results(), state_->selection());
-    const ResultPointer selected = state_->selectedResult();
-    static const std::optional<std::string> nothing;
-    const std::optional<std::string>& text = selected ? selected->previewText : nothing;
-    if (state_->showsPreview() && text) {
-        preview_->show(*text);
-        content_->setCurrentWidget(preview_);
-    } else if (state_->mode() == Mode::ai) {
-        answer_->show(state_->aiIntroduction());
-        content_->setCurrentWidget(answer_);
-    } else if (!state_->results().empty()) {
-        content_->setCurrentWidget(list_);
-    } else {
-        // What is still being searched for is not missing yet.
-        if (state_->searching()) {
-            empty_->show({}, {}, {});
-        } else if (state_->argumentTarget()) {
-            empty_->show(QStringLiteral("terminal"), QStringLiteral("No Results"), {});
-        } else {
-            empty_->show(symbolOf(state_->mode() == Mode::commands ? Mode::files : state_->mode()),
-                         QStringLiteral("No Results"), state_->mode() == Mode::files ? fileHelp : commandHelp);
-        }
-        content_->setCurrentWidget(empty_);
+    switch (screen.page) {
+        case PaletteScreen::Page::list:
+            content_->setCurrentWidget(list_);
+            break;
+        case PaletteScreen::Page::nothing:
+            empty_->show(screen.nothing);
+            content_->setCurrentWidget(empty_);
+            break;
+        case PaletteScreen::Page::answer:
+            answer_->show(screen.answer, screen.answerStatus);
+            content_->setCurrentWidget(answer_);
+            break;
+        case PaletteScreen::Page::preview:
+            if (const auto& text = screen.previewed->previewText) preview_->show(*text);
+            content_->setCurrentWidget(preview_);
+            break;
     }
 }
 
-void PaletteView::refreshFooter() {
-    const Mode mode = state_->mode();
-    footer_->setMode(state_->argumentTarget() ? QStringLiteral("terminal") : symbolOf(mode),
-                     texts::of(PaletteState::title(mode)));
-    if (atHome()) {
-        footer_->setHints(keyHints);
-    } else if (mode == Mode::files) {
-        footer_->setHelp(fileExample, countOf(state_->results().size()));
-    } else {
-        const bool saidAbove = state_->argumentTarget() || content_->currentWidget() == empty_;
-        footer_->setHelp(saidAbove ? QString() : commandHelp);
-    }
-}
-
-void PaletteView::refreshActions() {
-    const ResultPointer selected = state_->selectedResult();
-    if (!state_->showsActions() || !selected) {
-        actions_->dismiss();
-        return;
-    }
-    actions_->show(selected, state_->actionSelection());
+void PaletteView::refreshActions(const PaletteScreen& screen) {
+    if (!screen.acting) return actions_->dismiss();
+    actions_->show(screen.acting, state_->actionSelection());
     placeActions();
 }
 
@@ -244,19 +186,19 @@ void PaletteView::placeActions() {
 }
 
 void PaletteView::folderClicked() {
-    if (!state_->fileDirectory()) return chooseFileDirectory_();
-    auto* const menu = new QMenu(this);
+    if (!state_->fileDirectory()) return state_->chooseFileDirectory();
+    auto* const menu = new QMenu(window());
     menu->setAttribute(Qt::WA_DeleteOnClose);
     connect(menu->addAction(QStringLiteral("All Folders")), &QAction::triggered, this,
             [this] { state_->setFileDirectory(std::nullopt); });
     connect(menu->addAction(QStringLiteral("Choose Folder…")), &QAction::triggered, this,
-            [this] { chooseFileDirectory_(); });
+            [this] { state_->chooseFileDirectory(); });
     menu->popup(folder_->mapToGlobal(QPoint(0, folder_->height() + 4)));
 }
 
 void PaletteView::keyPressEvent(QKeyEvent* event) {
     const int page = event->key() == Qt::Key_PageDown ? 1 : event->key() == Qt::Key_PageUp ? -1 : 0;
-    if (page != 0 && preview_->isVisible()) return preview_->scroll(page);
+    if (PassiveText* const text = shownText(); text && page != 0) return text->scroll(page);
     QWidget::keyPressEvent(event);
 }
 

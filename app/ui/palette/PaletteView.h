@@ -1,10 +1,10 @@
 #pragma once
 
 #include "app/ui/icons/ResultIcons.h"
+#include "app/ui/state/PaletteScreen.h"
 #include "app/ui/state/PaletteState.h"
 
 #include <QWidget>
-#include <functional>
 #include <memory>
 
 class QStackedWidget;
@@ -19,15 +19,14 @@ class EmptyView;
 class NoticeLine;
 class PaletteFooter;
 class PaletteInput;
+class PassiveText;
 class ResultList;
 class ResultPreviewView;
 
 /// Draws the palette from its state and sends the user's clicks and keys back to it. It decides nothing.
 class PaletteView final : public QWidget {
   public:
-    /// Without `chooseFileDirectory` the files mode has no folder control.
-    PaletteView(std::shared_ptr<PaletteState> state, std::shared_ptr<ResultIcons> icons,
-                std::function<void()> chooseFileDirectory, QWidget* parent);
+    PaletteView(std::shared_ptr<PaletteState> state, std::shared_ptr<ResultIcons> icons, QWidget* parent);
 
     [[nodiscard]] PaletteInput& input() { return *input_; }
 
@@ -44,18 +43,16 @@ class PaletteView final : public QWidget {
     [[nodiscard]] QWidget* inputRow();
     void wireInput();
     void refresh();
-    void refreshInputRow();
-    void refreshNotices();
-    void refreshContent();
-    void refreshFooter();
-    void refreshActions();
+    void refreshInputRow(const PaletteScreen& screen);
+    void refreshContent(const PaletteScreen& screen);
+    void refreshActions(const PaletteScreen& screen);
     void placeActions();
     void folderClicked();
-    [[nodiscard]] bool atHome() const;
+    /// The text on screen that can be read and copied from, if there is one.
+    [[nodiscard]] PassiveText* shownText() const;
 
     std::shared_ptr<PaletteState> state_;
     std::shared_ptr<ResultIcons> icons_;
-    std::function<void()> chooseFileDirectory_;
     Subscription changes_;
 
     QWidget* leading_ = nullptr;  // keeps the room of the mark in front of the input

@@ -1,8 +1,7 @@
 #include "app/ui/palette/ResultPreviewView.h"
 
-#include "app/ui/palette/PreviewText.h"
 #include "app/ui/widgets/ChipButton.h"
-#include "app/ui/widgets/SlimScrollBar.h"
+#include "app/ui/widgets/PassiveText.h"
 #include "app/ui/widgets/Texts.h"
 #include "app/ui/widgets/Theme.h"
 #include "core/text/Text.h"
@@ -31,7 +30,7 @@ ResultPreviewView::ResultPreviewView(std::size_t displayLimit, QWidget* parent)
     : QWidget(parent),
       displayLimit_(displayLimit),
       heading_(new QLabel(QStringLiteral("Text Preview"), this)),
-      text_(new PreviewText(this)),
+      text_(new PassiveText(this)),
       footer_(new QLabel(this)) {
     setAccessibleName(QStringLiteral("Text Preview"));
     auto* const back = new ChipButton({}, QStringLiteral("Back · Esc"), this);
@@ -42,7 +41,6 @@ ResultPreviewView::ResultPreviewView(std::size_t displayLimit, QWidget* parent)
 
     text_->setAccessibleName(QStringLiteral("Text Preview"));
     text_->setFont(Theme::font(Theme::textFont));
-    text_->setVerticalScrollBar(new SlimScrollBar(text_));
 
     auto* const header = new QHBoxLayout;
     header->addWidget(heading_);
@@ -63,17 +61,6 @@ void ResultPreviewView::show(const std::string& text) {
     const std::string_view drawn = text::prefix(text, displayLimit_);
     text_->show(texts::of(drawn));
     footer_->setText(footerOf(text, drawn.size()));
-}
-
-void ResultPreviewView::scroll(int pages) {
-    QScrollBar& bar = *text_->verticalScrollBar();
-    bar.setValue(bar.value() + pages * bar.pageStep());
-}
-
-bool ResultPreviewView::copySelection() {
-    if (!text_->textCursor().hasSelection()) return false;
-    text_->copy();
-    return true;
 }
 
 void ResultPreviewView::changeEvent(QEvent* event) {

@@ -8,7 +8,7 @@ class QLabel;
 
 namespace velmora {
 
-class PreviewText;
+class PassiveText;
 
 /// The text of a result, selectable, cut off where drawing it would take long.
 class ResultPreviewView final : public QWidget {
@@ -17,10 +17,7 @@ class ResultPreviewView final : public QWidget {
     ResultPreviewView(std::size_t displayLimit, QWidget* parent);
 
     void show(const std::string& text);
-    /// Scrolls by `pages` heights of the text area.
-    void scroll(int pages);
-    /// Puts the selected part of the text on the clipboard; false when nothing is selected.
-    [[nodiscard]] bool copySelection();
+    [[nodiscard]] PassiveText& text() { return *text_; }
 
     std::function<void()> close = [] {};
 
@@ -33,7 +30,7 @@ class ResultPreviewView final : public QWidget {
     std::size_t displayLimit_;
     std::string shown_;
     QLabel* heading_;
-    PreviewText* text_;
+    PassiveText* text_;
     QLabel* footer_;
 };
 

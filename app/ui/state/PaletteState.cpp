@@ -3,8 +3,7 @@
 #include "app/composition/AppServices.h"
 #include "app/services/applications/ApplicationService.h"
 #include "app/services/files/FileService.h"
-#include "app/services/quick/Shortcuts.h"
-#include "app/ui/state/PaletteStateChanges.h"
+#include "app/ui/state/BuiltInCommands.h"
 #include "core/text/Text.h"
 
 #include <algorithm>
@@ -13,282 +12,253 @@ namespace velmora {
 namespace {
 
 using namespace std::chrono_literals;
+using Gathering = PaletteFeedback::Gathering;
 
-constexpr int maximumRecents = 8;
+std::chrono::milliseconds debounce(PaletteMode mode) {
+    return mode == PaletteMode::files ? 60ms : 180ms;
+}
 
-std::chrono::milliseconds debounce(PaletteState::Mode mode) {
-    return mode == PaletteState::Mode::files ? 60ms : 180ms;
+/// The number of items, as positions are counted.
+std::ptrdiff_t countOf(const auto& list) {
+    return static_cast<std::ptrdiff_t>(list.size());
 }
 
 }  // namespace
 
-PaletteState::PaletteState(std::shared_ptr<AppServices> services) : services_(std::move(services)) {}
-
-std::string_view PaletteState::title(Mode mode) {
-    switch (mode) {
-        case Mode::commands:
-            return "Commands";
-        case Mode::files:
-            return "Search Files";
-        case Mode::clipboard:
-            return "Clipboard History";
-        case Mode::ai:
-            return "Ask AI";
-    }
-    return {};
+PaletteState::PaletteState(std::shared_ptr<AppServices> services)
+    : services_(std::move(services)),
+      feedback_(std::make_shared<PaletteFeedback>()),
+      registry_(std::make_shared<CommandRegistry>()),
+      groups_(std::make_shared<CommandGroups>(services_, registry_, feedback_)),
+      runner_(std::make_shared<ActionRunner>(services_, feedback_)),
+      arguments_(std::make_shared<ArgumentEntry>(services_, feedback_, runner_)),
+      assistant_(feedback_) {
+    subscriptions_.push_back(groups_->onReplaced([this] { listAgain(); }));
+    subscriptions_.push_back(arguments_->onLoaded([this] { search(); }));
 }
 
 Task<> PaletteState::start() {
     if (std::exchange(started_, true)) co_return;
     const auto self = shared_from_this();
-    std::exception_ptr failure;
+    const auto enterMode = [weak = weak_from_this()](Mode mode) {
+        if (const auto state = weak.lock()) state->enter(mode);
+    };
+    // What has been awaited may be there although the program is ending: then nothing more begins.
     try {
-        applicationChanges_ = services_->applications->onIndexChange([weak = weak_from_this()] {
-            if (const auto state = weak.lock()) state->updateApplicationCommands();
-        });
-        registerBuiltInCommands();
-        co_await reloadQuicklinks();
-        reloadShortcutCommands();
-        shortcutChanges_ = services_->shortcuts->onUpdate([weak = weak_from_this()] {
-            if (const auto state = weak.lock()) state->reloadShortcutCommands();
-        });
-        usages_ = co_await services_->usage.load();
+        for (auto& command : BuiltInCommands::all(services_, enterMode))
+            registry_->registerCommand(std::move(command));
+        groups_->follow();
+        co_await groups_->reloadQuicklinks();
+        co_await runner_->loadUsages();
+        if (stopped_) co_return;
         services_->startWatching();
         search();
         co_await services_->applications->refresh();
-        search();
+        if (!stopped_) search();
     } catch (...) {
-        failure = std::current_exception();
+        if (!stopped_) feedback_->showFailure(std::current_exception());
     }
-    if (failure) showError(AppError::friendly(failure));
 }
 
-// What the views read.
+void PaletteState::stop() {
+    stopped_ = true;
+    cancelWork();
+}
 
 ResultPointer PaletteState::selectedResult() const {
     if (selection_ < 0 || selection_ >= countOf(results_)) return nullptr;
     return results_[static_cast<std::size_t>(selection_)];
 }
 
-std::string PaletteState::placeholder() const {
-    if (argumentTarget_) return "Arguments for " + argumentTarget_->title;
-    switch (mode_) {
-        case Mode::commands:
-            return "Search commands, apps or ask AI…";
-        case Mode::files:
-            return "Search indexed filenames…";
-        case Mode::clipboard:
-            return "Search clipboard history…";
-        case Mode::ai:
-            return "Ask AI to do something…";
-    }
-    return {};
-}
-
-std::string PaletteState::aiIntroduction() const {
-    return "Describe an action, then press Return.\n\nTry: 帮我打开 Safari\n\nTool operations appear for approval when "
-           "required.";
-}
-
 // Searching.
 
 void PaletteState::setQuery(std::string query) {
-    const Changes changes(*this);
-    set(query_, std::move(query));
+    const Gathering gathering(*feedback_);
+    feedback_->set(query_, std::move(query));
     search();
 }
 
+void PaletteState::refuseLongQuery() {
+    showError("This text is too long. Up to " + text::formattedCount(maximumQuery) +
+              " characters can be typed or pasted here.");
+}
+
 void PaletteState::setSelection(std::ptrdiff_t selection) {
-    const Changes changes(*this);
-    if (selection >= 0 && selection < countOf(results_)) set(selection_, selection);
+    if (selection >= 0 && selection < countOf(results_)) feedback_->set(selection_, selection);
 }
 
 void PaletteState::setFileDirectory(std::optional<std::string> directory) {
-    const Changes changes(*this);
-    set(fileDirectory_, std::move(directory));
+    const Gathering gathering(*feedback_);
+    feedback_->set(fileDirectory_, std::move(directory));
     search();
 }
 
 void PaletteState::chooseFileDirectory() {
     spawn(services_->platform.main, [self = shared_from_this()]() -> Task<> {
-        const std::optional<std::string> chosen = co_await self->services_->files->chooseDirectory();
-        if (chosen) self->setFileDirectory(chosen);
+        try {
+            const std::optional<std::string> chosen = co_await self->services_->files->chooseDirectory();
+            if (chosen) self->setFileDirectory(chosen);
+        } catch (...) {
+            self->feedback_->showFailure(std::current_exception());
+        }
     });
 }
 
-void PaletteState::search() {
-    const Changes changes(*this);
+void PaletteState::cancelWork() {
+    ++generation_;
     queryTask_.cancel();
     queryTask_ = {};
-    set(error_, std::optional<std::string>());
-    set(searching_, false);
-    set(showsPreview_, false);
-    if (argumentTarget_) {
-        searchArguments();
+    feedback_->set(searching_, false);
+}
+
+void PaletteState::search() {
+    const Gathering gathering(*feedback_);
+    cancelWork();
+    feedback_->clearError();
+    feedback_->set(showsPreview_, false);
+    if (argumentTarget()) {
+        showResults(arguments_->rows(query_));
     } else if (mode_ == Mode::commands) {
-        searchCommands();
+        showResults(ranked());
     } else {
-        searchLater();
+        showResults({});
+        if (mode_ == Mode::files) searchLater(services_->fileSearch);
+        if (mode_ == Mode::clipboard) searchLater(services_->clipboardSearch);
     }
 }
 
 void PaletteState::showResults(std::vector<ResultPointer> results) {
-    set(results_, std::move(results));
-    set(selection_, std::ptrdiff_t{0});
-    set(showsActions_, false);
+    feedback_->set(results_, std::move(results));
+    feedback_->set(selection_, std::ptrdiff_t{0});
+    feedback_->set(showsActions_, false);
 }
 
-void PaletteState::searchCommands() {
-    std::vector<ResultPointer> results;
-    if (auto calculator = calculatorResult()) {
-        results.push_back(std::make_shared<const CommandResult>(*std::move(calculator)));
-    }
-    const auto ranked = registry_.ranked(query_, usages_, services_->platform.clock, maximumResults);
-    results.insert(results.end(), ranked.begin(), ranked.end());
-    showResults(std::move(results));
+std::vector<ResultPointer> PaletteState::ranked() {
+    std::vector<ResultPointer> results =
+        registry_->ranked(query_, runner_->usages(), services_->platform.clock, maximumResults);
+    if (auto calculation = BuiltInCommands::calculation(services_, query_))
+        results.insert(results.begin(), std::move(calculation));
+    return results;
 }
 
-void PaletteState::searchArguments() {
-    std::vector<ResultPointer> results;
-    for (const AppLaunchRecord& record : argumentRecents_) {
-        if (text::contains(record.arguments, query_)) results.push_back(argumentResult(record));
-    }
-    showResults(std::move(results));
+void PaletteState::searchLater(std::shared_ptr<ResultSource> source) {
+    feedback_->set(searching_, mode_ == Mode::clipboard || !query_.empty());
+    queryTask_ =
+        spawn(services_->platform.main, [self = shared_from_this(), source = std::move(source),
+                                         generation = generation_] { return self->answer(source, generation); });
 }
 
-void PaletteState::searchLater() {
-    showResults({});
-    set(searching_, mode_ == Mode::clipboard || (mode_ == Mode::files && !query_.empty()));
-    queryTask_ = spawn(services_->platform.main,
-                       [self = shared_from_this(), query = query_, mode = mode_] { return self->answer(query, mode); });
-}
-
-std::shared_ptr<ResultSource> PaletteState::sourceFor(Mode mode) const {
-    switch (mode) {
-        case Mode::files:
-            return services_->fileSearch;
-        case Mode::clipboard:
-            return services_->clipboardSearch;
-        case Mode::commands:
-        case Mode::ai:
-            break;
-    }
-    return nullptr;
-}
-
-Task<> PaletteState::answer(std::string query, Mode mode) {
-    const auto stillCurrent = [&] { return query_ == query && mode_ == mode && !argumentTarget_; };
+Task<> PaletteState::answer(std::shared_ptr<ResultSource> source, int generation) {
     std::vector<ResultPointer> found;
     std::exception_ptr failure;
     try {
-        co_await services_->platform.clock.sleep(debounce(mode));
-        if (const auto source = sourceFor(mode)) {
-            const std::optional<std::string> directory = mode == Mode::files ? fileDirectory_ : std::nullopt;
-            found = co_await source->search(query, directory);
-        }
-        co_await throwIfCancelled();
-    } catch (const Cancelled&) {
-        co_return;
+        co_await services_->platform.clock.sleep(debounce(mode_));
+        if (generation != generation_) co_return;
+        const std::optional<std::string> directory = mode_ == Mode::files ? fileDirectory_ : std::nullopt;
+        found = co_await source->search(query_, directory);
     } catch (...) {
         failure = std::current_exception();
     }
-    if (!stillCurrent()) co_return;
-    const Changes changes(*this);
-    set(searching_, false);
+    // Withdrawing a question does not stop an answer that is already on its way here.
+    if (generation != generation_) co_return;
+    const Gathering gathering(*feedback_);
+    feedback_->set(searching_, false);
     if (failure) {
-        set(error_, errorLine(failure));
+        feedback_->showFailure(failure);
     } else {
         showResults(std::move(found));
     }
 }
 
+/// After a change of the commands: with the same row selected.
+void PaletteState::listAgain() {
+    if (mode_ != Mode::commands) return;
+    const Gathering gathering(*feedback_);
+    const ResultPointer selected = selectedResult();
+    search();
+    if (!selected) return;
+    const auto again = std::ranges::find(results_, selected->id, &CommandResult::id);
+    if (again != results_.end()) setSelection(again - results_.begin());
+}
+
 // Selecting and menus.
 
 void PaletteState::move(std::ptrdiff_t step) {
-    const Changes changes(*this);
     const ResultPointer selected = selectedResult();
     if (!selected) return;
     const std::ptrdiff_t rows = showsActions_ ? countOf(selected->actions) : countOf(results_);
     if (rows == 0) return;
     std::ptrdiff_t& field = showsActions_ ? actionSelection_ : selection_;
-    set(field, ((field + step) % rows + rows) % rows);
+    feedback_->set(field, ((field + step) % rows + rows) % rows);
 }
 
 void PaletteState::toggleActions() {
-    const Changes changes(*this);
+    const Gathering gathering(*feedback_);
     const ResultPointer selected = selectedResult();
     if (!selected || selected->actions.empty()) return;
-    set(showsActions_, !showsActions_);
-    set(actionSelection_, std::ptrdiff_t{0});
-    set(showsPreview_, false);
+    feedback_->set(showsActions_, !showsActions_);
+    feedback_->set(actionSelection_, std::ptrdiff_t{0});
+    feedback_->set(showsPreview_, false);
 }
 
 void PaletteState::togglePreview() {
-    const Changes changes(*this);
+    const Gathering gathering(*feedback_);
     const ResultPointer selected = selectedResult();
     if (!selected || !selected->previewText) return;
-    set(showsPreview_, !showsPreview_);
-    set(showsActions_, false);
+    feedback_->set(showsPreview_, !showsPreview_);
+    feedback_->set(showsActions_, false);
 }
 
 void PaletteState::escape() {
-    const Changes changes(*this);
+    const Gathering gathering(*feedback_);
     if (showsActions_) {
-        set(showsActions_, false);
+        feedback_->set(showsActions_, false);
     } else if (showsPreview_) {
-        set(showsPreview_, false);
-    } else if (argumentTarget_) {
-        const std::string title = argumentTarget_->title;
-        set(argumentTarget_, ResultPointer());
-        argumentRecents_.clear();
+        feedback_->set(showsPreview_, false);
+    } else if (argumentTarget()) {
+        const std::string title = argumentTarget()->title;
+        arguments_->end();
         setQuery(title);
     } else if (mode_ != Mode::commands) {
         enter(Mode::commands);
     } else {
-        hide();
+        feedback_->hide();
     }
 }
 
-void PaletteState::enter(Mode mode) {
-    const Changes changes(*this);
-    set(mode_, mode);
-    set(argumentTarget_, ResultPointer());
-    argumentRecents_.clear();
-    set(showsPreview_, false);
+void PaletteState::enter(Mode mode, std::optional<Agent> agent) {
+    const Gathering gathering(*feedback_);
+    feedback_->set(mode_, mode);
+    assistant_.begin(std::move(agent));
+    arguments_->end();
     setQuery({});
 }
 
 void PaletteState::beginArguments() {
-    const Changes changes(*this);
-    if (argumentTarget_ || mode_ != Mode::commands || showsActions_) return;
-    const ResultPointer selected = selectedResult();
-    if (!selected || !selected->id.starts_with(applicationPrefix)) return;
-    set(argumentTarget_, selected);
-    argumentRecents_.clear();
-    spawn(services_->platform.main, [self = shared_from_this(), selected] { return self->loadRecents(selected); });
-    setQuery({});
+    const Gathering gathering(*feedback_);
+    if (argumentTarget() || mode_ != Mode::commands || showsActions_) return;
+    if (arguments_->begin(selectedResult())) setQuery({});
 }
 
-Task<> PaletteState::loadRecents(ResultPointer target) {
-    std::vector<AppLaunchRecord> recents;
-    try {
-        recents = co_await services_->appLaunches.recents(applicationPath(target->id), maximumRecents);
-    } catch (const std::exception&) {
-        co_return;  // nothing to offer; typing arguments still works
+// Running.
+
+void PaletteState::execute(std::optional<CommandAction> action) {
+    if (busy()) return;
+    if (!action) action = chosenAction();
+    if (argumentTarget()) {
+        arguments_->submit(query_, action);
+    } else if (mode_ == Mode::ai) {
+        assistant_.ask(query_);
+    } else if (const ResultPointer selected = selectedResult(); selected && action) {
+        runner_->run(selected, *action);
     }
-    if (argumentTarget_ != target) co_return;
-    const Changes changes(*this);
-    argumentRecents_ = std::move(recents);
-    search();
 }
 
-void PaletteState::cancelWork() {
-    queryTask_.cancel();
-}
-
-void PaletteState::showError(std::string sentence) {
-    const Changes changes(*this);
-    set(error_, std::optional(std::move(sentence)));
+std::optional<CommandAction> PaletteState::chosenAction() const {
+    const ResultPointer selected = selectedResult();
+    const std::ptrdiff_t index = showsActions_ ? actionSelection_ : 0;
+    if (!selected || index >= countOf(selected->actions)) return std::nullopt;
+    return selected->actions[static_cast<std::size_t>(index)];
 }
 
 }  // namespace velmora

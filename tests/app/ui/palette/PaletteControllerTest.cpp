@@ -43,21 +43,25 @@ TEST_F(PaletteControllerTest, OpensAfreshOnTheScreenUnderTheMouse) {
 
 TEST_F(PaletteControllerTest, HidesWhenItLosesTheFocusButNotToItsOwnDialog) {
     show();
-    QDialog dialog(&panel());
-    dialog.open();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&dialog));
-    EXPECT_TRUE(controller->visible());
-
-    windowManager.activated.clear();
-    controller->toggle();
-    EXPECT_TRUE(controller->visible()) << "a pending question is brought forward instead";
-    EXPECT_EQ(windowManager.activated, std::vector<WindowManager::Window>{dialog.winId()});
-    QTest::keyClick(panel().windowHandle(), Qt::Key_Escape);
-    EXPECT_TRUE(controller->visible()) << "keys do not reach the palette behind a dialog";
-
-    dialog.close();
-    panel().activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&panel()));
+    type("abc");
+    const auto close = {+[](QDialog& dialog) { dialog.accept(); }, +[](QDialog& dialog) { dialog.reject(); },
+                        +[](QDialog& dialog) { dialog.close(); }, +[](QDialog& dialog) { dialog.setParent(nullptr); }};
+    for (const auto& way : close) {
+        QDialog dialog(&panel());
+        dialog.open();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&dialog));
+        windowManager.activated.clear();
+        controller->toggle();
+        EXPECT_EQ(windowManager.activated, std::vector<WindowManager::Window>{dialog.winId()})
+            << "the question is brought forward";
+        QTest::keyClick(panel().windowHandle(), Qt::Key_Escape);
+        EXPECT_TRUE(controller->visible()) << "keys do not reach the palette behind a dialog";
+        way(dialog);
+        EXPECT_EQ(windowManager.activated.back(), panel().winId()) << "it gets the keyboard back";
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&panel()));
+    }
+    controller->show();
+    EXPECT_EQ(state->query(), "abc") << "it is shown already";
     elsewhere.activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(&elsewhere));
     EXPECT_FALSE(controller->visible());
@@ -65,12 +69,23 @@ TEST_F(PaletteControllerTest, HidesWhenItLosesTheFocusButNotToItsOwnDialog) {
     EXPECT_FALSE(state->showsActions());
 }
 
-TEST_F(PaletteControllerTest, ShowingItTwiceKeepsWhatWasTyped) {
+TEST_F(PaletteControllerTest, ADialogOfAnotherWindowIsNoneOfItsBusiness) {
     show();
-    type("abc");
+    QDialog foreign(&elsewhere);
+    foreign.setWindowModality(Qt::WindowModal);
+    foreign.show();
+    foreign.activateWindow();
+    EXPECT_TRUE(QTest::qWaitFor([this] { return !controller->visible(); })) << "it hides to that as to any window";
     controller->show();
-    EXPECT_EQ(state->query(), "abc");
-    EXPECT_TRUE(controller->visible());
+    press(Qt::Key_Escape);
+    EXPECT_FALSE(controller->visible()) << "its keys are its own";
+    foreign.hide();
+    foreign.setWindowModality(Qt::ApplicationModal);
+    foreign.show();
+    windowManager.activated.clear();
+    controller->show();
+    EXPECT_EQ(windowManager.activated, std::vector<WindowManager::Window>{foreign.winId()})
+        << "nothing can be done beside this one";
 }
 
 TEST_F(PaletteControllerTest, ClickingIntoTheShadowDismissesAndTheBackgroundDrags) {

@@ -32,8 +32,7 @@ class PaletteFixture : public testing::Test, protected FakePlatform {
         state = std::make_shared<PaletteState>(services);
         loop.run([this]() -> Task<> { co_await state->start(); });
         controller = std::make_unique<PaletteController>(
-            state,
-            PaletteController::Desktop{loop.executor(), loop.executor(), windowManager, icons, [this] { ++chosen; }});
+            state, PaletteController::Desktop{loop.executor(), loop.executor(), windowManager, icons});
     }
 
     /// Shows the palette over another program's window, as it were, and waits until it has the focus.
@@ -89,7 +88,6 @@ class PaletteFixture : public testing::Test, protected FakePlatform {
     std::shared_ptr<PaletteState> state;
     std::unique_ptr<PaletteController> controller;
     int runs = 0;
-    int chosen = 0;
 };
 
 }  // namespace velmora::test

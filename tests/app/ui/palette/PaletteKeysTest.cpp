@@ -1,4 +1,5 @@
 #include "app/ui/palette/ResultList.h"
+#include "core/text/Text.h"
 #include "tests/app/ui/palette/PaletteFixture.h"
 
 #include <QInputMethodEvent>
@@ -95,21 +96,29 @@ TEST_F(PaletteKeys, ChangesOfTheStateLeaveTheFieldAlone) {
     EXPECT_EQ(input().cursorPosition(), 3);
 }
 
-TEST_F(PaletteKeys, PastingTooMuchIsHarmless) {
-    QMimeData* const data = new QMimeData;
-    data->setText(QString(1'000'000, u'x') + "\nsecond line\r\n\tthird");
-    QGuiApplication::clipboard()->setMimeData(data);
+TEST_F(PaletteKeys, WhatIsPastedIsTakenWholeOrNotAtAll) {
+    const auto paste = [this](const QString& text) {
+        QGuiApplication::clipboard()->setText(text);
+        press(Qt::Key_V, Qt::ControlModifier);
+    };
     press(Qt::Key_A, Qt::ControlModifier);
-    press(Qt::Key_V, Qt::ControlModifier);
-    EXPECT_FALSE(state->query().empty());
-    EXPECT_LE(state->query().size(), 40'000U);
-    QGuiApplication::clipboard()->setText("one\ntwo");
+    paste("one\ntwo\r\n\tthree");
+    EXPECT_EQ(state->query().find_first_of("\r\n"), std::string::npos);
     press(Qt::Key_A, Qt::ControlModifier);
-    press(Qt::Key_V, Qt::ControlModifier);
-    EXPECT_EQ(state->query().find('\n'), std::string::npos);
-    EXPECT_EQ(runs, 0);
+    paste(QString(60'000, u'x'));
+    EXPECT_EQ(state->query().size(), 60'000U);
+    input().setCursorPosition(7);
+    for (const int length : {40'001, 2'000'000}) {
+        paste(QString(length, u'y'));
+        EXPECT_EQ(state->query(), std::string(60'000, 'x')) << "what was there stays";
+        EXPECT_EQ(input().cursorPosition(), 7);
+        EXPECT_EQ(state->error(), "This text is too long. Up to " + text::formattedCount(100'000) +
+                                      " characters can be typed or pasted here.");
+    }
+    paste(QString(40'000, u'y'));
+    EXPECT_EQ(state->query().size(), 100'000U);
+    EXPECT_EQ(state->error(), std::nullopt);
 }
-
 TEST_F(PaletteKeys, ClicksSelectAndRun) {
     auto& list = view<ResultList>();
     const QRect row = list.visualRect(list.model()->index(2, 0));

@@ -1,3 +1,4 @@
+#include "app/ui/palette/AnswerView.h"
 #include "app/ui/palette/NoticeLine.h"
 #include "app/ui/palette/ResultList.h"
 #include "app/ui/palette/ResultPreviewView.h"
@@ -9,7 +10,9 @@
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QLabel>
+#include <QMenu>
 #include <QPlainTextEdit>
+#include <QScrollBar>
 
 namespace velmora {
 namespace {
@@ -25,84 +28,84 @@ class PaletteViewTest : public PaletteFixture {
     }
 };
 
-/// Finds as many files as it is told to.
-class ManyFiles final : public ResultSource {
-  public:
-    [[nodiscard]] Task<std::vector<ResultPointer>> search(std::string, std::optional<std::string>) override {
-        std::vector<ResultPointer> found;
-        for (std::size_t i = 0; i < count; ++i) {
-            CommandResult file;
-            file.id = "/file/" + std::to_string(i);
-            file.title = std::to_string(i);
-            file.icon = CommandIcon::file(file.id);
-            found.push_back(std::make_shared<const CommandResult>(std::move(file)));
-        }
-        co_return found;
-    }
-
-    std::size_t count = 0;
-};
-
-TEST_F(PaletteViewTest, CountsFilesAndOffersFolders) {
-    const auto files = std::make_shared<ManyFiles>();
-    services->fileSearch = files;
+TEST_F(PaletteViewTest, OffersTheFolderOfTheFilesMode) {
     show();
     state->enter(PaletteState::Mode::files);
-    for (const auto& [count, expected] : std::map<std::size_t, QString>{
-             {0, "0 results"}, {1, "1 results"}, {99, "99 results"}, {100, "First 100"}, {101, "101 results"}}) {
-        files->count = count;
-        state->search();
-        state->setQuery("q" + std::to_string(count));
-        loop.settle();
-        clock.advance(std::chrono::milliseconds(60));
-        loop.settle();
-        EXPECT_TRUE(view<PaletteFooter>().accessibleDescription().endsWith("sort:size " + expected))
-            << view<PaletteFooter>().accessibleDescription().toStdString();
-    }
-    ASSERT_TRUE(chip("All Folders"));
+    folderPanel.choice = "/home/somebody/Pictures";
     QTest::mouseClick(chip("All Folders"), Qt::LeftButton);
-    EXPECT_EQ(chosen, 1);
-    state->setFileDirectory("/home/somebody/Pictures");
-    EXPECT_TRUE(chip("Pictures"));
+    loop.settle();
+    ASSERT_TRUE(chip("Pictures"));
+    QTest::mouseClick(chip("Pictures"), Qt::LeftButton);
+    auto* const popup = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    ASSERT_TRUE(popup);
+    windowManager.activated.clear();
+    popup->actions().front()->trigger();
+    popup->close();
+    EXPECT_EQ(state->fileDirectory(), std::nullopt);
+    EXPECT_EQ(windowManager.activated, std::vector<WindowManager::Window>{panel().winId()})
+        << "the menu gives the keyboard back";
     QTest::mouseClick(chip("esc Back"), Qt::LeftButton);
-    EXPECT_EQ(state->mode(), PaletteState::Mode::commands);
-    EXPECT_FALSE(chip("Pictures")->isVisible());
+    EXPECT_FALSE(chip("All Folders")->isVisible());
 }
 
-TEST_F(PaletteViewTest, ReadsTheIconsOfCommandsAheadAndOnce) {
+TEST_F(PaletteViewTest, ReadsTheIconsOfCommandsAheadAndThoseOfFilesWhenTheyShow) {
+    /// Finds sixty files.
+    class Files final : public ResultSource {
+      public:
+        [[nodiscard]] Task<std::vector<ResultPointer>> search(std::string, std::optional<std::string>) override {
+            std::vector<ResultPointer> found;
+            for (int i = 0; i < 60; ++i) {
+                CommandResult file;
+                file.icon = CommandIcon::file("/file/" + std::to_string(i));
+                found.push_back(std::make_shared<const CommandResult>(std::move(file)));
+            }
+            co_return found;
+        }
+    };
     for (int i = 0; i < 80; ++i)
         add("file " + std::to_string(i),
             [i](CommandResult& result) { result.icon = CommandIcon::file("/a/" + std::to_string(i)); });
+    const auto look = [this] {
+        panel().grab();
+        loop.settle();
+        return icons->asked.size();
+    };
     show();
-    loop.settle();
-    EXPECT_EQ(icons->asked.size(), 80U) << "of rows that are not listed, too";
+    EXPECT_EQ(look(), 80U) << "of rows that are not listed, too";
     state->setQuery("file");
-    panel().grab();
     press(Qt::Key_Up);
-    panel().grab();
-    loop.settle();
-    EXPECT_EQ(icons->asked.size(), 80U) << "what was found once is kept, missing icons too";
-}
+    EXPECT_EQ(look(), 80U) << "what was found once is kept, missing icons too";
 
-TEST_F(PaletteViewTest, ReadsTheIconsOfVisibleFilesOnly) {
-    const auto files = std::make_shared<ManyFiles>();
-    files->count = 60;
-    services->fileSearch = files;
-    show();
+    services->fileSearch = std::make_shared<Files>();
     state->enter(PaletteState::Mode::files);
-    state->setQuery("q");
     loop.settle();
     clock.advance(std::chrono::milliseconds(60));
     loop.settle();
-    panel().grab();
-    loop.settle();
-    EXPECT_GE(icons->asked.size(), 7U);
-    EXPECT_LE(icons->asked.size(), 10U);
-    const std::size_t before = icons->asked.size();
+    const std::size_t visible = look() - 80;
+    EXPECT_TRUE(visible >= 7 && visible <= 10) << visible;
     press(Qt::Key_Up);
-    panel().grab();
-    loop.settle();
-    EXPECT_GT(icons->asked.size(), before) << "the selection is scrolled to";
+    EXPECT_GT(look(), 80 + visible) << "the selection is scrolled to";
+}
+
+TEST_F(PaletteViewTest, AnswersAreReadAndCopiedWhileTheKeyboardStaysInTheInput) {
+    show();
+    Agent talkative;
+    talkative.name = "no\u00A0break\r\n" + std::string(200, '\n');
+    state->enter(PaletteState::Mode::ai, talkative);
+    auto& text = *view<AnswerView>().findChild<QPlainTextEdit*>();
+    const QPoint start = text.cursorRect(QTextCursor(text.document())).center();
+    QTest::mouseDClick(text.viewport(), Qt::LeftButton, {}, start);
+    press(Qt::Key_PageDown);
+    const int scrolled = text.verticalScrollBar()->value();
+    EXPECT_GT(scrolled, 0);
+    state->showError("anything that draws the palette again");
+    press(Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), "Enter");
+    EXPECT_EQ(text.verticalScrollBar()->value(), scrolled);
+    press(Qt::Key_PageUp);
+    EXPECT_LT(text.verticalScrollBar()->value(), scrolled);
+    type("x");
+    EXPECT_EQ(state->query(), "x");
 }
 
 TEST_F(PaletteViewTest, PreviewsTextUpToItsLimit) {
@@ -130,23 +133,6 @@ TEST_F(PaletteViewTest, PreviewsTextUpToItsLimit) {
         EXPECT_TRUE(QTest::qWaitFor(isWhole)) << one.characters;
         EXPECT_EQ(preview.findChildren<QLabel*>().last()->text(), one.footer);
     }
-}
-
-TEST_F(PaletteViewTest, ThePreviewFollowsTheSelectionAndReturnStillRuns) {
-    add("p one", [](CommandResult& result) { result.previewText = "first"; });
-    add("p two", [](CommandResult& result) { result.previewText = "second"; });
-    show();
-    type("p ");
-    press(Qt::Key_Y, Qt::ControlModifier);
-    const auto& text = *view<ResultPreviewView>().findChild<QPlainTextEdit*>();
-    EXPECT_TRUE(text.isVisible());
-    EXPECT_EQ(text.toPlainText(), "first");
-    press(Qt::Key_Down);
-    EXPECT_EQ(text.toPlainText(), "second");
-    press(Qt::Key_Return);
-    EXPECT_EQ(runs, 1);
-    QTest::mouseClick(chip("Back · Esc"), Qt::LeftButton);
-    EXPECT_FALSE(state->showsPreview());
 }
 
 TEST_F(PaletteViewTest, SaysWhichRowIsSelectedAndThatAnErrorIsAnAlert) {

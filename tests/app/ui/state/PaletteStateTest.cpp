@@ -1,6 +1,7 @@
 #include "app/ui/state/PaletteState.h"
 
 #include "app/services/applications/ApplicationService.h"
+#include "app/ui/state/PaletteScreen.h"
 #include "core/files/FileNames.h"
 #include "tests/fakes/FakePlatform.h"
 
@@ -24,7 +25,7 @@ class PaletteStateTest : public testing::Test, protected test::FakePlatform {
         services->fileSearch = files;
         services->clipboardSearch = clipboard;
         state = std::make_shared<PaletteState>(services);
-        state->hide = [this] { ++hidden; };
+        hides = state->onHide([this] { ++hidden; });
         loop.run([this]() -> Task<> { co_await state->start(); });
         settle();
     }
@@ -60,26 +61,13 @@ class PaletteStateTest : public testing::Test, protected test::FakePlatform {
         state->setSelection(found - all.begin());
     }
 
-    std::shared_ptr<test::FakeSource> files = std::make_shared<test::FakeSource>(clock);
-    std::shared_ptr<test::FakeSource> clipboard = std::make_shared<test::FakeSource>(clock);
+    std::shared_ptr<test::FakeSource> files = std::make_shared<test::FakeSource>();
+    std::shared_ptr<test::FakeSource> clipboard = std::make_shared<test::FakeSource>();
     std::shared_ptr<AppServices> services;
     std::shared_ptr<PaletteState> state;
     int hidden = 0;
+    Subscription hides;
 };
-
-TEST_F(PaletteStateTest, SaysThatTheClipboardWouldNotTakeAResult) {
-    pasteboard.refuses = true;
-    state->setQuery("2+2");
-    execute();
-    EXPECT_EQ(state->error(), "Could not update the clipboard.");
-    EXPECT_FALSE(state->busy());
-    state->setQuery("no such thing");
-    EXPECT_EQ(state->error(), std::nullopt);
-    state->toggleActions();
-    state->move(1);
-    execute();
-    EXPECT_FALSE(state->busy() || state->showsActions()) << "there is nothing to act on";
-}
 
 TEST_F(PaletteStateTest, RunsApplicationsAndRemembersTheirUse) {
     state->setQuery("zoom");
@@ -144,6 +132,43 @@ TEST_F(PaletteStateTest, FilesAreSearchedWhenTypingPauses) {
     EXPECT_FALSE(state->searching());
 }
 
+TEST_F(PaletteStateTest, AnAnswerToAnEarlierQuestionIsDropped) {
+    struct Case {
+        const char* name;
+        std::function<void()> change;
+    };
+    const Case cases[] = {
+        {"query", [this] { state->setQuery("new"); }},
+        {"folder", [this] { state->setFileDirectory("/data"); }},
+        {"mode", [this] { state->enter(Mode::commands); }},
+        {"hidden", [this] { state->cancelWork(); }},
+    };
+    // An answer that is on its way when its question is withdrawn arrives all the same.
+    files->ignoresCancellation = true;
+    for (const Case& one : cases) {
+        for (const bool fails : {false, true}) {
+            SCOPED_TRACE(std::string(one.name) + (fails ? " fails" : ""));
+            state->enter(Mode::files);
+            state->setFileDirectory(std::nullopt);
+            state->setQuery("old");
+            wait(60ms);
+            files->fails = fails;
+            one.change();
+            const auto shown = titles();
+            std::exchange(files->late, {}).back()->resume();
+            settle();
+            EXPECT_EQ(titles(), shown);
+            EXPECT_EQ(state->error(), std::nullopt);
+        }
+    }
+    files->ignoresCancellation = false;
+    state->enter(Mode::files);
+    state->setQuery("y");
+    wait(60ms);
+    EXPECT_EQ(state->error(), "The operation could not be completed. Please try again or check permissions.");
+    EXPECT_FALSE(state->searching());
+}
+
 TEST_F(PaletteStateTest, TheUserChoosesTheFolderThatFilesAreSearchedIn) {
     state->enter(Mode::files);
     state->chooseFileDirectory();
@@ -152,52 +177,13 @@ TEST_F(PaletteStateTest, TheUserChoosesTheFolderThatFilesAreSearchedIn) {
     folderPanel.choice = "/data/caf\xE9";
     state->chooseFileDirectory();
     settle();
-    EXPECT_EQ(state->fileDirectory(), fileNameText("/data/caf\xE9"));
-}
-
-TEST_F(PaletteStateTest, LateAnswersAreDropped) {
-    files->ignoresCancellation = true;
-    state->enter(Mode::files);
-    state->setQuery("old");
-    wait(60ms);
-    ASSERT_EQ(files->late.size(), 1U + 0U);
-    state->setQuery("new");
-    wait(60ms);
-    ASSERT_EQ(files->late.size(), 2U);
-    files->late[1]->resume();
-    settle();
-    EXPECT_EQ(titles(), std::vector<std::string>{"new"});
-    files->late[0]->resume();
-    settle();
-    EXPECT_EQ(titles(), std::vector<std::string>{"new"}) << "an older answer must not replace a newer one";
-
-    state->setQuery("more");
-    wait(60ms);
-    state->enter(Mode::commands);
-    const auto commands = titles();
-    files->late[2]->resume();
-    settle();
-    EXPECT_EQ(titles(), commands);
-    EXPECT_FALSE(state->searching());
-}
-
-TEST_F(PaletteStateTest, SearchFailuresShowAndCancellationsDoNot) {
-    files->fails = true;
-    files->delay = 1s;
-    state->enter(Mode::files);
-    state->setQuery("x");
-    wait(60ms);
-    state->cancelWork();
-    wait(1s);
-    EXPECT_EQ(state->error(), std::nullopt);
-    state->setQuery("y");
-    wait(60ms);
-    wait(1s);
-    EXPECT_EQ(state->error(), "The operation could not be completed. Please try again or check permissions.");
-    EXPECT_FALSE(state->searching());
+    EXPECT_EQ(PaletteScreen::of(*state).folder->path, fileNameText("/data/caf\xE9"));
 }
 
 TEST_F(PaletteStateTest, FindsEarlierArgumentsAndKeepsTheirModeAfterAFailure) {
+    state->setQuery("finder");
+    state->beginArguments();
+    EXPECT_FALSE(state->argumentTarget()) << "arguments are for applications";
     const auto argue = [&] {
         state->enter(Mode::commands);
         state->setQuery("zoom");
@@ -214,8 +200,6 @@ TEST_F(PaletteStateTest, FindsEarlierArgumentsAndKeepsTheirModeAfterAFailure) {
     EXPECT_EQ(titles(), (std::vector<std::string>{"meeting", "--profile \"Work Profile\" "}));
     state->setQuery("WORK");
     EXPECT_EQ(titles(), std::vector<std::string>{"--profile \"Work Profile\" "});
-    state->setQuery("  ");
-    EXPECT_TRUE(titles().empty()) << "no earlier launch contains two blanks";
     workspace.fails = true;
     state->setQuery("again");
     execute();
@@ -223,96 +207,55 @@ TEST_F(PaletteStateTest, FindsEarlierArgumentsAndKeepsTheirModeAfterAFailure) {
     EXPECT_EQ(state->error(), "The application could not be launched.");
 }
 
-TEST_F(PaletteStateTest, ArgumentsAreForApplicationsOnly) {
-    state->setQuery("finder");
-    state->beginArguments();
-    EXPECT_FALSE(state->argumentTarget());
-    state->setQuery("zoom");
-    state->toggleActions();
-    state->beginArguments();
-    EXPECT_FALSE(state->argumentTarget());
-}
-
-TEST_F(PaletteStateTest, KeepsTheSelectionWhenApplicationsChange) {
-    select("Music");
-    install("Aardvark");
-    state->refreshApplications();
-    loop.until([&] { return state->results().size() == 13; });
-    EXPECT_EQ(titles()[static_cast<std::size_t>(state->selection())], "Music");
-
-    state->toggleActions();
-    state->refreshApplications();
-    for (int i = 0; i < 5; ++i)
-        settle();
-    EXPECT_TRUE(state->showsActions()) << "a rescan that found nothing new must not close the menu";
-}
-
-TEST_F(PaletteStateTest, ListsQuicklinksAsTheyAreNow) {
+TEST_F(PaletteStateTest, GroupsAreReplacedWhenTheyChangeAndOnlyThen) {
     const auto save = [this](const Quicklink& link) {
         loop.run([&]() -> Task<> { co_await services->quicklinks.save(link); });
     };
     const auto refresh = [this] {
-        state->refreshQuicklinks();
-        settle();
+        state->groups().refresh();
+        for (int i = 0; i < 5; ++i)
+            settle();
     };
+    select("Music");
+    install("Aardvark");
     save({"1", "Wiki", "https://intranet.example/"});
-    state->setQuery("intranet");
-    EXPECT_TRUE(titles().empty());
+    childProcesses.ending.output = "Make Tea\nTidy Up\nMake Tea\n";
     refresh();
-    EXPECT_EQ(titles(), std::vector<std::string>{"Wiki"});
-
-    state->setQuery("");
-    select("Zoom");
+    EXPECT_EQ(state->selectedResult()->title, "Music") << "what is selected stays so";
+    for (const char* const title : {"Aardvark", "Wiki", "Make Tea", "Tidy Up"})
+        EXPECT_EQ(std::ranges::count(titles(), title), 1) << title;
     state->toggleActions();
+    clock.advance(301s);
     refresh();
     EXPECT_TRUE(state->showsActions()) << "nothing new must not close the menu";
-    save({"2", "Aardvarks", "https://a.example/"});
+
     loop.run([this]() -> Task<> { co_await services->quicklinks.remove("1"); });
     refresh();
-    state->setQuery("i");
     EXPECT_EQ(std::ranges::count(titles(), "Wiki"), 0);
-
     loop.run([this]() -> Task<> { co_await services->database->close(); });
     refresh();
     EXPECT_EQ(state->error(), "The database is closed.");
-    state->setQuery("aardvark");
-    EXPECT_EQ(titles(), std::vector<std::string>{"Aardvarks"}) << "a failure keeps what there was";
 }
 
-TEST_F(PaletteStateTest, AsksBeforeTheTrashIsEmptiedAndWaitsUntilItIs) {
-    const auto run = [this](const std::string& query) {
-        state->setQuery(query);
-        execute();
+TEST_F(PaletteStateTest, ARefusedGroupKeepsTheOldOneAndIsTriedAgain) {
+    // The same bundle found twice, under another identifier each time.
+    bundles->folders.push_back(bundles->folders.front());
+    int reads = 0;
+    bundles->beforeReading = [&](const std::string& path) {
+        std::ofstream(path + ".info") << "Twin\nid" << ++reads % 2 << path << "\n";
     };
-    alerts.answers = {false, true};
-    run("empty trash");
-    EXPECT_EQ(alerts.asked, std::vector<std::string>{"Empty Trash|This operation cannot be undone."});
-    EXPECT_EQ(session.emptied, 0);
-    EXPECT_EQ(state->error(), "The operation was cancelled.");
-    session.delay = 5s;
-    run("empty trash");
-    EXPECT_TRUE(state->busy());
-    EXPECT_EQ(hidden, 0) << "the palette stays until the Trash is empty";
-    wait(5s);
-    EXPECT_EQ(session.emptied, 1);
-    EXPECT_EQ(hidden, 1);
-}
-
-TEST_F(PaletteStateTest, ListsShortcutsWhenTheyAreKnown) {
-    childProcesses.ending.output = "Make Tea\nTidy Up\nMake Tea\n";
-    state->refreshShortcuts();
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        state->search();
+        EXPECT_EQ(state->error(), std::nullopt);
+        state->groups().refreshApplications();
+        settle();
+        EXPECT_EQ(state->error(), "Invalid or duplicate command identifier.");
+        EXPECT_EQ(std::ranges::count(titles(), "Zoom"), 1);
+    }
+    bundles->folders.pop_back();
+    state->groups().refreshApplications();
     settle();
-    state->setQuery("shortcut");
-    EXPECT_EQ(titles(), (std::vector<std::string>{"Make Tea", "Tidy Up"})) << "one command for each name";
-}
-
-TEST_F(PaletteStateTest, AsksForTheAssistantToBeEnabled) {
-    state->enter(Mode::ai);
-    state->execute();
-    EXPECT_EQ(state->error(), std::nullopt) << "nothing typed";
-    state->setQuery("hello");
-    state->execute();
-    EXPECT_EQ(state->error(), "Enable AI Requests and save an API key in Settings → AI.");
+    EXPECT_EQ(std::ranges::count(titles(), "Twin"), 3);
 }
 
 TEST_F(PaletteStateTest, TellsItsViewsOncePerCall) {
@@ -322,8 +265,81 @@ TEST_F(PaletteStateTest, TellsItsViewsOncePerCall) {
     EXPECT_EQ(changes, 1);
     state->setQuery("m");
     EXPECT_EQ(changes, 1) << "nothing changed";
-    state->enter(Mode::files);
+    Agent agent;
+    agent.tools = {"one", "two"};
+    state->enter(Mode::ai, agent);
     EXPECT_EQ(changes, 2);
+    EXPECT_EQ(PaletteScreen::of(*state).answer,
+              "Enter a request for New Agent, then press Return.\n\nThis Agent can use 2 selected tools. Permission "
+              "approvals still apply.");
+    state->execute();
+    EXPECT_EQ(state->error(), std::nullopt) << "nothing typed";
+    state->setQuery("hello");
+    state->execute();
+    EXPECT_EQ(state->error(), "Enable AI Requests and save an API key in Settings → AI.");
+    state->enter(Mode::ai);
+    EXPECT_TRUE(PaletteScreen::of(*state).answer.starts_with("Describe an action")) << "the agent is left";
+}
+
+TEST_F(PaletteStateTest, AStartThatIsLateOrCancelledIsNoFailure) {
+    for (const bool closed : {false, true}) {
+        const auto late = std::make_shared<PaletteState>(services);
+        const TaskHandle start = spawn(loop.executor(), [late] { return late->start(); });
+        late->stop();
+        if (closed) {
+            loop.run([this]() -> Task<> { co_await services->database->close(); });
+        } else {
+            start.cancel();
+        }
+        loop.until([&] { return start.done(); });
+        EXPECT_EQ(late->error(), std::nullopt);
+        EXPECT_TRUE(late->results().empty()) << "nothing begins any more";
+    }
+}
+
+/// Everything that tells one picture of the window from another, in one line.
+std::string pictureOf(const PaletteState& state) {
+    const PaletteScreen screen = PaletteScreen::of(state);
+    static constexpr const char* pages[] = {"list", "nothing", "answer", "preview"};
+    std::string line = pages[static_cast<int>(screen.page)];
+    for (const std::string& part :
+         {screen.atHome ? std::string() : "back", screen.argumentHelp.substr(0, 14),
+          screen.page == PaletteScreen::Page::nothing ? screen.nothing.heading : "",
+          screen.page == PaletteScreen::Page::nothing ? screen.nothing.help.substr(0, 12) : "",
+          screen.footer.hints.substr(0, 5), screen.footer.help.substr(0, 6), screen.footer.remark,
+          screen.working ? std::string("working") : ""})
+        line += part.empty() ? "" : ", " + part;
+    return line;
+}
+
+TEST_F(PaletteStateTest, ShowsOnePageForEverySituation) {
+    struct Case {
+        std::function<void()> step;
+        std::string expected;
+    };
+    const auto answered = [this](std::size_t count) {
+        files->count = count;
+        state->search();
+        wait(60ms);
+    };
+    const Case cases[] = {
+        {[] {}, "list, ↑"},
+        {[this] { state->setQuery("zz"); }, "nothing, No Results, Type a name , ↑"},
+        {[this] { state->setQuery("zoom"), state->beginArguments(); }, "nothing, back, Type arguments, No Results"},
+        {[this] { state->enter(Mode::files); }, "nothing, back, No Results, Results come, report, 0 results"},
+        {[this] { state->setQuery("q"); }, "nothing, back, report, 0 results, working"},
+        {[&] { answered(1); }, "list, back, report, 1 results"},
+        {[&] { answered(99); }, "list, back, report, 99 results"},
+        {[&] { answered(100); }, "list, back, report, First 100"},
+        {[&] { answered(101); }, "list, back, report, 101 results"},
+        {[this] { state->enter(Mode::clipboard), wait(180ms); }, "list, back, Type a"},
+        {[this] { state->togglePreview(); }, "preview, back, Type a"},
+        {[this] { state->enter(Mode::ai); }, "answer, back, Type a"},
+    };
+    for (const Case& one : cases) {
+        one.step();
+        EXPECT_EQ(pictureOf(*state).substr(0, one.expected.size()), one.expected) << pictureOf(*state);
+    }
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "app/ui/palette/PreviewText.h"
+#include "app/ui/widgets/PassiveText.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@
 namespace velmora {
 namespace {
 
-TEST(PreviewText, ShowsAndCopiesTextsOfEveryShape) {
+TEST(PassiveText, ShowsAndCopiesTextsOfEveryShape) {
     struct Case {
         const char* name;
         QString text;
@@ -27,7 +27,7 @@ TEST(PreviewText, ShowsAndCopiesTextsOfEveryShape) {
         {"characters of many units", family.repeated(6'000)},
         {"an accent without an end", QString("e") + QString(10'000, QChar(0x301))},
     };
-    PreviewText view(nullptr);
+    PassiveText view(nullptr);
     for (const Case& one : cases) {
         SCOPED_TRACE(one.name);
         view.show("what was there before\n" + QString(20'000, u'y'));

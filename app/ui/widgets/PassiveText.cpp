@@ -1,4 +1,6 @@
-#include "app/ui/palette/PreviewText.h"
+#include "app/ui/widgets/PassiveText.h"
+
+#include "app/ui/widgets/SlimScrollBar.h"
 
 #include <QMimeData>
 #include <QTextBlock>
@@ -34,12 +36,13 @@ qsizetype endOfPiece(const QString& text, qsizetype start) {
 
 }  // namespace
 
-PreviewText::PreviewText(QWidget* parent) : QPlainTextEdit(parent) {
+PassiveText::PassiveText(QWidget* parent) : QPlainTextEdit(parent) {
     setReadOnly(true);
     setUndoRedoEnabled(false);
     setFocusPolicy(Qt::NoFocus);
     setFrameShape(QFrame::NoFrame);
     setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    setVerticalScrollBar(new SlimScrollBar(this));
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setContextMenuPolicy(Qt::NoContextMenu);
     document()->setDocumentMargin(0);
@@ -47,15 +50,28 @@ PreviewText::PreviewText(QWidget* parent) : QPlainTextEdit(parent) {
     connect(&more_, &QTimer::timeout, this, [this] { append(); });
 }
 
-void PreviewText::show(const QString& text) {
+void PassiveText::show(const QString& text) {
+    if (text == text_) return;
     text_ = text;
     shown_ = 0;
+    more_.stop();
     clear();
     append();
     if (shown_ < text_.size()) more_.start(0);
 }
 
-void PreviewText::append() {
+void PassiveText::scroll(int pages) {
+    QScrollBar& bar = *verticalScrollBar();
+    bar.setValue(bar.value() + pages * bar.pageStep());
+}
+
+bool PassiveText::copySelection() {
+    if (!textCursor().hasSelection()) return false;
+    copy();
+    return true;
+}
+
+void PassiveText::append() {
     const qsizetype end = endOfPiece(text_, shown_);
     QTextCursor cursor(document());
     cursor.movePosition(QTextCursor::End);
@@ -69,7 +85,7 @@ void PreviewText::append() {
     }
 }
 
-QMimeData* PreviewText::createMimeDataFromSelection() const {
+QMimeData* PassiveText::createMimeDataFromSelection() const {
     const QTextCursor selected = textCursor();
     QString text;
     for (QTextBlock block = document()->findBlock(selected.selectionStart()); block.isValid(); block = block.next()) {

@@ -9,7 +9,7 @@
 /// What the benchmarks read: with VELMORA_MEASURE=1 in the environment, the moments of key presses, of requests to show
 /// the palette and of finished paints on standard error; with VELMORA_MEASURE=loop, the times in which the main loop
 /// came to nothing else. Silent otherwise.
-namespace velmora::measure {
+namespace velmora::trace {
 
 inline bool asksFor(std::string_view kind) {
     const char* const value = std::getenv("VELMORA_MEASURE");
@@ -34,4 +34,4 @@ inline void mark(const char* what) {
     std::fprintf(stderr, "measure %s %lld\n", what, static_cast<long long>(now.tv_sec) * 1'000'000'000 + now.tv_nsec);
 }
 
-}  // namespace velmora::measure
+}  // namespace velmora::trace

@@ -1,0 +1,81 @@
+#include "app/ui/state/ActionRunner.h"
+
+#include "app/composition/AppServices.h"
+#include "app/log/AppLog.h"
+#include "app/services/applications/AppActions.h"
+#include "app/services/applications/ApplicationService.h"
+#include "app/ui/state/ArgumentEntry.h"
+
+namespace velmora {
+
+ActionRunner::Busy::Busy(std::shared_ptr<ActionRunner> runner) : runner_(std::move(runner)) {
+    runner_->feedback_->set(runner_->busy_, true);
+}
+
+ActionRunner::Busy::~Busy() {
+    if (runner_) runner_->feedback_->set(runner_->busy_, false);
+}
+
+ActionRunner::ActionRunner(std::shared_ptr<AppServices> services, std::shared_ptr<PaletteFeedback> feedback)
+    : services_(std::move(services)), feedback_(std::move(feedback)) {}
+
+void ActionRunner::start(std::function<Task<>(Busy)> work) {
+    if (busy_) return;
+    const PaletteFeedback::Gathering gathering(*feedback_);
+    feedback_->clearError();
+    // What is spawned can be copied and the right to run cannot: the task takes it over when it begins.
+    spawn(services_->platform.main, [work = std::move(work), busy = std::make_shared<Busy>(shared_from_this())] {
+        return work(std::move(*busy));
+    });
+}
+
+void ActionRunner::run(const ResultPointer& result, const CommandAction& action) {
+    start([this, result, action](Busy busy) { return perform(std::move(busy), result, action); });
+}
+
+void ActionRunner::launch(const std::string& id, const std::string& arguments) {
+    start([this, id, arguments](Busy busy) { return performLaunch(std::move(busy), id, arguments); });
+}
+
+Task<> ActionRunner::perform(Busy /*busy*/, ResultPointer result, CommandAction action) {
+    try {
+        co_await services_->permissions.authorize(action.role, action.title, "This operation cannot be undone.");
+        co_await action.execute();
+    } catch (...) {
+        feedback_->showFailure(std::current_exception());
+        co_return;
+    }
+    AppLog::command.info("Command completed");
+    if (!result->keepsOpen) feedback_->hide();
+    co_await recordUse(result->id);
+}
+
+Task<> ActionRunner::performLaunch(Busy /*busy*/, std::string id, std::string arguments) {
+    const std::string path = ArgumentEntry::applicationPath(id);
+    try {
+        co_await services_->applications->open(path, LaunchArguments::split(arguments));
+        AppLog::command.info("Application launched with arguments");
+        co_await services_->appLaunches.record(path, arguments);
+    } catch (...) {
+        feedback_->showFailure(std::current_exception());
+        co_return;
+    }
+    co_await recordUse(id);
+    feedback_->hide();
+}
+
+Task<> ActionRunner::recordUse(std::string id) {
+    try {
+        co_await services_->usage.record(id);
+        co_await loadUsages();
+    } catch (const std::exception&) {
+        AppLog::database.error("Usage statistics could not be saved");
+    }
+}
+
+Task<> ActionRunner::loadUsages() {
+    const auto self = shared_from_this();
+    usages_ = co_await services_->usage.load();
+}
+
+}  // namespace velmora
