@@ -91,7 +91,7 @@ std::unique_ptr<QTimer> watchLoop() {
 
 int run(int argc, char** argv, bool showAtStart, SessionName& name) {
     QApplication application(argc, argv);
-    QApplication::setApplicationName("velmora");
+    QApplication::setApplicationName("Velmora");
     QApplication::setDesktopFileName("dev.velmora.brisklane");
     QApplication::setQuitOnLastWindowClosed(false);
 

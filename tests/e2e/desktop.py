@@ -192,11 +192,26 @@ class Desktop:
     def log_of(self, program):
         return (self.logs / f"{pathlib.Path(program).name}.log").read_text(errors="replace")
 
+    def mock(self, name, *objects):
+        """A service on the session bus that prints the calls it gets. Each object is a path, an interface, and methods:
+        name, signatures of what goes in and out, and Python code that may set `ret` or raise."""
+        main, interface, _ = objects[0]
+        command = [sys.executable, "-m", "dbusmock", "--session", name, main, interface]
+        service = self.start(command, stdout=subprocess.PIPE, text=True)
+        self.run(["gdbus", "wait", "--session", "--timeout", "10", name])
+        for path, its_interface, methods in objects:
+            call = ["gdbus", "call", "--session", "--dest", name, "--object-path", main, "--method"]
+            if path == main:
+                self.run([*call, "org.freedesktop.DBus.Mock.AddMethods", its_interface, repr(methods)])
+            else:
+                self.run([*call, "org.freedesktop.DBus.Mock.AddObject", path, its_interface, "@a{sv} {}", repr(methods)])
+        return service
+
     def prefer_dark(self):
         """Lets the desktop say that it wants dark windows, through the settings portal. Programs started later see it."""
-        portal = self.start([sys.executable, os.path.abspath(__file__), "--dark-portal"], stdout=subprocess.PIPE, text=True)
-        if not portal.stdout.readline():
-            raise AssertionError("the settings portal did not start")
+        read = ("Read", "ss", "v", "ret = dbus.UInt32(1, variant_level=2)")  # portals wrap this one twice
+        self.mock("org.freedesktop.portal.Desktop",
+                  ("/org/freedesktop/portal/desktop", "org.freedesktop.portal.Settings", [read]))
 
     # Windows and keys
 
@@ -407,39 +422,8 @@ def read_trees():
         print(json.dumps(found), flush=True)
 
 
-# The settings portal of a desktop that wants dark windows
-
-PORTAL = """<node><interface name="org.freedesktop.portal.Settings">
-<method name="Read"><arg type="s" direction="in"/><arg type="s" direction="in"/><arg type="v" direction="out"/></method>
-</interface></node>"""
-
-
-def dark_portal():
-    from gi.repository import Gio, GLib  # pylint: disable=import-outside-toplevel
-
-    def answer(_bus, _sender, _path, _interface, _method, parameters, invocation):
-        if parameters.unpack() == ("org.freedesktop.appearance", "color-scheme"):
-            # Portals wrap this one twice.
-            dark = GLib.Variant("v", GLib.Variant("u", 1))
-            invocation.return_value(GLib.Variant("(v)", (dark,)))
-        else:
-            invocation.return_dbus_error("org.freedesktop.portal.Error.NotFound", "Requested setting not found")
-
-    def offer(bus, _name):
-        description = Gio.DBusNodeInfo.new_for_xml(PORTAL).interfaces[0]
-        bus.register_object("/org/freedesktop/portal/desktop", description, answer, None, None)
-
-    def ready(_bus, _name):
-        print("ready", flush=True)
-
-    Gio.bus_own_name(Gio.BusType.SESSION, "org.freedesktop.portal.Desktop", Gio.BusNameOwnerFlags.NONE, offer, ready, None)
-    GLib.MainLoop().run()
-
-
 if __name__ == "__main__":
     if sys.argv[1] == "--guard":
         guard(sys.argv[2], sys.argv[3])
-    elif sys.argv[1] == "--dark-portal":
-        dark_portal()
     else:
         read_trees()

@@ -11,7 +11,9 @@ import unittest
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 
 from desktop import nodes, wait_until  # noqa: E402  # pylint: disable=wrong-import-position
-from test_palette import PaletteTest  # noqa: E402  # pylint: disable=wrong-import-position
+from test_palette import TITLE, PaletteTest  # noqa: E402  # pylint: disable=wrong-import-position
+
+CHOOSER = "Choose a Folder to Search"
 
 
 class Files(PaletteTest):
@@ -49,32 +51,34 @@ class Files(PaletteTest):
 
         wait_until(found, f'"{name}" to be found', 20, 0.5)
 
-    def test_finds_opens_and_copies(self):
+    def test_finds_opens_copies_and_reveals(self):
         self.open()
         self.enter_files()
+        self.query("kind:files")
+        self.wait_for_text("Use kind:file or kind:folder.")
+        self.desktop.press("ctrl+a")
         self.find("quarterly ext:txt", "quarterly report 2026.txt")
         self.picture("files")
         self.desktop.press("Return")
         self.assertEqual(self.arguments(), ["--fixed", str(self.report)])
-        self.desktop.wait_until_hidden("Velmora Brisklane")
+        self.desktop.wait_until_hidden(TITLE)
 
         self.show_again()
         self.enter_files()
         self.find("quarterly", "quarterly report 2026.txt")
         self.desktop.press("ctrl+k", "Up", "Return")
-        self.desktop.wait_until_hidden("Velmora Brisklane")
+        self.desktop.wait_until_hidden(TITLE)
         self.show_again()
         self.desktop.press("ctrl+v")
         wait_until(lambda: self.typed() == str(self.report), "the copied path to be pasted")
 
-    def test_reveals_in_the_file_manager(self):
-        self.open()
+        self.desktop.press("ctrl+a")
         self.enter_files()
         self.find("quarterly", "quarterly report 2026.txt")
         self.desktop.press("ctrl+k")
         self.wait_for_text("Show in Finder")
         self.desktop.press("Down", "Down", "Return")
-        self.desktop.wait_until_hidden("Velmora Brisklane")
+        self.desktop.wait_until_hidden(TITLE)
 
         def selected():
             # The file manager's status line tells of what is selected.
@@ -82,6 +86,47 @@ class Files(PaletteTest):
             return any(node["role"] == "status bar" and self.report.name in node["name"] for node in shown)
 
         wait_until(selected, "the file manager to show the file selected", 30, 0.5)
+
+    def test_the_folder_chooser_gives_the_keyboard_back(self):
+        """However it closes; what is typed then must not reach the document under the palette."""
+        self.desktop.start(["xev", "-name", "Document", "-event", "keyboard"])
+        document = self.desktop.wait_for_window("Document")
+        self.open()
+        self.enter_files()
+        left, top, width, _ = self.desktop.geometry(self.window)
+        click = ["xdotool", "mousemove", str(left + width - 60), str(top + 32), "click", "1"]
+
+        def choose_folder():
+            self.desktop.run(click)
+            self.desktop.wait_for_window(CHOOSER)
+
+        def typed_after(close, text):
+            close()
+            self.desktop.wait_until_hidden(CHOOSER)
+            self.desktop.press("ctrl+a")
+            self.query(text)
+
+        choose_folder()
+        self.picture("folder-chooser")
+        typed_after(lambda: self.desktop.press("Escape"), "r")
+        choose_folder()
+        typed_after(lambda: self.desktop.press("alt+F4"), "re")
+        choose_folder()
+        typed_after(lambda: (self.desktop.type(str(self.documents)), self.desktop.press("Return")), "report")
+        self.wait_for_text("Documents")
+        self.wait_for_row("quarterly report 2026.txt", 0)
+        # The control has a menu now, which is closed with Escape, and then leads to all folders.
+        windows = ["xdotool", "search", "--onlyvisible", "--class", "velmora"]
+        for keys, text in ((["Escape"], "quarter"), (["Down", "Return"], "quarterly")):
+            self.desktop.run(click)
+            wait_until(lambda: len(self.desktop.run(windows).stdout.split()) == 2, "the menu to open")
+            self.desktop.press(*keys)
+            self.desktop.press("ctrl+a")
+            self.query(text)
+        self.wait_for_text("All Folders")
+        self.assertEqual(self.desktop.log_of("xev").count("KeyPress"), 0)
+        self.desktop.run(["xdotool", "windowactivate", document])
+        self.desktop.wait_until_hidden(TITLE)
 
     def test_follows_the_disk(self):
         self.open()
@@ -96,12 +141,6 @@ class Files(PaletteTest):
         self.desktop.press("ctrl+a")
         self.query("quarterly")
         self.wait_for_text("No Results")
-
-    def test_says_what_is_wrong_with_a_query(self):
-        self.open()
-        self.enter_files()
-        self.query("kind:files")
-        self.wait_for_text("Use kind:file or kind:folder.")
 
 
 class Killed(PaletteTest):

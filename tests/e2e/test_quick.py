@@ -6,47 +6,15 @@ import os
 import pathlib
 import signal
 import sqlite3
-import subprocess
 import sys
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 
 from desktop import wait_until  # noqa: E402  # pylint: disable=wrong-import-position
-from test_palette import PROGRAM, TITLE, PaletteTest  # noqa: E402  # pylint: disable=wrong-import-position
+from test_palette import TITLE, PaletteTest  # noqa: E402  # pylint: disable=wrong-import-position
 
 QUESTION = "This operation cannot be undone."
-
-LOGIND = """<node><interface name="org.freedesktop.login1.Manager">
-<method name="Suspend"><arg type="b" direction="in"/></method>
-<method name="GetSessionByPID"><arg type="u" direction="in"/><arg type="o" direction="out"/></method>
-</interface><interface name="org.freedesktop.login1.Session"><method name="Lock"/></interface></node>"""
-
-
-def logind():
-    """A logind with one session, which prints what it is asked to do. It can be told to refuse."""
-    from gi.repository import Gio, GLib  # pylint: disable=import-outside-toplevel
-
-    manager, session = Gio.DBusNodeInfo.new_for_xml(LOGIND).interfaces
-    refuses = "refuse" in sys.argv
-
-    def answer(_bus, _sender, path, _interface, method, parameters, invocation):
-        if method == "GetSessionByPID":
-            return invocation.return_value(GLib.Variant("(o)", ("/org/freedesktop/login1/session/c1",)))
-        print(path.rsplit("/", 1)[1], method, *parameters.unpack(), flush=True)
-        if refuses:
-            return invocation.return_dbus_error("org.freedesktop.DBus.Error.AccessDenied", "not allowed")
-        return invocation.return_value(None)
-
-    def offer(bus, _name):
-        bus.register_object("/org/freedesktop/login1", manager, answer, None, None)
-        bus.register_object("/org/freedesktop/login1/session/c1", session, answer, None, None)
-
-    def ready(_bus, _name):
-        print("ready", flush=True)
-
-    Gio.bus_own_name(Gio.BusType.SESSION, "org.freedesktop.login1", Gio.BusNameOwnerFlags.NONE, offer, ready, None)
-    GLib.MainLoop().run()
 
 
 class Quick(PaletteTest):
@@ -115,7 +83,6 @@ class Shortcuts(Quick):
         self.wait_for_text("There are no beans.")
         self.picture("shortcut-error")
 
-
     def test_a_running_one_neither_holds_the_end_up_nor_ends_with_it(self):
         folder = self.desktop.home / ".config/velmora/shortcuts"
         folder.mkdir(parents=True)
@@ -134,44 +101,48 @@ class Shortcuts(Quick):
 
 
 class Session(Quick):
-    def logind(self, *options):
-        """Starts a logind and returns it, ready."""
-        command = [sys.executable, str(pathlib.Path(__file__).resolve()), "--logind", *options]
-        service = self.desktop.start(command, stdout=subprocess.PIPE, text=True)
-        self.assertEqual(service.stdout.readline(), "ready\n", self.desktop.log_of(sys.executable))
-        return service
+    def logind(self, code=""):
+        """A logind with one session, in which every request runs `code`."""
+        name, path = "org.freedesktop.login1", "/org/freedesktop/login1"
+        session = f"{path}/session/c1"
+        manager = [("Suspend", "b", "", code), ("GetSessionByPID", "u", "o", f"ret = '{session}'")]
+        return self.desktop.mock(
+            name, (path, f"{name}.Manager", manager), (session, f"{name}.Session", [("Lock", "", "", code)]))
 
-    def test_locks_and_sleeps_without_asking(self):
+    def asked(self, service, request):
+        wait_until(lambda: service.stdout.readline().split(" ", 1)[1] == request + "\n", f'"{request}" to be asked for')
+
+    def run_command(self, text, row):
+        self.desktop.press("ctrl+a")
+        self.find(text, row)
+        self.desktop.press("Return")
+
+    def test_locks_and_sleeps_and_says_when_it_cannot(self):
         service = self.logind()
         self.open()
-        self.find("lock scr", "Lock Screen, System Command")
-        self.picture("lock")
-        self.desktop.press("Return")
-        self.assertEqual(service.stdout.readline(), "c1 Lock\n")
+        self.run_command("lock scr", "Lock Screen, System Command")
+        self.asked(service, "Lock")
         self.desktop.wait_until_hidden(TITLE)
         self.show_again()
-        self.find("sleep", "Sleep, System Command")
-        self.desktop.press("Return")
-        self.assertEqual(service.stdout.readline(), "login1 Suspend False\n")
+        self.run_command("sleep", "Sleep, System Command")
+        self.asked(service, "Suspend False")
         self.desktop.wait_until_hidden(TITLE)
-
-    def test_says_why_it_does_neither(self):
-        service = self.logind("refuse")
-        self.open()
-        self.find("sleep", "Sleep")
-        self.desktop.press("Return")
+        self.end_service(service)
+        refusal = "raise dbus.exceptions.DBusException('no', name='org.freedesktop.DBus.Error.AccessDenied')"
+        service = self.logind(refusal)
+        self.show_again()
+        self.run_command("sleep", "Sleep")
         self.wait_for_text("macOS did not allow this sleep request.")
-        self.desktop.press("ctrl+a")
-        self.find("lock screen", "Lock Screen")
-        self.desktop.press("Return")
+        self.run_command("lock screen", "Lock Screen")
         self.wait_for_text(
             "Enable Velmora in System Settings → Privacy & Security → Accessibility to lock the screen.")
+        self.end_service(service)
+        self.run_command("sleep", "Sleep")
+        self.wait_for_text("Power management is unavailable.")
+
+    def end_service(self, service):
         service.terminate()
         service.wait(timeout=10)
-        self.desktop.press("ctrl+a")
-        self.find("sleep", "Sleep")
-        self.desktop.press("Return")
-        self.wait_for_text("Power management is unavailable.")
 
 
 class Trash(Quick):
@@ -199,7 +170,4 @@ class Trash(Quick):
 
 
 if __name__ == "__main__":
-    if sys.argv[1:2] == ["--logind"]:
-        logind()
-    else:
-        unittest.main(verbosity=2)
+    unittest.main(verbosity=2)

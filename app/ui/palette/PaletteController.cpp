@@ -142,7 +142,7 @@ void PaletteController::deactivated() {
 
 void PaletteController::childClosed() {
     // Window managers give the keyboard to whichever window they like, while the palette stays on top of it.
-    if (shown_ && !openDialog() && !QApplication::activePopupWidget()) bringForward(panel_);
+    if (shown_ && !openDialog()) bringForward(panel_);
 }
 
 }  // namespace velmora
