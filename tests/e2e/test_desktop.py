@@ -10,7 +10,7 @@ import unittest
 HERE = pathlib.Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE))
 
-from desktop import wait_until  # noqa: E402  # pylint: disable=wrong-import-position
+from desktop import marked, wait_until  # noqa: E402  # pylint: disable=wrong-import-position
 
 KILLED = """
 import os, signal, sys
@@ -25,18 +25,6 @@ os.kill(os.getpid(), signal.SIGKILL)
 """
 
 
-def carrying(mark):
-    """The processes whose environment has the mark of a desktop, zombies aside."""
-    found = []
-    for process in pathlib.Path("/proc").glob("[0-9]*"):
-        try:
-            if mark.encode() in (process / "environ").read_bytes():
-                found.append(process.name)
-        except OSError:
-            pass
-    return found
-
-
 class DesktopTest(unittest.TestCase):
     def test_leaves_nothing_behind_when_the_test_is_killed(self):
         killed = subprocess.run(
@@ -44,7 +32,7 @@ class DesktopTest(unittest.TestCase):
         )
         root, mark = killed.stdout.split()
         wait_until(lambda: not os.path.exists(root), "the guard to remove the desktop's folder", 20)
-        self.assertEqual(carrying(mark), [])
+        self.assertEqual(list(marked(mark)), [])
 
 
 if __name__ == "__main__":

@@ -73,10 +73,15 @@ class FakeSource final : public ResultSource {
         }
         if (fails) throw std::runtime_error("the disk is on fire");
         CommandResult result;
-        result.id = "found:" + query;
         result.title = query;
         result.previewText = query;
-        co_return std::vector<ResultPointer>(count, std::make_shared<const CommandResult>(result));
+        std::vector<ResultPointer> found;
+        for (std::size_t i = 0; i < count; ++i) {
+            result.id = result.icon.value = "/found/" + std::to_string(i);
+            result.icon.kind = CommandIcon::Kind::file;
+            found.push_back(std::make_shared<const CommandResult>(result));
+        }
+        co_return found;
     }
 
     std::size_t count = 1;

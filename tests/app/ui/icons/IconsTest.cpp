@@ -35,29 +35,6 @@ std::string referenceBomb() {
     return svg(body);
 }
 
-quint32 crc(const std::string& data) {
-    quint32 sum = ~0U;
-    for (const char byte : data) {
-        sum ^= static_cast<unsigned char>(byte);
-        for (int bit = 0; bit < 8; ++bit)
-            sum = sum >> 1 ^ (sum & 1 ? 0xedb88320U : 0U);
-    }
-    return ~sum;
-}
-
-std::string bytes(quint32 number) {
-    std::string all;
-    for (int shift = 24; shift >= 0; shift -= 8)
-        all += static_cast<char>(number >> shift & 0xff);
-    return all;
-}
-
-/// A PNG that claims to be `side` pixels wide and high, without the pixels.
-std::string pngOf(quint32 side) {
-    const std::string header = "IHDR" + bytes(side) + bytes(side) + std::string("\x08\x06\0\0\0", 5);
-    return std::string("\x89PNG\r\n\x1a\n\0\0\0\r", 12) + header + bytes(crc(header)) + std::string(100'000, '\0');
-}
-
 class IconImageTest : public testing::Test {
   protected:
     test::TemporaryFolder folder;
@@ -79,6 +56,10 @@ TEST_F(IconImageTest, TurnsAwayWhatIsNoIcon) {
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     const std::string big = folder.write("big.png", "\x89PNG");
     std::filesystem::resize_file(big, 1ULL << 33);
+    const std::string huge = folder.path() + "/huge.png";  // small as a file
+    QImage pixels(20'000, 20'000, QImage::Format_Mono);
+    pixels.fill(0);
+    ASSERT_TRUE(pixels.save(QString::fromStdString(huge)));
     const std::vector<std::string> paths{
         pipe,
         big,
@@ -88,9 +69,7 @@ TEST_F(IconImageTest, TurnsAwayWhatIsNoIcon) {
         folder.path() + "/missing.png",
         folder.write("empty.png", ""),
         folder.write("text.png", "no picture at all"),
-        folder.write("huge.png", pngOf(60'000)),
-        folder.write("endless.png", pngOf(0x7fffffff)),
-        folder.write("broken.png", pngOf(64)),
+        huge,
         folder.write("deep.svg", svg(repeated("<g>", 200'000) + repeated("</g>", 200'000))),
         folder.write("unclosed.svg", svg(repeated("<g>", 60))),
         folder.write("bomb.svg", referenceBomb()),

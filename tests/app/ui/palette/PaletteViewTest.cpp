@@ -1,15 +1,12 @@
 #include "app/ui/palette/AnswerView.h"
 #include "app/ui/palette/NoticeLine.h"
 #include "app/ui/palette/ResultList.h"
-#include "app/ui/palette/ResultPreviewView.h"
 #include "app/ui/widgets/ChipButton.h"
-#include "core/text/Text.h"
 #include "tests/app/ui/palette/PaletteFixture.h"
 
 #include <QAccessible>
 #include <QClipboard>
 #include <QGuiApplication>
-#include <QLabel>
 #include <QMenu>
 #include <QPlainTextEdit>
 #include <QScrollBar>
@@ -49,19 +46,6 @@ TEST_F(PaletteViewTest, OffersTheFolderOfTheFilesMode) {
 }
 
 TEST_F(PaletteViewTest, ReadsTheIconsOfCommandsAheadAndThoseOfFilesWhenTheyShow) {
-    /// Finds sixty files.
-    class Files final : public ResultSource {
-      public:
-        [[nodiscard]] Task<std::vector<ResultPointer>> search(std::string, std::optional<std::string>) override {
-            std::vector<ResultPointer> found;
-            for (int i = 0; i < 60; ++i) {
-                CommandResult file;
-                file.icon = CommandIcon::file("/file/" + std::to_string(i));
-                found.push_back(std::make_shared<const CommandResult>(std::move(file)));
-            }
-            co_return found;
-        }
-    };
     for (int i = 0; i < 80; ++i)
         add("file " + std::to_string(i),
             [i](CommandResult& result) { result.icon = CommandIcon::file("/a/" + std::to_string(i)); });
@@ -76,7 +60,9 @@ TEST_F(PaletteViewTest, ReadsTheIconsOfCommandsAheadAndThoseOfFilesWhenTheyShow)
     press(Qt::Key_Up);
     EXPECT_EQ(look(), 80U) << "what was found once is kept, missing icons too";
 
-    services->fileSearch = std::make_shared<Files>();
+    const auto files = std::make_shared<test::FakeSource>();
+    files->count = 60;
+    services->fileSearch = files;
     state->enter(PaletteState::Mode::files);
     loop.settle();
     clock.advance(std::chrono::milliseconds(60));
@@ -106,33 +92,6 @@ TEST_F(PaletteViewTest, AnswersAreReadAndCopiedWhileTheKeyboardStaysInTheInput) 
     EXPECT_LT(text.verticalScrollBar()->value(), scrolled);
     type("x");
     EXPECT_EQ(state->query(), "x");
-}
-
-TEST_F(PaletteViewTest, PreviewsTextUpToItsLimit) {
-    struct Case {
-        std::size_t characters;
-        int shown;
-        QString footer;
-    };
-    const QString rest = " characters · Return copies · ↑ ↓ Browse";
-    const QString cut = "Showing the first 50,000 characters. Return copies the complete item.";
-    for (const Case& one :
-         {Case{12, 12, "12" + rest}, Case{50'000, 50'000, QString::fromStdString(text::formattedCount(50'000)) + rest},
-          Case{50'001, 50'000, cut}, Case{60'000, 50'000, cut}}) {
-        ResultPreviewView preview(50'000, nullptr);
-        std::string text;
-        for (std::size_t i = 0; i < one.characters; ++i)
-            text += "é";
-        preview.show(text);
-        auto& drawn = *preview.findChild<QPlainTextEdit*>();
-        const auto isWhole = [&] {  // the rest comes little by little
-            drawn.selectAll();
-            drawn.copy();
-            return QGuiApplication::clipboard()->text().size() == one.shown;
-        };
-        EXPECT_TRUE(QTest::qWaitFor(isWhole)) << one.characters;
-        EXPECT_EQ(preview.findChildren<QLabel*>().last()->text(), one.footer);
-    }
 }
 
 TEST_F(PaletteViewTest, SaysWhichRowIsSelectedAndThatAnErrorIsAnAlert) {
