@@ -15,7 +15,7 @@ import unittest
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 
 from desktop import wait_until  # noqa: E402  # pylint: disable=wrong-import-position
-from test_palette import PaletteTest  # noqa: E402  # pylint: disable=wrong-import-position
+from test_palette import TITLE, PaletteTest  # noqa: E402  # pylint: disable=wrong-import-position
 
 OWNER = os.environ.get("VELMORA_SELECTION_OWNER", "build/dev/tests/platform/selection_owner")
 
@@ -61,10 +61,6 @@ class Clipboard(PaletteTest):
         self.desktop.press("Return")
         self.wait_for_text("esc Back")
 
-    def find(self, text):
-        self.desktop.press("ctrl+a")
-        self.desktop.type(text)
-
     def test_finds_shows_and_copies_back(self):
         self.copy("there before the start")
         self.open()
@@ -80,7 +76,7 @@ class Clipboard(PaletteTest):
         self.assertEqual(len(self.rows()), 2)
         self.picture("clipboard")
 
-        self.find("QUARTERLY FIG")
+        self.query("QUARTERLY FIG")
         wait_until(lambda: len(self.rows()) == 1, "one row to be left")
         self.wait_for_row("A note about", 0)
         self.desktop.press("ctrl+y")
@@ -91,7 +87,7 @@ class Clipboard(PaletteTest):
         self.wait_for_row("A note about", 0)
 
         self.desktop.press("Return")
-        self.desktop.wait_until_hidden("Velmora Brisklane")
+        self.desktop.wait_until_hidden(TITLE)
         self.assertEqual(self.clipboard(), "A note about quarterly figures\nwith a second line")
         # Our own copy counts as one, too.
         wait_until(lambda: self.stored()[0][0].startswith("A note"), "the entry to become the newest")
@@ -120,8 +116,13 @@ class Clipboard(PaletteTest):
         self.wait_for_text("Showing the first 50,000 characters. Return copies the complete item.")
         self.picture("clipboard-large")
         self.desktop.press("Return")
-        self.desktop.wait_until_hidden("Velmora Brisklane")
+        self.desktop.wait_until_hidden(TITLE)
         self.assertEqual(self.clipboard(), large)
+
+        self.own("UTF8_STRING=from a program that hangs", "--silent")
+        time.sleep(1)
+        self.program.terminate()
+        self.assertEqual(self.program.wait(timeout=3), 0, "a program that hangs holds nothing up")
 
     def test_remembers_the_application(self):
         self.install("Picture Viewer", "/bin/true")
@@ -131,7 +132,7 @@ class Clipboard(PaletteTest):
         viewer.symlink_to("/usr/bin/display")
         self.open()
         self.desktop.press("Escape")
-        self.desktop.wait_until_hidden("Velmora Brisklane")
+        self.desktop.wait_until_hidden(TITLE)
         self.desktop.start([str(viewer), "-title", "A picture", "-size", "200x200", "xc:red"])
         self.desktop.wait_for_window("A picture")
         self.copy("copied in the viewer")
@@ -141,13 +142,6 @@ class Clipboard(PaletteTest):
         self.copy("copied under the palette")
         self.wait_until_stored("copied under the palette")
         self.assertEqual([row[2] for row in self.stored()], ["org.example.PictureViewer"] * 2)
-
-    def test_ends_while_a_program_hangs(self):
-        self.open()
-        self.own("UTF8_STRING=from a program that hangs", "--silent")
-        time.sleep(1)
-        self.program.terminate()
-        self.assertEqual(self.program.wait(timeout=3), 0)
 
 
 if __name__ == "__main__":

@@ -68,32 +68,22 @@ TEST(CommandRegistry, RanksByScoreThenTitleAndCutsOff) {
     EXPECT_EQ(ranked("", {{"Zed", {3, clock.now() - 1h}}}, 2), (std::vector<std::string>{"Zed", "Alpha"}));
 }
 
-/// A command whose title changes between queries.
-class Changing final : public Command {
-  public:
-    [[nodiscard]] const std::string& id() const override { return id_; }
-    [[nodiscard]] ResultPointer result(const CommandContext&) const override { return current; }
-
-    ResultPointer current;
-
-  private:
-    std::string id_ = "changing";
-};
-
 TEST(CommandRegistry, NoticesThatAResultChanged) {
-    const auto changing = std::make_shared<Changing>();
-    const auto titled = [](const char* title) {
-        CommandResult result;
-        result.id = "changing";
-        result.title = title;
-        return std::make_shared<const CommandResult>(result);
+    /// A command whose title changes between queries.
+    struct Changing final : Command {
+        [[nodiscard]] const std::string& id() const override { return current->id; }
+        [[nodiscard]] ResultPointer result(const CommandContext& context) const override {
+            return command("changing", title)->result(context);
+        }
+        ResultPointer current = command("changing", "")->result({});
+        std::string title = "Before";
     };
-    changing->current = titled("Before");
+    const auto changing = std::make_shared<Changing>();
     CommandRegistry registry;
     registry.registerCommand(changing);
     const test::ManualClock clock;
     EXPECT_EQ(registry.ranked("before", {}, clock, 60).size(), 1U);
-    changing->current = titled("After");
+    changing->title = "After";
     EXPECT_TRUE(registry.ranked("before", {}, clock, 60).empty());
     EXPECT_EQ(registry.ranked("after", {}, clock, 60).size(), 1U);
 }
