@@ -60,11 +60,6 @@ class Host final : public WatchHost {
     std::unordered_map<std::string, std::vector<IndexedFile>> rows_;
 };
 
-std::int64_t microsecondsNow() {
-    return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::system_clock::now().time_since_epoch())
-        .count();
-}
-
 void measure(const std::string& prefix, std::size_t entries, int rounds) {
     const auto wanted = [&](const std::string& name) { return name.starts_with(prefix) || prefix.starts_with(name); };
     if (!wanted("files.walk") && !wanted("files.watch")) return;
@@ -85,7 +80,7 @@ void measure(const std::string& prefix, std::size_t entries, int rounds) {
     if (!wanted("files.watch")) return;
     Host host(root);
     std::this_thread::sleep_for(std::chrono::seconds(3));  // clear of the slack that a bookmark is given
-    const std::int64_t bookmark = microsecondsNow();
+    const FileTime bookmark = fileTimeNow();
     const std::set<std::string> changed = changeThousand(root, entries);
     std::vector<double> marking;
     std::vector<double> looking;

@@ -2,6 +2,7 @@
 
 #include "core/async/Stream.h"
 #include "core/files/IndexedFile.h"
+#include "core/files/SkipRule.h"
 
 #include <string>
 #include <vector>
@@ -14,12 +15,10 @@ class FileScanner {
     virtual ~FileScanner() = default;
 
     /// Everything below `root` (a leading "~" is the home folder), the root itself left out, in batches of at most
-    /// 5,000 entries; a folder comes before what it holds. Entries whose path starts with one of `skipPrefixes` are
-    /// left out with everything below them, and packages are listed but not entered. What cannot be read is passed
-    /// over, but a root that cannot be read ends the stream with `AppError.recoverable`. Dropping the stream ends the
-    /// walk.
-    [[nodiscard]] virtual Stream<std::vector<IndexedFile>> scan(std::string root,
-                                                                std::vector<std::string> skipPrefixes) = 0;
+    /// 5,000 entries; a folder comes before what it holds. What the rule skips is left out, and packages are listed
+    /// but not entered. What cannot be read is passed over, but a root that cannot be read ends the stream with
+    /// `AppError.recoverable`. Dropping the stream ends the walk.
+    [[nodiscard]] virtual Stream<std::vector<IndexedFile>> scan(std::string root, SkipRule skipRule) = 0;
 };
 
 }  // namespace velmora

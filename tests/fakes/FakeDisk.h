@@ -52,7 +52,7 @@ class FakeScanner final : public FileScanner {
   public:
     FakeScanner(FakeDisk& disk, Executor executor) : disk_(disk), executor_(std::move(executor)) {}
 
-    [[nodiscard]] Stream<std::vector<IndexedFile>> scan(std::string root, std::vector<std::string>) override {
+    [[nodiscard]] Stream<std::vector<IndexedFile>> scan(std::string root, SkipRule) override {
         disk_.scans.push_back(root);
         auto [stream, made] = makeStream<std::vector<IndexedFile>>(64);
         auto writer = std::make_shared<BatchWriter>(std::move(made));

@@ -16,8 +16,7 @@ class DiskFileScanner final : public FileScanner {
     /// `home` is what a leading "~" stands for.
     explicit DiskFileScanner(std::string home);
 
-    [[nodiscard]] Stream<std::vector<IndexedFile>> scan(std::string root,
-                                                        std::vector<std::string> skipPrefixes) override;
+    [[nodiscard]] Stream<std::vector<IndexedFile>> scan(std::string root, SkipRule skipRule) override;
 
   private:
     const std::string home_;

@@ -31,14 +31,14 @@ std::string withoutTrailingSlashes(std::string path) {
 
 }  // namespace
 
-FolderWalk::FolderWalk(const std::string& root, std::vector<std::string> skipPrefixes)
+FolderWalk::FolderWalk(const std::string& root, SkipRule skipRule)
     : path_(fileNameText(withoutTrailingSlashes(root))),
       mounts_(path_.empty() ? "/" : withoutTrailingSlashes(root), openRoot(root).get()),
-      skipPrefixes_(std::move(skipPrefixes)) {
+      skipRule_(std::move(skipRule)) {
     Descriptor folder = openRoot(root);
-    const auto self = folderAttributes(folder.get());
+    const auto self = examineOpen(folder.get());
     if (!self) throw unreadableRoot();
-    push(std::move(folder), identityOf(*self));
+    push(std::move(folder), self->identity);
 }
 
 std::vector<IndexedFile> FolderWalk::next(std::size_t limit, const std::function<bool()>& stopped) {
@@ -68,24 +68,19 @@ void FolderWalk::examine(const DirectoryReader::Entry& entry, std::vector<Indexe
     std::string path;
     path.reserve(path_.size() + 1 + name.size());
     path.append(path_).append(1, '/').append(name);
-    if (path.size() > maximumPathBytes || isSkipped(path)) return;
+    if (skipRule_.skips(path)) return;
 
     if (top.hasBlockedChild && mounts_.isBlocked(fileNameBytes(path))) {
         files.push_back({std::move(path), std::move(name), true, 0, 0});
         return;
     }
-    const auto attributes = entryAttributes(top.folder.get(), entry.terminatedName);
-    const bool isFolder = attributes ? S_ISDIR(attributes->stx_mode) : entry.mayBeFolder;
+    const auto found = examineEntry(top.folder.get(), entry.terminatedName);
+    const bool isFolder = found ? found->isFolder : entry.mayBeFolder;
     if (isFolder && !isPackage(name))
-        top.toEnter.push_back({std::string(entry.name), attributes ? identityOf(*attributes) : Identity{}});
-    if (!attributes) return;
-    const std::int64_t size = isFolder ? 0 : static_cast<std::int64_t>(attributes->stx_size);
-    files.push_back({std::move(path), std::move(name), isFolder, size, seconds(attributes->stx_mtime)});
-}
-
-bool FolderWalk::isSkipped(const std::string& path) const {
-    return std::any_of(skipPrefixes_.begin(), skipPrefixes_.end(),
-                       [&](const std::string& prefix) { return path.starts_with(prefix); });
+        top.toEnter.push_back({std::string(entry.name), found ? found->identity : FileIdentity{}});
+    if (!found) return;
+    const std::int64_t size = isFolder ? 0 : found->sizeBytes;
+    files.push_back({std::move(path), std::move(name), isFolder, size, secondsSince1970(found->modified)});
 }
 
 void FolderWalk::readOn(Frame& frame) {
@@ -105,11 +100,7 @@ void FolderWalk::enterNext() {
     push(std::move(folder), next.identity);
 }
 
-FolderWalk::Identity FolderWalk::identityOf(const struct statx& attributes) {
-    return {(std::uint64_t{attributes.stx_dev_major} << 32) | attributes.stx_dev_minor, attributes.stx_ino};
-}
-
-void FolderWalk::push(Descriptor folder, Identity identity) {
+void FolderWalk::push(Descriptor folder, FileIdentity identity) {
     // The root stays open, and so do the folders on top.
     if (frames_.size() >= maximumOpenFolders) frames_[frames_.size() - maximumOpenFolders + 1].folder.reset();
     Frame frame;
@@ -120,7 +111,7 @@ void FolderWalk::push(Descriptor folder, Identity identity) {
     frames_.push_back(std::move(frame));
 }
 
-bool FolderWalk::isAmongAncestors(const Identity& identity) const {
+bool FolderWalk::isAmongAncestors(const FileIdentity& identity) const {
     return std::any_of(frames_.begin(), frames_.end(),
                        [&](const Frame& frame) { return frame.identity == identity && identity.inode != 0; });
 }
@@ -133,8 +124,8 @@ void FolderWalk::leave() {
     path_.resize(top.pathBytes);
     if (top.folder) return;
     top.folder = openSubfolder(left.get(), "..");
-    const auto self = top.folder ? folderAttributes(top.folder.get()) : std::nullopt;
-    const bool isSame = self && identityOf(*self) == top.identity;
+    const auto self = top.folder ? examineOpen(top.folder.get()) : std::nullopt;
+    const bool isSame = self && self->identity == top.identity;
     if (isSame && lseek(top.folder.get(), top.position, SEEK_SET) == top.position) return;
     // The tree was moved while it was walked. Its new place reports it; here there is nothing more to find.
     top.toEnter.clear();

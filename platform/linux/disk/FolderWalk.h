@@ -1,8 +1,10 @@
 #pragma once
 
 #include "core/files/IndexedFile.h"
+#include "core/files/SkipRule.h"
 #include "platform/linux/posix/Descriptor.h"
 #include "platform/linux/posix/DirectoryReader.h"
+#include "platform/linux/posix/Examine.h"
 #include "platform/linux/posix/MountTable.h"
 
 #include <cstdint>
@@ -22,28 +24,20 @@ class FolderWalk {
   public:
     static constexpr std::size_t maximumOpenFolders = 64;
 
-    /// Beyond this nothing is listed: four times what the system itself takes for a path.
-    static constexpr std::size_t maximumPathBytes = std::size_t{16} * 1024;
-
-    /// `root` in bytes; `skipPrefixes` are prefixes of the text of paths.
-    FolderWalk(const std::string& root, std::vector<std::string> skipPrefixes);
+    /// `root` in bytes.
+    FolderWalk(const std::string& root, SkipRule skipRule);
 
     /// Up to `limit` further entries; none at the end. Stops early once `stopped` says so, which is asked now and then.
     std::vector<IndexedFile> next(std::size_t limit, const std::function<bool()>& stopped);
 
   private:
-    struct Identity {
-        std::uint64_t device = 0;
-        std::uint64_t inode = 0;
-        friend bool operator==(const Identity&, const Identity&) = default;
-    };
     struct Subfolder {
         std::string name;  // in bytes
-        Identity identity;
+        FileIdentity identity;
     };
     struct Frame {
         Descriptor folder;  // closed and opened again on trees deeper than `maximumOpenFolders`
-        Identity identity;
+        FileIdentity identity;
         std::size_t pathBytes = 0;  // of `path_`, without a slash at its end
         std::vector<Subfolder> toEnter;
         std::int64_t position = 0;  // of the folder's descriptor
@@ -53,17 +47,15 @@ class FolderWalk {
 
     void advance(std::vector<IndexedFile>& files);
     void examine(const DirectoryReader::Entry& entry, std::vector<IndexedFile>& files);
-    [[nodiscard]] bool isSkipped(const std::string& path) const;
     void readOn(Frame& frame);
     void enterNext();
-    static Identity identityOf(const struct statx& attributes);
-    void push(Descriptor folder, Identity identity);
-    [[nodiscard]] bool isAmongAncestors(const Identity& identity) const;
+    void push(Descriptor folder, FileIdentity identity);
+    [[nodiscard]] bool isAmongAncestors(const FileIdentity& identity) const;
     void leave();
 
     std::string path_;  // text of the folder on top
     MountTable mounts_;
-    std::vector<std::string> skipPrefixes_;
+    const SkipRule skipRule_;
     std::vector<Frame> frames_;
     DirectoryReader reader_;
 };

@@ -1,5 +1,7 @@
 #include "platform/linux/posix/BoundedFile.h"
 
+#include "platform/linux/posix/Descriptor.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -8,28 +10,10 @@
 #include <utility>
 
 namespace velmora {
-namespace {
-
-class Descriptor {
-  public:
-    explicit Descriptor(int value) : value_(value) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() {
-        if (value_ >= 0) close(value_);
-    }
-    [[nodiscard]] int get() const { return value_; }
-
-  private:
-    int value_;
-};
-
-}  // namespace
-
 std::optional<std::string> readBoundedFile(const std::string& path, std::size_t limitBytes) {
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     struct stat status {};
-    if (file.get() < 0 || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+    if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
     if (std::cmp_greater(status.st_size, limitBytes)) return std::nullopt;
     // One byte more than it has: a file that grows while it is read is a file half-written.
     std::string contents(static_cast<std::size_t>(status.st_size) + 1, '\0');

@@ -1,7 +1,6 @@
 #include "platform/linux/posix/DirectoryReader.h"
 
 #include <dirent.h>
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -10,13 +9,6 @@ namespace velmora {
 namespace {
 
 constexpr std::size_t bufferBytes = std::size_t{64} * 1024;
-
-std::optional<struct statx> attributes(int folder, const char* name, int flags) {
-    constexpr unsigned wanted = STATX_TYPE | STATX_INO | STATX_SIZE | STATX_MTIME | STATX_CTIME;
-    struct statx result;
-    if (statx(folder, name, flags, wanted, &result) != 0) return std::nullopt;
-    return result;
-}
 
 }  // namespace
 
@@ -42,14 +34,6 @@ std::optional<DirectoryReader::Entry> DirectoryReader::next() {
         return Entry{name, terminated, head.d_type == DT_DIR || head.d_type == DT_UNKNOWN, head.d_off};
     }
     return std::nullopt;
-}
-
-std::optional<struct statx> entryAttributes(int folder, const char* name) {
-    return attributes(folder, name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC);
-}
-
-std::optional<struct statx> folderAttributes(int folder) {
-    return attributes(folder, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC);
 }
 
 }  // namespace velmora

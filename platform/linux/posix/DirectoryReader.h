@@ -1,7 +1,5 @@
 #pragma once
 
-#include <sys/stat.h>
-
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -38,16 +36,5 @@ class DirectoryReader {
     std::size_t position_ = 0;
     std::size_t end_ = 0;
 };
-
-/// Type, size and times of an entry itself (of a link, not of what it leads to), as far as they are known without
-/// asking a server or mounting anything. Nothing when it is gone or not accessible.
-std::optional<struct statx> entryAttributes(int folder, const char* name);
-
-/// The same of the open folder itself.
-std::optional<struct statx> folderAttributes(int folder);
-
-inline double seconds(const struct statx_timestamp& time) {
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
-}
 
 }  // namespace velmora

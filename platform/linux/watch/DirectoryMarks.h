@@ -32,7 +32,7 @@ struct DirectoryEvents {
     bool hasOverflowed = false;  ///< the system has dropped events
 };
 
-/// A way of the system to report changes in single folders.
+/// One of the interfaces with which the system reports changes in single folders.
 ///
 /// Runs on: one thread. Owns: its descriptor and, through it, the marks.
 class DirectoryMarks {

@@ -24,9 +24,14 @@ constexpr std::size_t maximumPathsPerReport = 4'000;
 constexpr std::size_t rowsPerAnswer = 2'000;
 constexpr std::size_t foldersBetweenFetches = 64;
 
-std::int64_t microsecondsNow() {
-    return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::system_clock::now().time_since_epoch())
-        .count();
+/// An event's identifier is its time in microseconds since 1970.
+std::uint64_t identifierOf(FileTime time) {
+    return static_cast<std::uint64_t>(time.time_since_epoch().count());
+}
+
+std::optional<FileTime> timeOf(std::uint64_t identifier) {
+    if (identifier == 0) return std::nullopt;
+    return FileTime(FileTime::duration(static_cast<std::int64_t>(identifier)));
 }
 
 int millisecondsUntil(SteadyTime time) {
@@ -48,7 +53,7 @@ class FSEventsWatcher::Session final : public WatchHost, public std::enable_shar
           handler_(std::move(handler)),
           wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
           watch_(*this, roots, owner.options_.tree),
-          since_(static_cast<std::int64_t>(sinceID)) {
+          since_(timeOf(sinceID)) {
         if (!wake_) throw AppError::recoverable("File system monitoring could not start.");
     }
 
@@ -57,13 +62,13 @@ class FSEventsWatcher::Session final : public WatchHost, public std::enable_shar
     }
 
     void stop() {
-        constexpr std::chrono::seconds patience{2};
+        constexpr std::chrono::seconds timeout{2};
         stopped_ = true;
         eventfd_write(wake_.get(), 1);
         handler_ = nullptr;
         std::unique_lock lock(mutex_);
         changed_.notify_all();
-        const bool hasEnded = changed_.wait_for(lock, patience, [&] { return hasEnded_; });
+        const bool hasEnded = changed_.wait_for(lock, timeout, [&] { return hasEnded_; });
         lock.unlock();
         hasEnded ? thread_.join() : thread_.detach();
     }
@@ -104,8 +109,8 @@ class FSEventsWatcher::Session final : public WatchHost, public std::enable_shar
     void loop();
     bool wait(SteadyTime until, bool& mountsChanged);
     bool waitForStop(std::chrono::milliseconds time);
-    void deliverPaths(std::int64_t until);
-    void deliver(std::vector<std::string> paths, std::int64_t until);
+    void deliverPaths(FileTime until);
+    void deliver(std::vector<std::string> paths, FileTime until);
     void deliverAll();
 
     const MainExecutor main_;
@@ -124,9 +129,9 @@ class FSEventsWatcher::Session final : public WatchHost, public std::enable_shar
 
     // The thread's own.
     TreeWatch watch_;
-    std::int64_t since_;
-    std::int64_t reportedUntil_ = 0;  // everything up to this time has been delivered
-    std::int64_t handledUntil_ = 0;   // everything up to this time is delivered or in `paths_`
+    const std::optional<FileTime> since_;
+    FileTime reportedUntil_;  // everything up to this time has been delivered
+    FileTime handledUntil_;   // everything up to this time is delivered or in `paths_`
     std::unordered_set<std::string> paths_;
     SteadyTime deadline_ = SteadyTime::max();
     std::size_t foldersSeen_ = 0;
@@ -140,9 +145,9 @@ void FSEventsWatcher::Session::run() {
 }
 
 void FSEventsWatcher::Session::loop() {
-    const std::int64_t begun = microsecondsNow();
-    reportedUntil_ = since_ == 0 ? begun : since_;
-    watch_.begin(since_ == 0 ? std::nullopt : std::optional(since_));
+    const FileTime begun = fileTimeNow();
+    reportedUntil_ = since_.value_or(begun);
+    watch_.begin(since_);
     handledUntil_ = begun;
     deliverAll();
     isComplete_ = !stopped_;
@@ -154,7 +159,7 @@ void FSEventsWatcher::Session::loop() {
         const bool hasEvents = wait(until, mountsChanged) || watch_.hasFetchedEvents();
         if (mountsChanged) watch_.mountsChanged();
         if (hasEvents && !waitForStop(options_.gathering)) {
-            const std::int64_t now = microsecondsNow();
+            const FileTime now = fileTimeNow();
             watch_.fetchEvents();
             watch_.handleEvents(reportedUntil_);
             handledUntil_ = now;
@@ -185,7 +190,7 @@ void FSEventsWatcher::Session::deliverAll() {
     deliverPaths(reportedUntil_);
 }
 
-void FSEventsWatcher::Session::deliverPaths(std::int64_t until) {
+void FSEventsWatcher::Session::deliverPaths(FileTime until) {
     deadline_ = SteadyTime::max();
     if (paths_.empty()) return;
     std::vector<std::string> paths(paths_.begin(), paths_.end());
@@ -193,9 +198,9 @@ void FSEventsWatcher::Session::deliverPaths(std::int64_t until) {
     deliver(std::move(paths), until);
 }
 
-void FSEventsWatcher::Session::deliver(std::vector<std::string> paths, std::int64_t until) {
+void FSEventsWatcher::Session::deliver(std::vector<std::string> paths, FileTime until) {
     if (stopped_) return;
-    const auto identifier = static_cast<std::uint64_t>(std::min(until, watch_.sweptUntil().value_or(until)));
+    const std::uint64_t identifier = identifierOf(std::min(until, watch_.sweptUntil().value_or(until)));
     spawn(main_, [self = shared_from_this(), paths = std::move(paths), identifier]() -> Task<> {
         const Handler handler = self->handler_;  // which may stop the watcher
         if (!self->stopped_ && handler) handler(paths, identifier);
@@ -248,8 +253,8 @@ void FSEventsWatcher::stop() {
 
 std::uint64_t FSEventsWatcher::currentEventID() const {
     // The file system's clock ticks more slowly than ours: a change that is still to come may carry an earlier time.
-    constexpr std::int64_t tick = 20'000;
-    return static_cast<std::uint64_t>(microsecondsNow() - tick);
+    constexpr std::chrono::milliseconds tick{20};
+    return identifierOf(fileTimeNow() - tick);
 }
 
 std::size_t FSEventsWatcher::sweptFolders() const {

@@ -4,7 +4,6 @@
 
 #include <fcntl.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cmath>
 
@@ -12,16 +11,7 @@ namespace velmora {
 namespace {
 
 // Times of files come from a clock that lags a little, and other file systems keep theirs in whole seconds or two.
-constexpr std::int64_t timeSlack = 2'000'000;
-
-std::int64_t microseconds(const struct statx_timestamp& time) {
-    return time.tv_sec * 1'000'000 + time.tv_nsec / 1'000;
-}
-
-std::int64_t microsecondsNow() {
-    return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::system_clock::now().time_since_epoch())
-        .count();
-}
+constexpr std::chrono::seconds timeSlack{2};
 
 bool everything(const IndexedFile& /*file*/) {
     return true;
@@ -36,26 +26,22 @@ std::string_view parentOf(std::string_view relative) {
     return slash == std::string_view::npos ? std::string_view() : relative.substr(0, slash);
 }
 
-/// The index knows times to the second only, of what came by an event.
-bool sameTime(double indexed, const struct statx_timestamp& time) {
-    return std::floor(indexed) == static_cast<double>(time.tv_sec);
-}
-
-/// Of links the index may have either the link itself or what it leads to.
-bool differs(const IndexedFile& known, const struct statx& now) {
-    if (S_ISLNK(now.stx_mode)) return false;
-    const bool isFolder = S_ISDIR(now.stx_mode);
-    if (known.isDirectory != isFolder || !sameTime(known.modified, now.stx_mtime)) return true;
-    return !isFolder && known.size != static_cast<std::int64_t>(now.stx_size);
+/// Whether the index has what is there. Of links it may have the link or what it leads to, of times whole seconds only,
+/// and sizes of folders mean nothing.
+bool isUpToDate(const IndexedFile& known, const Examined& now) {
+    if (now.isLink) return true;
+    const double wholeSeconds = secondsSince1970(std::chrono::floor<std::chrono::seconds>(now.modified));
+    return known.isDirectory == now.isFolder && std::floor(known.modified) == wholeSeconds &&
+           (now.isFolder || known.size == now.sizeBytes);
 }
 
 }  // namespace
 
-bool FolderVisitor::visit(WatchedRoot& root, Visit first, std::int64_t since) {
+VisitResult FolderVisitor::visit(WatchedRoot& root, Visit first, std::optional<FileTime> since) {
     begin(root, {}, since, false);
     pending_.clear();
     openRoot();
-    const bool entered = visitFolder(std::move(first));
+    result_.isEntered = visitFolder(std::move(first));
     while (!pending_.empty() && !host_.isStopped()) {
         host_.betweenFolders();
         Visit next = std::move(pending_.back());
@@ -63,23 +49,24 @@ bool FolderVisitor::visit(WatchedRoot& root, Visit first, std::int64_t since) {
         visitFolder(std::move(next));
     }
     rootFolder_.reset();
-    return entered;
+    return std::exchange(result_, {});
 }
 
-void FolderVisitor::beginSweep(WatchedRoot& root, Visit first, std::int64_t since) {
+void FolderVisitor::beginSweep(WatchedRoot& root, Visit first, FileTime since) {
     begin(root, std::move(first), since, true);
 }
 
-void FolderVisitor::begin(WatchedRoot& root, Visit first, std::int64_t since, bool unmarkedOnly) {
+void FolderVisitor::begin(WatchedRoot& root, Visit first, std::optional<FileTime> since, bool unmarkedOnly) {
     root_ = &root;
     since_ = since;
-    future_ = microsecondsNow();
+    begun_ = fileTimeNow();
     unmarkedOnly_ = unmarkedOnly;
+    result_ = {};
     pending_.clear();
     pending_.push_back(std::move(first));
 }
 
-bool FolderVisitor::step(std::size_t count) {
+VisitResult FolderVisitor::step(std::size_t count) {
     // Kept open for no longer than the step, so that a disk can be unmounted.
     if (!pending_.empty() && !openRoot()) pending_.clear();
     for (; count > 0 && !pending_.empty() && !host_.isStopped(); --count) {
@@ -88,7 +75,7 @@ bool FolderVisitor::step(std::size_t count) {
         visitFolder(std::move(next));
     }
     rootFolder_.reset();
-    return !pending_.empty();
+    return std::exchange(result_, {});
 }
 
 bool FolderVisitor::openRoot() {
@@ -149,7 +136,7 @@ FolderVisitor::Place FolderVisitor::mark(const Visit& visit, int folder, Watched
         index = here;  // marked before the limit was reached
         if (here != WatchedFolders::none) return Place::known;
         if (parent != WatchedFolders::none) folders_.setPartial(parent, true);
-        ++unmarked;
+        ++result_.unmarked;
         return Place::unmarked;
     }
     index = folders_.find(*key);
@@ -175,11 +162,11 @@ void FolderVisitor::forget(WatchedFolders::Index folder, bool mayLive) {
 
 void FolderVisitor::read(Visit& visit, int folder, WatchedFolders::Index index) {
     // Looked at after the folder was marked: what changes from here on is an event.
-    const auto self = folderAttributes(folder);
-    if (self && isNew(self->stx_ctime)) {
+    const auto self = examineOpen(folder);
+    if (self && isNew(self->changed)) {
         visit.compares = true;
         // A folder that was renamed or moved here has a new change time, but nothing in it changed with it.
-        if (microseconds(self->stx_ctime) != microseconds(self->stx_mtime)) visit.comparesBelow = true;
+        if (self->changed != self->modified) visit.comparesBelow = true;
     }
     auto indexed = visit.compares || visit.comparesBelow ? indexedIn(visit.relative) : std::nullopt;
     if (!indexed && visit.comparesBelow) visit.reportsAll = true;
@@ -194,7 +181,7 @@ void FolderVisitor::read(Visit& visit, int folder, WatchedFolders::Index index) 
 /// What the index has and the disk has not; of folders also what the index has below them.
 void FolderVisitor::reportStale(const Indexed& indexed) {
     for (const auto& [name, file] : indexed) {
-        foundDifference = true;
+        result_.foundDifference = true;
         host_.report(file.path);
         if (file.isDirectory) reportBelow(file.path, everything);
     }
@@ -207,8 +194,8 @@ void FolderVisitor::reportBelow(const std::string& folder, Include include) {
         const auto rows = host_.indexedBelow(folder, after);
         if (!rows || rows->empty()) return;
         for (const IndexedFile& file : *rows) {
-            if (isSkipped(file.path) || !include(file)) continue;
-            foundDifference = true;
+            if (skipRule_.skips(file.path) || !include(file)) continue;
+            result_.foundDifference = true;
             host_.report(file.path);
         }
         after = rows->back().path;
@@ -216,14 +203,16 @@ void FolderVisitor::reportBelow(const std::string& folder, Include include) {
     }
 }
 
-void FolderVisitor::reportMissing(WatchedRoot& root, const std::string& relative) {
+bool FolderVisitor::reportMissing(WatchedRoot& root, const std::string& relative) {
     root_ = &root;
+    result_ = {};
     openRoot();
     reportBelow(fileNameText(pathOf(relative)), [this](const IndexedFile& file) {
         const std::string bytes = fileNameBytes(file.path).substr(root_->path.size() + 1);
         return !rootFolder_ || !openBelow(rootFolder_.get(), bytes, O_PATH | O_NOFOLLOW);
     });
     rootFolder_.reset();
+    return std::exchange(result_, {}).foundDifference;
 }
 
 void FolderVisitor::examine(const Visit& visit, int folder, const DirectoryReader::Entry& entry,
@@ -231,23 +220,24 @@ void FolderVisitor::examine(const Visit& visit, int folder, const DirectoryReade
     Visit child;
     child.relative = visit.relative.empty() ? std::string(entry.name) : visit.relative + '/' + std::string(entry.name);
     std::string path = fileNameText(pathOf(child.relative));
-    if (path.size() > maximumPathBytes || isSkipped(path)) return;
-    const bool looks = visit.reportsAll || indexed || since_ != never;
+    if (skipRule_.skips(path)) return;
+    const bool looks = visit.reportsAll || indexed || since_;
     if (!looks && !entry.mayBeFolder) return;
     const auto known = indexed ? indexed->extract(fileNameText(entry.name)) : Indexed::node_type();
     const bool isBlockedMount = entry.mayBeFolder && isBlocked(pathOf(child.relative));
-    const auto now = isBlockedMount ? std::nullopt : entryAttributes(folder, entry.terminatedName);
+    const auto now = isBlockedMount ? std::nullopt : examineEntry(folder, entry.terminatedName);
     if (!now && !isBlockedMount) {
         if (known) host_.report(std::move(path));
         return;
     }
-    const bool isFolder = isBlockedMount || S_ISDIR(now->stx_mode);
-    const bool isOdd = indexed && (!known || (now && differs(known.mapped(), *now)));
+    const bool isFolder = isBlockedMount || now->isFolder;
+    const bool isOdd = indexed && (!known || (now && !isUpToDate(known.mapped(), *now)));
+    const bool isLink = now ? now->isLink : false;
     const bool wasFolder = known && known.mapped().isDirectory;
-    const bool isFreshChange = now && isNew(now->stx_ctime) && !(unmarkedOnly_ && index != WatchedFolders::none);
+    const bool isFreshChange = now && isNew(now->changed) && !(unmarkedOnly_ && index != WatchedFolders::none);
     if (visit.reportsAll || isOdd || isFreshChange) host_.report(std::move(path));
     // A link that leads nowhere never gets into the index by a report.
-    if (isOdd && !visit.reportsAll && !(now && S_ISLNK(now->stx_mode))) foundDifference = true;
+    if (isOdd && !visit.reportsAll && !isLink) result_.foundDifference = true;
     if (!isFolder && !wasFolder) return;
     if (unmarkedOnly_ && index != WatchedFolders::none && folders_.child(index, entry.name) != WatchedFolders::none)
         return;
@@ -262,7 +252,7 @@ std::optional<FolderVisitor::Indexed> FolderVisitor::indexedIn(const std::string
     if (!children) return std::nullopt;
     Indexed indexed;
     for (IndexedFile& file : *children) {
-        if (isSkipped(file.path)) continue;
+        if (skipRule_.skips(file.path)) continue;
         std::string name = file.name;
         indexed.emplace(std::move(name), std::move(file));
     }
@@ -270,10 +260,8 @@ std::optional<FolderVisitor::Indexed> FolderVisitor::indexedIn(const std::string
 }
 
 /// A time in the future was made by a clock that has since been set back: it may be new.
-bool FolderVisitor::isNew(const struct statx_timestamp& time) const {
-    if (since_ == never) return false;
-    const std::int64_t changed = microseconds(time);
-    return changed >= since_ - timeSlack || changed > future_ + timeSlack;
+bool FolderVisitor::isNew(FileTime time) const {
+    return since_ && (time >= *since_ - timeSlack || time > begun_ + timeSlack);
 }
 
 bool FolderVisitor::isBlocked(const std::string& path) const {
@@ -283,11 +271,6 @@ bool FolderVisitor::isBlocked(const std::string& path) const {
 std::string FolderVisitor::pathOf(const std::string& relative) const {
     if (!relative.empty()) return root_->path + '/' + relative;
     return root_->path.empty() ? "/" : root_->path;
-}
-
-bool FolderVisitor::isSkipped(const std::string& pathText) const {
-    return std::any_of(skipPrefixes_.begin(), skipPrefixes_.end(),
-                       [&](const std::string& prefix) { return pathText.starts_with(prefix); });
 }
 
 }  // namespace velmora

@@ -1,13 +1,14 @@
 #pragma once
 
+#include "core/files/SkipRule.h"
 #include "platform/linux/posix/Descriptor.h"
 #include "platform/linux/posix/DirectoryReader.h"
+#include "platform/linux/posix/Examine.h"
 #include "platform/linux/posix/MountTable.h"
 #include "platform/linux/watch/MarkSet.h"
 #include "platform/linux/watch/WatchHost.h"
 #include "platform/linux/watch/WatchedFolders.h"
 
-#include <limits>
 #include <map>
 #include <optional>
 #include <string>
@@ -22,15 +23,19 @@ struct WatchedRoot {
     std::optional<MountTable> mounts;  ///< read when first needed; to be reset when mounts have changed
 };
 
+/// What a visit has found.
+struct VisitResult {
+    bool isEntered = false;        ///< the folder that it began with could be
+    std::size_t unmarked = 0;      ///< folders visited that could not be marked
+    bool foundDifference = false;  ///< a comparison has found something that the index did not know
+};
+
 /// Goes through a tree, marks every folder before reading it, and reports what may have changed: so nothing can happen
 /// between the look and the watch.
 ///
 /// Runs on: the thread of its host.
 class FolderVisitor {
   public:
-    static constexpr std::size_t maximumPathBytes = std::size_t{16} * 1024;
-    static constexpr std::int64_t never = std::numeric_limits<std::int64_t>::max();
-
     /// Where to begin and what to report.
     struct Visit {
         std::string relative;        ///< bytes, below the root; empty for the root itself
@@ -40,21 +45,23 @@ class FolderVisitor {
         bool onlyIfNew = false;      ///< nothing is to be done if it is already marked under this name
     };
 
-    FolderVisitor(WatchHost& host, MarkSet& marks, WatchedFolders& folders, std::vector<std::string> skipPrefixes)
-        : host_(host), marks_(marks), folders_(folders), skipPrefixes_(std::move(skipPrefixes)) {}
+    FolderVisitor(WatchHost& host, MarkSet& marks, WatchedFolders& folders, SkipRule skipRule)
+        : host_(host), marks_(marks), folders_(folders), skipRule_(std::move(skipRule)) {}
 
-    /// Visits a folder and everything below it. Also reports entries that have changed since the time `since`
-    /// (microseconds since 1970). False when the folder the visit begins with could not be entered.
-    bool visit(WatchedRoot& root, Visit first, std::int64_t since);
+    /// Visits a folder and everything below it. Also reports entries that have changed since the time `since`, if any.
+    VisitResult visit(WatchedRoot& root, Visit first, std::optional<FileTime> since = std::nullopt);
 
     /// Whether there is a folder at a path below the root that a visit would enter.
     bool canEnter(WatchedRoot& root, const std::string& relative);
 
-    /// The same in small steps, and staying out of folders that are marked below the first.
-    void beginSweep(WatchedRoot& root, Visit first, std::int64_t since);
+    /// Begins a visit in small steps, which stays out of folders that are marked below the first.
+    void beginSweep(WatchedRoot& root, Visit first, FileTime since);
 
-    /// Visits up to `folders` more of what was begun. False once there are none left.
-    bool step(std::size_t count);
+    /// Visits up to `count` more folders of what was begun; what it has found in them.
+    VisitResult step(std::size_t count);
+
+    /// Whether there is more for `step` to visit.
+    [[nodiscard]] bool hasMore() const { return !pending_.empty(); }
 
     /// Forgets a marked folder and all below it, which is no longer where it was. `mayLive` as in `MarkSet::release`.
     void forget(WatchedFolders::Index folder, bool mayLive);
@@ -63,22 +70,15 @@ class FolderVisitor {
     [[nodiscard]] static WatchedFolders::Index marked(const WatchedFolders& folders, const WatchedRoot& root,
                                                       std::string_view relative);
 
-    [[nodiscard]] bool isSkipped(const std::string& pathText) const;
-
-    /// Folders visited that could not be marked, since this was last set to 0.
-    std::size_t unmarked = 0;
-
     /// Reports what the index has anywhere below a folder and the disk has not, whatever the index has above it.
-    void reportMissing(WatchedRoot& root, const std::string& relative);
-
-    /// Whether a comparison since this was last set has found anything that the index did not know.
-    bool foundDifference = false;
+    /// Whether there is any.
+    bool reportMissing(WatchedRoot& root, const std::string& relative);
 
   private:
     using Indexed = std::map<std::string, IndexedFile, std::less<>>;
     enum class Place { known, fresh, unmarked, elsewhere };
 
-    void begin(WatchedRoot& root, Visit first, std::int64_t since, bool unmarkedOnly);
+    void begin(WatchedRoot& root, Visit first, std::optional<FileTime> since, bool unmarkedOnly);
     bool openRoot();
     Descriptor openFolder(const std::string& relative);
     bool visitFolder(Visit visit);
@@ -90,22 +90,23 @@ class FolderVisitor {
     template <class Include>
     void reportBelow(const std::string& folder, Include include);
     [[nodiscard]] std::optional<Indexed> indexedIn(const std::string& relative);
-    [[nodiscard]] bool isNew(const struct statx_timestamp& time) const;
+    [[nodiscard]] bool isNew(FileTime time) const;
     [[nodiscard]] bool isBlocked(const std::string& path) const;
     [[nodiscard]] std::string pathOf(const std::string& relative) const;
 
     WatchHost& host_;
     MarkSet& marks_;
     WatchedFolders& folders_;
-    const std::vector<std::string> skipPrefixes_;
+    const SkipRule skipRule_;
     DirectoryReader reader_;
 
     // Of the visit that is under way.
     WatchedRoot* root_ = nullptr;
     Descriptor rootFolder_;
-    std::int64_t since_ = never;
-    std::int64_t future_ = never;
+    std::optional<FileTime> since_;
+    FileTime begun_;
     bool unmarkedOnly_ = false;
+    VisitResult result_;
     std::vector<Visit> pending_;
 };
 

@@ -7,32 +7,33 @@
 namespace velmora {
 
 MarkSet::MarkSet(MarkPolicy policy) : policy_(policy) {
-    renew();
-    if (ways_.empty()) throw AppError::recoverable("File system monitoring could not start.");
+    reset();
+    if (backends_.empty()) throw AppError::recoverable("File system monitoring could not start.");
 }
 
-void MarkSet::renew() {
-    ways_.clear();
-    strays_.clear();
+void MarkSet::reset() {
+    backends_.clear();
+    orphans_.clear();
     const auto use = [&](std::unique_ptr<DirectoryMarks> marks) {
         if (!marks) return;
         const std::size_t limit = std::min(marks->limit(), policy_.maximumMarks);
-        ways_.push_back({std::move(marks), limit, 0});
+        backends_.push_back({std::move(marks), limit, 0});
     };
     if (policy_.fanotify) use(makeFanotifyMarks());
     if (policy_.inotify) use(makeInotifyMarks());
 }
 
-MarkSet::Way* MarkSet::wayOf(MarkKey mark) {
-    const auto way = std::find_if(ways_.begin(), ways_.end(), [&](const Way& each) { return each.marks->owns(mark); });
-    return way == ways_.end() ? nullptr : &*way;
+MarkSet::Backend* MarkSet::backendOf(MarkKey mark) {
+    const auto backend =
+        std::find_if(backends_.begin(), backends_.end(), [&](const Backend& each) { return each.marks->owns(mark); });
+    return backend == backends_.end() ? nullptr : &*backend;
 }
 
 std::optional<MarkKey> MarkSet::add(int folder, bool isRoot) {
-    for (Way& way : ways_) {
+    for (Backend& backend : backends_) {
         // A limit that is reached is not got around by using up the next one as well.
-        if (way.inUse >= way.limit) return std::nullopt;
-        const auto outcome = way.marks->add(folder, isRoot);
+        if (backend.inUse >= backend.limit) return std::nullopt;
+        const auto outcome = backend.marks->add(folder, isRoot);
         if (const MarkKey* mark = std::get_if<MarkKey>(&outcome)) return *mark;
         if (std::get<DirectoryMarks::Failure>(outcome) == DirectoryMarks::Failure::exhausted) return std::nullopt;
     }
@@ -40,39 +41,39 @@ std::optional<MarkKey> MarkSet::add(int folder, bool isRoot) {
 }
 
 void MarkSet::keep(MarkKey mark) {
-    Way* way = wayOf(mark);
-    if (way && strays_.erase(mark) == 0) ++way->inUse;
+    Backend* backend = backendOf(mark);
+    if (backend && orphans_.erase(mark) == 0) ++backend->inUse;
 }
 
 void MarkSet::release(MarkKey mark, bool mayLive) {
-    Way* way = wayOf(mark);
-    if (!way) return;
-    if (way->marks->remove(mark) || !mayLive) {
-        --way->inUse;
+    Backend* backend = backendOf(mark);
+    if (!backend) return;
+    if (backend->marks->remove(mark) || !mayLive) {
+        --backend->inUse;
     } else {
-        strays_.insert(mark);
+        orphans_.insert(mark);
     }
 }
 
 void MarkSet::read(DirectoryEvents& events) {
-    for (Way& way : ways_)
-        way.marks->read(events);
+    for (Backend& backend : backends_)
+        backend.marks->read(events);
 }
 
 std::vector<int> MarkSet::descriptors() const {
     std::vector<int> descriptors;
-    descriptors.reserve(ways_.size());
-    for (const Way& way : ways_)
-        descriptors.push_back(way.marks->descriptor());
+    descriptors.reserve(backends_.size());
+    for (const Backend& backend : backends_)
+        descriptors.push_back(backend.marks->descriptor());
     return descriptors;
 }
 
-bool MarkSet::needsRenewal() const {
+bool MarkSet::needsReset() const {
     constexpr std::size_t tolerated = 1'000;
     std::size_t inUse = 0;
-    for (const Way& way : ways_)
-        inUse += way.inUse;
-    return strays_.size() > std::max(tolerated, inUse / 4);
+    for (const Backend& backend : backends_)
+        inUse += backend.inUse;
+    return orphans_.size() > std::max(tolerated, inUse / 4);
 }
 
 }  // namespace velmora

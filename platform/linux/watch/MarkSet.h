@@ -9,16 +9,16 @@
 
 namespace velmora {
 
-/// Which ways of marking may be used, and how many marks of each at most.
+/// Which backends may be used, and how many marks of each at most.
 struct MarkPolicy {
     bool fanotify = true;
     bool inotify = true;
     std::size_t maximumMarks = SIZE_MAX;  ///< besides the half of the system's limit
 };
 
-/// The ways of marking folders that this system has, the better one first, within their limits.
+/// The system's backends for marking folders, the better one first, within their limits.
 ///
-/// Runs on: one thread. Fails with: `AppError.recoverable` when there is no way at all.
+/// Runs on: one thread. Fails with: `AppError.recoverable` when there is no backend at all.
 class MarkSet {
   public:
     explicit MarkSet(MarkPolicy policy);
@@ -37,26 +37,26 @@ class MarkSet {
     [[nodiscard]] std::vector<int> descriptors() const;
 
     /// Whether so many marks have stayed on folders that moved away that it is time to start anew.
-    [[nodiscard]] bool needsRenewal() const;
+    [[nodiscard]] bool needsReset() const;
 
-    /// Drops every mark and every event that waits.
-    void renew();
+    /// Drops every mark and every waiting event.
+    void reset();
 
   private:
-    struct Way {
+    struct Backend {
         std::unique_ptr<DirectoryMarks> marks;
         std::size_t limit = 0;
-        std::size_t inUse = 0;  // kept marks and strays
+        std::size_t inUse = 0;  // kept marks and orphans
     };
     struct KeyHash {
         std::size_t operator()(const MarkKey& key) const { return key.low ^ (key.high << 1); }
     };
 
-    Way* wayOf(MarkKey mark);
+    Backend* backendOf(MarkKey mark);
 
     MarkPolicy policy_;
-    std::vector<Way> ways_;
-    std::unordered_set<MarkKey, KeyHash> strays_;
+    std::vector<Backend> backends_;
+    std::unordered_set<MarkKey, KeyHash> orphans_;  // that stayed on folders which have moved away
 };
 
 }  // namespace velmora

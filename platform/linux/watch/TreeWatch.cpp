@@ -18,11 +18,6 @@ constexpr int maximumRechecksOfOne = 4;
 constexpr std::size_t foldersPerSweepStep = 32;
 constexpr std::chrono::milliseconds betweenSweepSteps{20};
 
-std::int64_t microsecondsNow() {
-    return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::system_clock::now().time_since_epoch())
-        .count();
-}
-
 std::string joined(const std::string& folder, const std::string& name) {
     return folder.empty() ? name : folder + '/' + name;
 }
@@ -53,22 +48,21 @@ TreeWatch::TreeWatch(WatchHost& host, const std::vector<std::string>& roots, Tre
       mountList_(open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC)),
       nextSweep_(std::chrono::steady_clock::now() + options_.sweepInterval) {}
 
-void TreeWatch::begin(std::optional<std::int64_t> since) {
-    const std::int64_t now = microsecondsNow();
+void TreeWatch::begin(std::optional<FileTime> since) {
+    const FileTime now = fileTimeNow();
     // An identifier that is still to come was made before the clock was set back: no time can be trusted.
     const bool isFromFuture = since && *since > now;
-    visitEverything(since && !isFromFuture ? *since : FolderVisitor::never, isFromFuture);
+    visitEverything(isFromFuture ? std::nullopt : since, isFromFuture);
     sweptUntil_ = now;
 }
 
-void TreeWatch::visitEverything(std::int64_t since, bool compares) {
-    visitor_.unmarked = 0;
+void TreeWatch::visitEverything(std::optional<FileTime> since, bool compares) {
+    unmarked_ = 0;
     for (WatchedRoot& root : roots_) {
         Visit all;
         all.compares = all.comparesBelow = compares;
-        visitor_.visit(root, std::move(all), since);
+        unmarked_ += visitor_.visit(root, std::move(all), since).unmarked;
     }
-    unmarked_ = visitor_.unmarked;
 }
 
 void TreeWatch::fetchEvents() {
@@ -78,29 +72,29 @@ void TreeWatch::fetchEvents() {
     waiting_.hasOverflowed = true;
 }
 
-void TreeWatch::handleEvents(std::int64_t since) {
+void TreeWatch::handleEvents(FileTime since) {
     const DirectoryEvents now = std::exchange(waiting_, {});
-    const std::vector<Place> doomed = std::exchange(doomed_, {});
+    const std::vector<Place> deleted = std::exchange(deletedFolders_, {});
     for (const DirectoryEvent& event : now.events) {
         if (host_.isStopped()) return;
         handle(event);
     }
-    forgetDoomed(doomed);
+    forgetDeleted(deleted);
     if (now.hasOverflowed) visitEverything(since, false);
-    if (marks_.needsRenewal()) {
+    if (marks_.needsReset()) {
         for (WatchedRoot& root : roots_) {
             if (root.folder != WatchedFolders::none)
                 visitor_.forget(std::exchange(root.folder, WatchedFolders::none), true);
         }
-        marks_.renew();
+        marks_.reset();
         visitEverything(since, false);
     }
     if (std::exchange(rootsAreSuspect_, false)) checkRoots();
 }
 
 /// By now everything that happened in them while they were there has been handled.
-void TreeWatch::forgetDoomed(const std::vector<Place>& doomed) {
-    for (const Place& place : doomed) {
+void TreeWatch::forgetDeleted(const std::vector<Place>& deleted) {
+    for (const Place& place : deleted) {
         const WatchedFolders::Index folder = FolderVisitor::marked(folders_, roots_[place.root], place.relative);
         if (folder == WatchedFolders::none || visitor_.canEnter(roots_[place.root], place.relative)) continue;
         visitor_.forget(folder, false);
@@ -117,7 +111,7 @@ void TreeWatch::handle(const DirectoryEvent& event) {
     const std::size_t root = rootOf(folder);
     const std::string relative = folders_.relativePath(folder);
     std::string path = fileNameText(roots_[root].path + '/' + joined(relative, event.name));
-    if (path.size() > FolderVisitor::maximumPathBytes || visitor_.isSkipped(path)) return;
+    if (options_.skipPrefixes.skips(path)) return;
     host_.report(std::move(path));
     if (event.isListing && !relative.empty()) host_.report(fileNameText(roots_[root].path + '/' + relative));
     if (event.isFolder) lookAtFolder(root, folder, event.name, event);
@@ -134,18 +128,15 @@ void TreeWatch::lookAtFolder(std::size_t root, WatchedFolders::Index parent, con
     const Place place{root, visit.relative};
     // Of a deleted folder everything was deleted one by one, which need not be looked up.
     const bool isDeleted = event.isListing && !event.hasAppeared && !event.hasMovedAway;
-    if (isDeleted && !visitor_.canEnter(roots_[root], place.relative)) return doomed_.push_back(place);
-    visitor_.foundDifference = false;
-    const std::size_t unmarkedBefore = std::exchange(visitor_.unmarked, 0);
-    const bool isEntered = visitor_.visit(roots_[root], std::move(visit), FolderVisitor::never);
-    unmarked_ += visitor_.unmarked;
-    visitor_.unmarked = unmarkedBefore;
-    if (!isEntered && folders_.isUsed(parent)) {
+    if (isDeleted && !visitor_.canEnter(roots_[root], place.relative)) return deletedFolders_.push_back(place);
+    const VisitResult found = visitor_.visit(roots_[root], std::move(visit));
+    unmarked_ += found.unmarked;
+    if (!found.isEntered && folders_.isUsed(parent)) {
         const WatchedFolders::Index gone = folders_.child(parent, name);
         if (gone != WatchedFolders::none) visitor_.forget(gone, event.hasMovedAway);
     }
     // Paths below it may be on their way into the index right now, from before it moved.
-    if (event.hasMovedAway || visitor_.foundDifference) recheckLater(place);
+    if (event.hasMovedAway || found.foundDifference) recheckLater(place);
 }
 
 void TreeWatch::recheckLater(Place place, int times) {
@@ -160,21 +151,19 @@ void TreeWatch::recheck(const Place& place, int times) {
     Visit visit;
     visit.relative = place.relative;
     visit.compares = visit.comparesBelow = true;
-    const std::size_t unmarkedBefore = visitor_.unmarked;
-    visitor_.foundDifference = false;
-    visitor_.reportMissing(roots_[place.root], place.relative);
-    visitor_.visit(roots_[place.root], std::move(visit), FolderVisitor::never);
-    visitor_.unmarked = unmarkedBefore;
+    const bool isMissing = visitor_.reportMissing(roots_[place.root], place.relative);
+    const VisitResult found = visitor_.visit(roots_[place.root], std::move(visit));
     // The index may have its own view of an entry for good.
-    if (visitor_.foundDifference && times + 1 < maximumRechecksOfOne) recheckLater(place, times + 1);
+    if ((isMissing || found.foundDifference) && times + 1 < maximumRechecksOfOne) recheckLater(place, times + 1);
 }
 
 void TreeWatch::checkRoots() {
     for (WatchedRoot& root : roots_) {
         Visit visit;
         visit.reportsAll = visit.compares = visit.onlyIfNew = true;
-        const bool isEntered = visitor_.visit(root, std::move(visit), FolderVisitor::never);
-        if (isEntered || root.folder == WatchedFolders::none) continue;
+        const VisitResult found = visitor_.visit(root, std::move(visit));
+        unmarked_ += found.unmarked;
+        if (found.isEntered || root.folder == WatchedFolders::none) continue;
         visitor_.forget(std::exchange(root.folder, WatchedFolders::none), true);
     }
 }
@@ -207,9 +196,11 @@ void TreeWatch::mountChanged(std::size_t root, const std::string& path) {
     const std::size_t slash = relative.rfind('/');
     const std::string parent = slash == std::string::npos ? "" : relative.substr(0, slash);
     const bool isWatched = FolderVisitor::marked(folders_, roots_[root], parent) != WatchedFolders::none;
-    if (!isWatched || visitor_.isSkipped(fileNameText(path))) return;
+    if (!isWatched || options_.skipPrefixes.skips(fileNameText(path))) return;
     host_.report(fileNameText(path));
-    if (visitor_.visit(roots_[root], std::move(visit), FolderVisitor::never)) return;
+    const VisitResult found = visitor_.visit(roots_[root], std::move(visit));
+    unmarked_ += found.unmarked;
+    if (found.isEntered) return;
     const WatchedFolders::Index gone = FolderVisitor::marked(folders_, roots_[root], relative);
     if (gone != WatchedFolders::none) visitor_.forget(gone, true);
 }
@@ -238,19 +229,20 @@ TreeWatch::Time TreeWatch::doDueWork() {
 void TreeWatch::beginSweep() {
     // Deleted folders first, whose marks are free again.
     fetchEvents();
-    if (!hasFetchedEvents()) forgetDoomed(std::exchange(doomed_, {}));
+    if (!hasFetchedEvents()) forgetDeleted(std::exchange(deletedFolders_, {}));
     toSweep_.clear();
     for (const WatchedFolders::Index folder : folders_.partialFolders()) {
         toSweep_.push_back({rootOf(folder), folders_.relativePath(folder)});
         folders_.setPartial(folder, false);
     }
-    sweepSince_ = microsecondsNow();
-    sweeper_.unmarked = 0;
+    sweepBegun_ = fileTimeNow();
+    sweptUnmarked_ = 0;
     isSweeping_ = true;
 }
 
 void TreeWatch::sweepOn() {
-    if (sweeper_.step(foldersPerSweepStep)) return;
+    sweptUnmarked_ += sweeper_.step(foldersPerSweepStep).unmarked;
+    if (sweeper_.hasMore()) return;
     if (!toSweep_.empty()) {
         const Place place = std::move(toSweep_.back());
         toSweep_.pop_back();
@@ -260,12 +252,12 @@ void TreeWatch::sweepOn() {
         return;
     }
     isSweeping_ = false;
-    unmarked_ = sweeper_.unmarked;
-    sweptUntil_ = sweepSince_;
+    unmarked_ = sweptUnmarked_;
+    sweptUntil_ = sweepBegun_;
     nextSweep_ = std::chrono::steady_clock::now() + options_.sweepInterval;
 }
 
-std::optional<std::int64_t> TreeWatch::sweptUntil() const {
+std::optional<FileTime> TreeWatch::sweptUntil() const {
     if (unmarked_ == 0) return std::nullopt;
     return sweptUntil_;
 }

@@ -12,13 +12,13 @@ namespace velmora {
 
 struct TreeWatchOptions {
     MarkPolicy marks;
-    std::vector<std::string> skipPrefixes;  ///< what lies below paths (text) that start so is not watched
+    SkipRule skipPrefixes;  ///< what is not watched
     std::chrono::milliseconds sweepInterval{60'000};
     std::chrono::milliseconds recheckDelay{5'000};
 };
 
-/// Keeps a mark on every folder of some trees and turns what the system reports into paths to look at. It believes no
-/// event: each is a reason to read the disk again, so that their order, merging and age do not matter.
+/// Keeps a mark on every folder of some trees and turns what the system reports into paths to look at. Events are only
+/// hints; the disk is read again, so that their order, merging and age do not matter.
 ///
 /// Folders beyond the limits are looked at from time to time, in small steps. Roots that are not there are waited for.
 ///
@@ -30,8 +30,8 @@ class TreeWatch {
     /// `roots` are text.
     TreeWatch(WatchHost& host, const std::vector<std::string>& roots, TreeWatchOptions options);
 
-    /// Marks everything there is. Reports what has changed since a time (microseconds since 1970); with none, nothing.
-    void begin(std::optional<std::int64_t> since);
+    /// Marks everything there is. Reports what has changed since a time; with none, nothing.
+    void begin(std::optional<FileTime> since);
 
     /// What to wait on for `fetchEvents` to find something.
     [[nodiscard]] std::vector<int> eventDescriptors() const { return marks_.descriptors(); }
@@ -47,7 +47,7 @@ class TreeWatch {
 
     /// Acts on the events fetched so far. Everything up to `since` has been acted on before: what to fall back to when
     /// the system has dropped events.
-    void handleEvents(std::int64_t since);
+    void handleEvents(FileTime since);
 
     void mountsChanged();
 
@@ -58,7 +58,7 @@ class TreeWatch {
     [[nodiscard]] std::size_t unmarkedFolders() const { return unmarked_; }
 
     /// Up to when unmarked folders have been looked at; nothing while there are none.
-    [[nodiscard]] std::optional<std::int64_t> sweptUntil() const;
+    [[nodiscard]] std::optional<FileTime> sweptUntil() const;
 
   private:
     struct Place {
@@ -75,8 +75,8 @@ class TreeWatch {
     void handle(const DirectoryEvent& event);
     void lookAtFolder(std::size_t root, WatchedFolders::Index parent, const std::string& name,
                       const DirectoryEvent& event);
-    void forgetDoomed(const std::vector<Place>& doomed);
-    void visitEverything(std::int64_t since, bool compares);
+    void forgetDeleted(const std::vector<Place>& deleted);
+    void visitEverything(std::optional<FileTime> since, bool compares);
     void checkRoots();
     void recheckLater(Place place, int times = 0);
     void recheck(const Place& place, int times);
@@ -95,7 +95,7 @@ class TreeWatch {
     Descriptor mountList_;
 
     DirectoryEvents waiting_;
-    std::vector<Place> doomed_;  // deleted folders, of which earlier events may still be on their way
+    std::vector<Place> deletedFolders_;  // of which earlier events may still be on their way
     bool rootsAreSuspect_ = false;
     std::map<Place, Recheck> rechecks_;
 
@@ -103,8 +103,9 @@ class TreeWatch {
     Time nextSweep_;
     std::vector<Place> toSweep_;
     bool isSweeping_ = false;
-    std::int64_t sweepSince_ = 0;  // the sweep that is under way
-    std::int64_t sweptUntil_ = 0;  // when the one before it began
+    std::size_t sweptUnmarked_ = 0;  // of the sweep that is under way
+    FileTime sweepBegun_;
+    FileTime sweptUntil_;  // when the one before it began
 };
 
 }  // namespace velmora

@@ -82,12 +82,12 @@ void WatchedFolders::unlink(Index folder) {
 
 void WatchedFolders::remove(Index folder, const std::function<void(MarkKey)>& removed) {
     unlink(folder);
-    std::vector<Index> doomed{folder};
-    while (!doomed.empty()) {
-        const Index index = doomed.back();
-        doomed.pop_back();
+    std::vector<Index> pending{folder};
+    while (!pending.empty()) {
+        const Index index = pending.back();
+        pending.pop_back();
         for (Index child = nodes_[index].firstChild; child != none; child = nodes_[child].next)
-            doomed.push_back(child);
+            pending.push_back(child);
         byMark_.erase(index);
         byName_.erase(index);
         removed(nodes_[index].mark);

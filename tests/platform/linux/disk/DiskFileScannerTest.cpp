@@ -268,27 +268,6 @@ TEST(MountTable, KeepsOutOfMadeUpAndStallingTrees) {
     EXPECT_TRUE(MountTable("/", "/", list).hasBlockedChild("/database"));
 }
 
-TEST_F(DiskFileScannerTest, ListsTheSystemsOwnTreesWithoutEnteringThem) {
-    std::size_t inside = 0;
-    bool proc = false;
-    std::vector<std::string> others;
-    for (const auto& entry : fs::directory_iterator("/")) {
-        const std::string name = entry.path().filename();
-        if (name != "proc" && name != "sys" && name != "dev") others.push_back("/" + name);
-    }
-    FolderWalk walk("/", others);
-    for (;;) {
-        const auto files = walk.next(5'000, [] { return false; });
-        if (files.empty()) break;
-        for (const auto& file : files) {
-            proc = proc || file.path == "/proc";
-            inside += file.path.starts_with("/proc/") || file.path.starts_with("/sys/");
-        }
-    }
-    EXPECT_TRUE(proc);
-    EXPECT_EQ(inside, 0U);
-}
-
 TEST_F(DiskFileScannerTest, AttributesFollowLinksAndForgetFractions) {
     makeFolder(root + "/folder");
     makeFile(root + "/file", "1234");
