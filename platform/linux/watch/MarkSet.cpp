@@ -32,7 +32,7 @@ MarkSet::Backend* MarkSet::backendOf(MarkKey mark) {
 std::optional<MarkKey> MarkSet::add(int folder, bool isRoot) {
     for (Backend& backend : backends_) {
         // A limit that is reached is not got around by using up the next one as well.
-        if (backend.inUse >= backend.limit) return std::nullopt;
+        if (!isRoot && backend.inUse >= backend.limit) return std::nullopt;
         const auto outcome = backend.marks->add(folder, isRoot);
         if (const MarkKey* mark = std::get_if<MarkKey>(&outcome)) return *mark;
         if (std::get<DirectoryMarks::Failure>(outcome) == DirectoryMarks::Failure::exhausted) return std::nullopt;

@@ -23,7 +23,8 @@ class MarkSet {
   public:
     explicit MarkSet(MarkPolicy policy);
 
-    /// Marks an open folder. Nothing when it cannot be.
+    /// Marks an open folder. Nothing when it cannot be. Roots do not count towards the limit: there are few, and what
+    /// is not marked is found from what is.
     std::optional<MarkKey> add(int folder, bool isRoot);
 
     /// A mark that was not known before is kept.

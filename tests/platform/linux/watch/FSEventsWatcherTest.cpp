@@ -291,8 +291,11 @@ TEST_P(FSEventsWatcherTest, SweepsWhatItMayNotWatch) {
         fs::create_directories(at(std::to_string(i) + "/sub"));
     index.scan(root);
     options.tree.marks.maximumMarks = 6;
-    start();
-    loop.until([&] { return watcher->sweptFolders() == 21 - 6; });
+    const TemporaryFolder other(GetParam().place);
+    makeFolder(other.path() + "/old");
+    letTimePass();
+    start({root, other.path()});
+    loop.until([&] { return watcher->sweptFolders() == 22 - 6; });
     for (int i = 0; i < 10; ++i)
         makeFile(at(std::to_string(i) + "/sub/new"));
     untilIndexEqualsDisk();
@@ -300,6 +303,7 @@ TEST_P(FSEventsWatcherTest, SweepsWhatItMayNotWatch) {
         fs::remove_all(at(std::to_string(i) + "/sub"));
     fs::create_directories(at("1/sub/x/y/z"));
     untilIndexEqualsDisk();
+    EXPECT_FALSE(reported.contains(other.path() + "/old")) << "a root beyond the limit is not new at every sweep";
     for (int i = 0; i < 8; ++i)
         fs::remove_all(at(std::to_string(i)));
     untilIndexEqualsDisk();
