@@ -77,7 +77,7 @@ Task<> FileIndexService::scanBatches(std::weak_ptr<FileIndexService> weak, std::
     const FileIndexRepository repository = self->repository_;
     co_await repository.deleteTree(path);
     AppLog::search.info("File index root scan began: " + text::validUtf8(path));
-    auto stream = self->disk_.scanner->scan(path, self->skippedPrefixes_);
+    auto stream = self->disk_.scanner->scan(path, self->skipRule_);
     for (;;) {
         self.reset();
         std::optional<std::vector<IndexedFile>> batch = co_await stream.next();
@@ -100,14 +100,10 @@ Task<> FileIndexService::finishScan(std::uint64_t begun) {
     pendingEventID_ = std::max(pendingEventID_, begun);
     const bool allApplied = pendingPaths_.empty() && !isFlushing_ && !replayAfterScan_;
     coveredEventID_ = allApplied ? pendingEventID_ : begun;
-    std::exception_ptr failure;
     try {
         fileCount_ = co_await repository_.count();
     } catch (...) {
-        failure = std::current_exception();
-    }
-    if (failure) {
-        showFailure(failure);
+        showFailure();
         AppLog::search.error("File index count failed");
         co_return;
     }

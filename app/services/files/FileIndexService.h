@@ -83,7 +83,7 @@ class FileIndexService final : public std::enable_shared_from_this<FileIndexServ
     void startWatcher(std::uint64_t sinceID);
     void restartWatcher();
     void restartWatcherFrom(std::uint64_t sinceID);
-    void takeIn(const std::vector<std::string>& paths, std::uint64_t lastEventID);
+    void onEvents(const std::vector<std::string>& paths, std::uint64_t lastEventID);
     void scheduleFlush();
     [[nodiscard]] Task<> flush();
     [[nodiscard]] Task<> apply(std::vector<std::string> batch);
@@ -94,11 +94,11 @@ class FileIndexService final : public std::enable_shared_from_this<FileIndexServ
     [[nodiscard]] Task<> finishScan(std::uint64_t begun);
     [[nodiscard]] Task<> add(std::string path);
     [[nodiscard]] Task<> remove(std::string id);
-    [[nodiscard]] bool isSkipped(std::string_view path) const;
     void showStatus(std::string text);
     void showWatching();
     void showIndexing();
-    void showFailure(const std::exception_ptr& failure);
+    /// Shows the exception that is being handled.
+    void showFailure();
 
     MainExecutor main_;
     Executor pool_;
@@ -106,7 +106,7 @@ class FileIndexService final : public std::enable_shared_from_this<FileIndexServ
     FileIndexRepository repository_;
     Disk disk_;
     std::vector<std::string> defaultRoots_;
-    std::vector<std::string> skippedPrefixes_;
+    SkipRule skipRule_;
 
     std::vector<IndexRoot> roots_;
     std::int64_t fileCount_ = 0;
