@@ -1,7 +1,9 @@
 #include "app/storage/AppLaunchRepository.h"
+#include "app/storage/ClipboardRepository.h"
 #include "app/storage/CommandUsageStore.h"
 #include "app/storage/QuicklinkRepository.h"
 #include "app/storage/SettingsRepository.h"
+#include "app/storage/fileindex/FileIndexRepository.h"
 #include "core/settings/AppPreferences.h"
 #include "tests/app/storage/StorageFixture.h"
 
@@ -10,139 +12,111 @@ namespace {
 
 using namespace std::chrono_literals;
 
-class CommandUsageStoreTest : public StorageTest {
+class RepositoriesTest : public StorageTest {
   protected:
-    const CommandUsageStore store{database, clock};
-    UsageMap load() {
-        return loop.run([&] { return store.load(); });
+    UsageMap usages() {
+        return loop.run([&] { return usage.load(); });
     }
-    void record(const std::string& id) {
-        loop.run([&] { return store.record(id); });
+    std::string recents(const std::string& app) {
+        std::string lines;
+        for (const auto& launch : loop.run([&] { return launches.recents(app, 8); }))
+            lines += launch.arguments + "×" + std::to_string(launch.count) + " ";
+        return lines;
     }
+    std::optional<AppPreferences> preferences() {
+        return loop.run([&] { return settings.load<AppPreferences>("preferences"); });
+    }
+    std::vector<Quicklink> links() {
+        return loop.run([&] { return quicklinks.load(); });
+    }
+
+    const CommandUsageStore usage{database, clock};
+    const AppLaunchRepository launches{database, clock};
+    const SettingsRepository settings{database};
+    const QuicklinkRepository quicklinks{database};
 };
 
-TEST_F(CommandUsageStoreTest, CountsUsesAndKeepsTheLastTime) {
-    EXPECT_TRUE(load().empty());
+TEST_F(RepositoriesTest, CommandUsesAreCountedWithTheLastTime) {
+    const auto record = [&](const std::string& id) { loop.run([&] { return usage.record(id); }); };
+    EXPECT_TRUE(usages().empty());
     record("finder");
     clock.advance(1500ms);
     record("finder");
     record("app:/Applications/Ünï.app");
-    const UsageMap expected{{"finder", {2, clock.now()}}, {"app:/Applications/Ünï.app", {1, clock.now()}}};
-    EXPECT_EQ(load(), expected);
+    EXPECT_EQ(usages(), (UsageMap{{"finder", {2, clock.now()}}, {"app:/Applications/Ünï.app", {1, clock.now()}}}));
 }
 
-TEST_F(CommandUsageStoreTest, SkipsRowsThatDoNotRead) {
-    record("good");
-    execute(
-        "INSERT INTO command_usage VALUES('signed','+3',0), ('words','many',0), ('fraction',1.5,0), "
-        "('no time',1,'never'), (NULL,1,0)");
-    const UsageMap loaded = load();
-    EXPECT_EQ(loaded.size(), 2U);
-    EXPECT_EQ(loaded.at("good").count, 1);
-    EXPECT_EQ(loaded.at("signed").count, 3);
-}
-
-class AppLaunchRepositoryTest : public StorageTest {
-  protected:
-    const AppLaunchRepository launches{database, clock};
-    void record(const std::string& app, const std::string& arguments) {
-        loop.run([&] { return launches.record(app, arguments); });
+TEST_F(RepositoriesTest, TheMostRecentTextsOfOneApplicationAreOffered) {
+    const auto record = [&](const std::string& app, const std::string& arguments) {
         clock.advance(1s);
-    }
-    std::string recents(const std::string& app, int limit) {
-        std::string lines;
-        for (const auto& launch : loop.run([&] { return launches.recents(app, limit); }))
-            lines += launch.arguments + "×" + std::to_string(launch.count) + " ";
-        return lines;
-    }
-};
-
-TEST_F(AppLaunchRepositoryTest, OffersTheMostRecentTextsOfOneApplication) {
+        loop.run([&] { return launches.record(app, arguments); });
+    };
     for (int i = 1; i <= 10; ++i)
         record("/A.app", std::to_string(i));
     record("/B.app", "other");
-    const TimePoint last = clock.now();
     record("/A.app", "4");
-    EXPECT_EQ(recents("/A.app", 8), "4×2 10×1 9×1 8×1 7×1 6×1 5×1 3×1 ");
-    EXPECT_EQ(recents("/B.app", 8), "other×1 ");
-    EXPECT_EQ(recents("/a.app", 8), "");
+    EXPECT_EQ(recents("/A.app"), "4×2 10×1 9×1 8×1 7×1 6×1 5×1 3×1 ");
+    EXPECT_EQ(recents("/B.app"), "other×1 ");
+    EXPECT_EQ(recents("/a.app"), "");
     const auto first = loop.run([&] { return launches.recents("/A.app", 1); });
-    EXPECT_EQ(first, (std::vector<AppLaunchRecord>{{"/A.app", "4", 2, last}}));
-    EXPECT_EQ(one("SELECT COUNT(*) AS c FROM app_launches"), "11");
+    EXPECT_EQ(first, (std::vector<AppLaunchRecord>{{"/A.app", "4", 2, clock.now()}}));
 }
 
-TEST_F(AppLaunchRepositoryTest, SkipsRowsThatDoNotRead) {
-    record("/A.app", "kept");
-    execute("INSERT INTO app_launches VALUES('/A.app','bad count','x',9e9), ('/A.app','bad time',1,'x')");
-    EXPECT_EQ(recents("/A.app", 8), "kept×1 ");
-}
-
-class SettingsRepositoryTest : public StorageTest {
-  protected:
-    const SettingsRepository settings{database};
-    std::optional<AppPreferences> load() {
-        return loop.run([&] { return settings.load<AppPreferences>("preferences"); });
+TEST_F(RepositoriesTest, SettingsAreOneDocumentThatIsKeptWhenItDoesNotFit) {
+    EXPECT_EQ(preferences(), std::nullopt);
+    AppPreferences changed;
+    changed.clipboardEnabled = false;
+    changed.clipboardLimit = 10'000;
+    changed.hotkey.keyLabel = "K";
+    changed.model = " modèle \"x\"\n";
+    for (const AppPreferences& saved : {AppPreferences(), changed}) {
+        loop.run([&] { return settings.save("preferences", saved); });
+        EXPECT_EQ(preferences(), saved);
     }
-    void save(const AppPreferences& preferences) {
-        loop.run([&] { return settings.save("preferences", preferences); });
-    }
-};
-
-TEST_F(SettingsRepositoryTest, SavesTheWholeRecordUnderOneKey) {
-    EXPECT_EQ(load(), std::nullopt);
-    AppPreferences preferences;
-    save(preferences);
-    EXPECT_EQ(load(), AppPreferences());
-    preferences.clipboardEnabled = false;
-    preferences.clipboardLimit = 10'000;
-    preferences.hotkey.keyLabel = "K";
-    preferences.model = " modèle \"x\"\n";
-    save(preferences);
-    EXPECT_EQ(load(), preferences);
-    EXPECT_EQ(one("SELECT COUNT(*) AS c FROM settings"), "1");
-}
-
-TEST_F(SettingsRepositoryTest, AStoredDocumentThatDoesNotFitIsReportedAndKept) {
-    const std::string good = AppPreferences().toJSON().encodedString();
+    const std::string good = changed.toJSON().encodedString();
     for (const std::string& stored : {std::string("{}"), std::string(), good.substr(0, good.size() - 1)}) {
         execute("INSERT OR REPLACE INTO settings(key,value) VALUES('preferences',?)", {stored});
-        EXPECT_THROW(load(), JSONError) << stored;
+        EXPECT_THROW(preferences(), JSONError) << stored;
         EXPECT_EQ(one("SELECT value AS c FROM settings"), stored);
     }
 }
 
-class QuicklinkRepositoryTest : public StorageTest {
-  protected:
-    const QuicklinkRepository quicklinks{database};
-    std::vector<Quicklink> load() {
-        return loop.run([&] { return quicklinks.load(); });
-    }
-    void save(const Quicklink& link) {
-        loop.run([&] { return quicklinks.save(link); });
-    }
-    void remove(const std::string& id) {
-        loop.run([&] { return quicklinks.remove(id); });
-    }
-};
-
-TEST_F(QuicklinkRepositoryTest, KeepsLinksInTheOrderOfTheirTitlesBytes) {
-    EXPECT_TRUE(load().empty());
+TEST_F(RepositoriesTest, QuicklinksAreInTheOrderOfTheirTitlesBytes) {
+    const auto save = [&](const Quicklink& link) { loop.run([&] { return quicklinks.save(link); }); };
+    const auto remove = [&](const std::string& id) { loop.run([&] { return quicklinks.remove(id); }); };
     const Quicklink hostile{"3", "a'); DROP TABLE quicklinks;--", "https://example.com/?q={query}%20"};
-    save({"1", "b", "https://b.example/"});
-    save({"2", "B", "file:///b"});
-    save(hostile);
-    save({"4", "b", "https://again.example/"});
-    const auto all = load();
+    for (const Quicklink& link : {Quicklink{"1", "b", "https://b.example/"}, Quicklink{"2", "B", "file:///b"}, hostile,
+                                  Quicklink{"4", "b", "https://again.example/"}})
+        save(link);
+    const auto all = links();
     ASSERT_EQ(all.size(), 4U);
     EXPECT_EQ(all[0].title, "B");
     EXPECT_EQ(all[1], hostile);
-    EXPECT_EQ(all[2].title + all[3].title, "bb") << "the same title twice is two links";
-
     save({"2", "z", "https://z.example/"});
-    EXPECT_EQ(load().back(), (Quicklink{"2", "z", "https://z.example/"})) << "the same identifier is the same link";
+    EXPECT_EQ(links().back(), (Quicklink{"2", "z", "https://z.example/"})) << "the same identifier is the same link";
     remove("1");
     remove("no such link");
-    EXPECT_EQ(load().size(), 3U);
+    EXPECT_EQ(links().size(), 3U);
+}
+
+TEST_F(RepositoriesTest, RowsThatDoNotReadAreSkipped) {
+    execute(
+        "INSERT INTO command_usage VALUES('good',1,5), ('signed','+3',5), ('words','many',0), ('fraction',1.5,0), "
+        "('no time',1,'never'), (NULL,1,0)");
+    EXPECT_EQ(usages(), (UsageMap{{"good", {1, timeFromSeconds(5)}}, {"signed", {3, timeFromSeconds(5)}}}));
+    execute("INSERT INTO app_launches VALUES('/A','kept',1,5), ('/A','bad count','x',9e9), ('/A','bad time',1,'x')");
+    EXPECT_EQ(recents("/A"), "kept×1 ");
+    execute("INSERT INTO quicklinks VALUES('1','kept','u'), (NULL,'no id','u')");
+    EXPECT_EQ(links(), (std::vector<Quicklink>{{"1", "kept", "u"}}));
+    execute(
+        "INSERT INTO clipboard_history VALUES('good','kept','url',5,NULL), (NULL,'no id','text',4,NULL), "
+        "('bad time','x','text','never',NULL)");
+    const ClipboardRepository clipboard(database, clock);
+    EXPECT_EQ(loop.run([&] { return clipboard.search(""); }),
+              (std::vector<ClipboardEntry>{{"good", "kept", "url", timeFromSeconds(5), std::nullopt}}));
+    execute("INSERT INTO index_roots VALUES('1','/kept',0), (NULL,'/without-id',0)");
+    const FileIndexRepository index(database, "/home/u", clock);
+    EXPECT_EQ(loop.run([&] { return index.roots(); }), (std::vector<IndexRoot>{{"1", "/kept"}}));
 }
 
 }  // namespace
