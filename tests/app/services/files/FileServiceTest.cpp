@@ -82,9 +82,8 @@ TEST_F(FileServiceTest, OffersTheOtherApplications) {
     const auto result = resultFor(file);
     EXPECT_EQ(run(result, 1), "No other application can open this file.");
 
-    for (int i = 1; i <= 12; ++i) {
+    for (int i = 1; i <= 12; ++i)
         workspace.fileHandlers.all.push_back({"App " + std::to_string(i), "/apps/" + std::to_string(i) + ".desktop"});
-    }
     EXPECT_EQ(run(result, 1), "");
     ASSERT_EQ(menu.shown.size(), 1U);
     EXPECT_EQ(menu.shown[0].size(), 8U);
