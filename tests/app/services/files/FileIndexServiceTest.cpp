@@ -98,23 +98,6 @@ TEST_F(FileIndexServiceTest, LaterStartsContinueFromTheBookmark) {
     EXPECT_EQ(bookmark(), 7000U) << "nothing happened in between";
 }
 
-TEST_F(FileIndexServiceTest, AScanThatWasCutOffIsDoneAgain) {
-    start();
-    disk.holdsScans = true;
-    service->rebuild();
-    loop.settle();
-    ASSERT_EQ(disk.held.size(), 4U);
-    deliver(loop.executor(), disk.held[0], {FakeDisk::file("/Library/half.txt")});
-    loop.settle();
-    stop();
-    disk.held.clear();
-    disk.holdsScans = false;
-    disk.scans.clear();
-    start();
-    EXPECT_EQ(disk.scans.size(), 4U);
-    EXPECT_EQ(indexed().size(), 4U);
-}
-
 TEST_F(FileIndexServiceTest, AppliesChangesASecondAfterTheFirst) {
     start();
     disk.entries = {"/home/me/new.txt", "/home/me/notes.txt"};

@@ -93,22 +93,6 @@ TEST_F(FileIndexFaults, AFailedBatchLeavesNothing) {
     EXPECT_EQ(search("later"), "/later") << "the triggers are on again";
 }
 
-TEST_F(FileIndexFaults, AFullDiskLosesNothing) {
-    upsert({file("/kept")});
-    const std::string pages = one("SELECT page_count AS c FROM pragma_page_count()");
-    onWriter("PRAGMA max_page_count=" + pages);
-    std::vector<IndexedFile> many;
-    for (int i = 0; i < 5000; ++i)
-        many.push_back(file("/many/" + std::string(200, 'x') + std::to_string(i)));
-    EXPECT_EQ(failureOf([&] { upsert(many); }), notSaved);
-    EXPECT_EQ(everything(), "/kept");
-    EXPECT_TRUE(isSound());
-    onWriter("PRAGMA max_page_count=1000000");
-    upsert(many);
-    EXPECT_EQ(loop.run([&] { return index.count(); }), 5001);
-    EXPECT_TRUE(isSound());
-}
-
 TEST_F(FileIndexFaults, NamesAreOpaque) {
     using namespace std::string_literals;
     const std::string names[] = {"a\0b"s,           "a"s,    "\xFF\xFE bad"s,       "new\nline"s,
@@ -139,15 +123,6 @@ TEST_F(FileIndexFaults, NamesAreOpaque) {
     deleteTree("/o");
     deleteTree("/a\0b"s);
     EXPECT_EQ(everything(), "/a /a\0bc /a/c"s);
-}
-
-TEST_F(FileIndexFaults, WritesWithoutAFullTextIndex) {
-    for (const char* const trigger : {"ai", "ad", "au"})
-        execute(std::string("DROP TRIGGER file_index_") + trigger);
-    execute("DROP TABLE file_index_fts");
-    upsert({file("/one"), file("/two")});
-    deletePaths({"/one"});
-    EXPECT_EQ(everything(), "/two");
 }
 
 /// What a child process does until it is killed: batches of new, changed and deleted names, without end.

@@ -31,16 +31,6 @@ TEST_F(FileIndexRepositoryTest, ListsAFolder) {
     EXPECT_EQ(loop.run([&] { return index.list("/home/u", "modified", 1); }).front(), file("/home/u/b", 1, 30.5));
 }
 
-TEST_F(FileIndexRepositoryTest, WritesOverWhatIsThere) {
-    upsert({file("/a/x", 1), folderAt("/a"), file("/a/x", 2)});
-    upsert({});
-    EXPECT_EQ(list("/a", "size"), "/a/x");
-    EXPECT_EQ(loop.run([&] { return index.list("/a", "size", 1); }).front().size, 2) << "the last of a batch counts";
-    upsert({folderAt("/a/x")});
-    EXPECT_EQ(loop.run([&] { return index.list("/a", "size", 1); }).front(), folderAt("/a/x"));
-    EXPECT_EQ(loop.run([&] { return index.count(); }), 2);
-}
-
 TEST_F(FileIndexRepositoryTest, ReadsOddValuesAsUnknown) {
     IndexedFile odd = file("/odd");
     odd.modified = std::numeric_limits<double>::quiet_NaN();

@@ -58,6 +58,9 @@ TEST_F(FileIndexSearch, AnswersTheLanguage) {
             EXPECT_EQ(search(text), found) << text << (fullText ? "" : " without full text");
     }
     EXPECT_THROW(search("kind:x"), AppError);
+    upsert({file("/d/written"), file("/d/deleted")});
+    deletePaths({"/d/deleted"});
+    EXPECT_EQ(search("written") + search("deleted"), "/d/written") << "without full text";
 }
 
 TEST_F(FileIndexSearch, KeepsToItsScope) {

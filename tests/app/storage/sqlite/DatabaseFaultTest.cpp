@@ -182,27 +182,6 @@ TEST_F(DatabaseFaultTest, AFullDiskFailsTheWriteAndKeepsWhatWasSaved) {
     EXPECT_EQ(one("SELECT integrity_check AS c FROM pragma_integrity_check"), "ok");
 }
 
-TEST_F(DatabaseFaultTest, ManyCallersAndTwoConnectionsLoseNothing) {
-    constexpr auto count =
-        "INSERT INTO command_usage(id,count,last_used) VALUES('c',1,0) ON CONFLICT(id) DO UPDATE SET count=count+1";
-    const auto second = open(path);
-    int ended = 0;
-    const auto callFrom = [&](const std::shared_ptr<Database>& connection) {
-        return [&ended, connection]() -> Task<> {
-            co_await connection->execute(count);
-            const auto seen = co_await connection->rows("SELECT count AS c FROM command_usage");
-            EXPECT_EQ(seen.size(), 1U);
-            ++ended;
-        };
-    };
-    for (int i = 0; i < 200; ++i) {
-        spawn(loop.executor(), callFrom(database));
-        spawn(loop.executor(), callFrom(second));
-    }
-    loop.until([&] { return ended == 400; });
-    EXPECT_EQ(one("SELECT count AS c FROM command_usage"), "400");
-}
-
 TEST_F(DatabaseFaultTest, CancellingAReadInterruptsItAndNothingElse) {
     for (int round = 0; round < 30; ++round) {
         std::string outcome;

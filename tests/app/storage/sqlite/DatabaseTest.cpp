@@ -71,11 +71,7 @@ TEST_F(DatabaseTest, ReadsEveryColumnAsText) {
 }
 
 TEST_F(DatabaseTest, RowsConvertStrictly) {
-    const struct {
-        std::string text;
-        std::optional<std::int64_t> integer;
-        std::optional<double> number;
-    } cases[] = {
+    const std::tuple<std::string, std::optional<std::int64_t>, std::optional<double>> cases[] = {
         {"42", 42, 42},
         {"+42", 42, 42},
         {"", {}, {}},

@@ -153,13 +153,7 @@ class FSEventsWatcherTest : public testing::TestWithParam<Setup> {
         try {
             eventually([&] { return state(index) == disk(); });
         } catch (const std::exception&) {
-            const auto have = state(index), want = disk();
-            std::vector<std::pair<std::string, std::string>> different;
-            std::set_symmetric_difference(have.begin(), have.end(), want.begin(), want.end(),
-                                          std::back_inserter(different));
-            different.resize(std::min<std::size_t>(different.size(), 10));
-            for (const auto& [path, text] : different)
-                ADD_FAILURE() << (want.contains(path) ? "not seen: " : "still there: ") << path << ' ' << text;
+            EXPECT_EQ(state(index), disk());
             throw;
         }
     }
@@ -358,17 +352,6 @@ TEST_P(FSEventsWatcherTest, FollowsMountsAndStaysOutOfSpecialOnes) {
     untilIndexEqualsDisk();
 }
 
-TEST_P(FSEventsWatcherTest, ARootInsideAnotherIsNoHarm) {
-    fs::create_directories(at("inner/sub"));
-    start({root, at("inner"), root + "/"});
-    makeFile(at("inner/sub/file"));
-    makeFile(at("outer"));
-    loop.until([&] { return reported.contains(at("inner/sub/file")) && reported.contains(at("outer")); });
-    fs::rename(at("inner/sub"), at("sub"));
-    makeFile(at("sub/file2"));
-    loop.until([&] { return reported.contains(at("sub/file2")); });
-}
-
 TEST_P(FSEventsWatcherTest, StartsOnceStopsAtOnceAndLeavesNothingBehind) {
     for (int i = 0; i < 500; ++i)
         fs::create_directories(at(std::to_string(i % 20) + "/" + std::to_string(i)));
@@ -378,9 +361,7 @@ TEST_P(FSEventsWatcherTest, StartsOnceStopsAtOnceAndLeavesNothingBehind) {
     const auto before = descriptors();
     for (int round = 0; round < 20; ++round) {
         start();
-        const TemporaryFolder other(GetParam().place);
-        watcher->start({other.path()}, 0, [](const auto&, auto) { FAIL() << "a second start counts"; });
-        makeFile(other.path() + "/ignored");
+        watcher->start({root}, 0, [](const auto&, auto) { FAIL() << "a second start counts"; });
         makeFile(at("seen"));
         loop.until([&] { return reported.contains(at("seen")); });
         makeFile(at("late"));
@@ -415,7 +396,8 @@ TEST_P(FSEventsWatcherTest, IndexEqualsDiskAfterAnyOperations) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
     options.tree.skipPrefixes = std::vector{at("skipped")};
-    start();
+    const std::vector<std::string> roots{root, at("a/b"), root + "/"};  // one inside another is no harm
+    start(roots);
     std::vector<std::string> names{"a", "b", "c", "d.txt", "e.app", "skipped", "\xC3\xBC", "\xFF"};
     const auto somePath = [&](const std::string& base) {
         std::string path = base;
@@ -452,7 +434,7 @@ TEST_P(FSEventsWatcherTest, IndexEqualsDiskAfterAnyOperations) {
             }
             if (random() % 16 == 0) loop.settle();
         }
-        if (isOff) start(lastID);
+        if (isOff) start(roots, lastID);
         untilIndexEqualsDisk();
     }
 }
