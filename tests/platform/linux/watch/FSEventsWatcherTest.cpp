@@ -196,6 +196,21 @@ INSTANTIATE_TEST_SUITE_P(Backends, FSEventsWatcherTest,
                                          Setup{"inotifyInMemory", "/dev/shm", false, true}),
                          [](const auto& setup) { return std::string(setup.param.name); });
 
+TEST_P(FSEventsWatcherTest, ReplaysWhatHappenedToOldFoldersWhileItWasOff) {
+    for (const std::string name : {"one", "two", "kept"}) {
+        fs::create_directories(at(name + "/sub"));
+        makeFile(at(name + "/sub/in " + name));
+    }
+    index.scan(root);
+    letTimePass();
+    const auto bookmark = static_cast<std::uint64_t>(fileTimeNow().time_since_epoch().count());
+    ASSERT_EQ(renameat2(AT_FDCWD, at("one").c_str(), AT_FDCWD, at("two").c_str(), RENAME_EXCHANGE), 0);
+    makeFile(at("kept/sub/in kept"), "changed in place");
+    start(bookmark);
+    untilIndexEqualsDisk();
+    EXPECT_FALSE(reported.contains(at("kept/sub"))) << "nothing in the listing of this folder changed";
+}
+
 TEST_P(FSEventsWatcherTest, BelievesNoTimesAfterTheClockWasSetBack) {
     makeFolder(at("folder"));
     makeFile(at("folder/kept"));
@@ -275,6 +290,7 @@ TEST_P(FSEventsWatcherFloodTest, StartsAnewWhenTooManyMarksAreOrphaned) {
     }
     host.reported.clear();
     fs::create_directories(outside.path() + "/0/5/unseen");
+    fs::create_directories(outside.path() + "/2/5/unseen");
     makeFolder(at("seen"));
     host.look(watch);
     EXPECT_EQ(host.reported, std::set<std::string>{at("seen")});
