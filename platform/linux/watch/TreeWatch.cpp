@@ -89,7 +89,7 @@ void TreeWatch::handleEvents(FileTime since) {
         marks_.reset();
         visitEverything(since, false);
     }
-    if (std::exchange(rootsAreSuspect_, false)) checkRoots();
+    if (std::exchange(rootsAreSuspect_, false)) unmarked_ += checkRoots();
 }
 
 /// By now everything that happened in them while they were there has been handled.
@@ -157,15 +157,18 @@ void TreeWatch::recheck(const Place& place, int times) {
     if ((isMissing || found.foundDifference) && times + 1 < maximumRechecksOfOne) recheckLater(place, times + 1);
 }
 
-void TreeWatch::checkRoots() {
+/// Looks for roots that have come or gone; how many of their folders could not be marked.
+std::size_t TreeWatch::checkRoots() {
+    std::size_t unmarked = 0;
     for (WatchedRoot& root : roots_) {
         Visit visit;
         visit.reportsAll = visit.compares = visit.onlyIfNew = true;
         const VisitResult found = visitor_.visit(root, std::move(visit));
-        unmarked_ += found.unmarked;
+        unmarked += found.unmarked;
         if (found.isEntered || root.folder == WatchedFolders::none) continue;
         visitor_.forget(std::exchange(root.folder, WatchedFolders::none), true);
     }
+    return unmarked;
 }
 
 void TreeWatch::mountsChanged() {
@@ -184,7 +187,7 @@ void TreeWatch::mountsChanged() {
         for (const auto& mount : different)
             mountChanged(i, mount.first);
     }
-    checkRoots();
+    unmarked_ += checkRoots();
 }
 
 /// Something was mounted at a path or is no longer: what is below it now is another folder than before.
@@ -217,7 +220,7 @@ TreeWatch::Time TreeWatch::doDueWork() {
     if (isSweeping_) {
         sweepOn();
     } else if (now >= nextSweep_) {
-        checkRoots();
+        checkRoots();  // the sweep counts for itself
         beginSweep();
     }
     Time next = isSweeping_ ? now + betweenSweepSteps : nextSweep_;

@@ -77,7 +77,7 @@ class TreeWatch {
                       const DirectoryEvent& event);
     void forgetDeleted(const std::vector<Place>& deleted);
     void visitEverything(std::optional<FileTime> since, bool compares);
-    void checkRoots();
+    std::size_t checkRoots();
     void recheckLater(Place place, int times = 0);
     void recheck(const Place& place, int times);
     void beginSweep();
