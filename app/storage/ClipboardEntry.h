@@ -26,8 +26,8 @@ struct ClipboardEntry {
     /// Fails with `JSONError` when a member other than `sourceApp` is missing, or one has another type.
     static ClipboardEntry fromJSON(const JSONValue& value);
 
-    /// "url" when the whole of `content` is one address (RFC 3986, letters of all languages allowed) with the scheme
-    /// http, https or mailto, in letters of any case; "text" for everything else.
+    /// "url" when the whole of `content` is one address (`URL::parseStrict`) with the scheme http, https or mailto;
+    /// "text" for everything else.
     static std::string_view kindOf(std::string_view content);
 };
 

@@ -164,7 +164,27 @@ std::string_view schemeOf(std::string_view text) {
     return isScheme ? scheme : std::string_view();
 }
 
+/// Whether there is nothing in it that stands in no address: white space, controls, delimiters of the text around one,
+/// a percent sign that starts no escape.
+bool hasAddressCharacters(std::string_view text) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto c = static_cast<unsigned char>(text[i]);
+        if (c <= ' ' || c == 0x7F || std::string_view("\"<>\\^`{|}").find(text[i]) != std::string_view::npos)
+            return false;
+        if (c == '%' && !isEscape(text, i)) return false;
+    }
+    return true;
+}
+
 }  // namespace
+
+std::optional<URL> URL::parseStrict(std::string_view text) {
+    if (text.size() > maximumBytes || !hasAddressCharacters(text)) return std::nullopt;
+    auto url = parse(text);
+    if (!url || (url->scheme != "http" && url->scheme != "https")) return url;
+    const std::string_view rest = text.substr(url->scheme.size());
+    return rest.starts_with("://") && !rest.starts_with(":///") ? url : std::nullopt;
+}
 
 std::optional<URL> URL::parse(std::string_view typed) {
     if (typed.size() > maximumBytes) return std::nullopt;

@@ -24,6 +24,11 @@ struct URL {
 
     /// Nothing when `typed` has no scheme, is too long or is no address.
     static std::optional<URL> parse(std::string_view typed);
+
+    /// The same for a text that was written by a program: nothing, too, when a browser would have to mend it (white
+    /// space, backslashes, a "%" that starts no escape, missing or further slashes). Letters of all languages are
+    /// allowed.
+    static std::optional<URL> parseStrict(std::string_view text);
 };
 
 }  // namespace velmora
