@@ -5,10 +5,10 @@
 
 namespace velmora {
 
-/// Where the picture of a file is found. Nothing set: the file has none of its own.
+/// The picture of a file. Nothing set: the file has none of its own.
 struct FileIcon {
     std::vector<std::string> themeNames;  ///< names in the user's icon theme, the best one first
-    std::string imagePath;                ///< an absolute path, used instead of the names when not empty
+    std::string image;  ///< what an image file holds, 8 MiB at most; used instead of the names when not empty
 };
 
 /// Which icon the desktop shows for a file: an application's own, or that of its type.

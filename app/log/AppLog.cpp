@@ -4,8 +4,7 @@
 #include <spdlog/sinks/systemd_sink.h>
 #include <spdlog/spdlog.h>
 
-#include <unistd.h>
-
+#include <filesystem>
 #include <memory>
 
 namespace velmora::AppLog {
@@ -17,7 +16,8 @@ spdlog::logger& logger() {
     // Never destroyed: threads may still log while the process ends.
     static auto* const shared = [] {
         std::shared_ptr<spdlog::sinks::sink> sink;
-        if (access("/run/systemd/journal/socket", W_OK) == 0) {
+        std::error_code missing;
+        if (std::filesystem::is_socket("/run/systemd/journal/socket", missing)) {
             sink = std::make_shared<spdlog::sinks::systemd_sink_mt>(subsystem);
         } else {
             sink = std::make_shared<spdlog::sinks::stderr_sink_mt>();

@@ -2,7 +2,6 @@
 
 #include "core/text/Text.h"
 
-#include <sys/stat.h>
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
@@ -91,8 +90,9 @@ class Walk {
 
     bool isNew(const fs::path& folder) {
         if (stop_.stop_requested()) throw Cancelled{};
-        struct stat status {};
-        return stat(folder.c_str(), &status) == 0 && visited_.emplace(status.st_dev, status.st_ino).second;
+        std::error_code missing;
+        const fs::path real = fs::canonical(folder, missing);
+        return !missing && visited_.insert(real).second;
     }
 
     void list(const Folder& folder, const std::string& root, std::vector<Folder>& open, std::vector<Folder>& linked) {
@@ -146,7 +146,7 @@ class Walk {
 
     const ApplicationBundles& bundles_;
     std::stop_token stop_;
-    std::set<std::pair<dev_t, ino_t>> visited_;
+    std::set<fs::path> visited_;  // links resolved
     std::size_t entries_ = 0;
     std::vector<Found> found_;
     std::unordered_map<std::string, std::size_t> positions_;  // identifier → index in `found_`

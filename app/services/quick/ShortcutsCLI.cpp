@@ -3,8 +3,7 @@
 #include "app/services/quick/RaceTimeout.h"
 #include "core/text/Text.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
+#include <filesystem>
 
 namespace velmora {
 namespace {
@@ -16,8 +15,11 @@ constexpr auto runTimeout = 180s;
 constexpr std::size_t listLimit = std::size_t{1} << 20U;
 
 bool isExecutableFile(const std::string& path) {
-    struct stat status {};
-    return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && access(path.c_str(), X_OK) == 0;
+    using std::filesystem::perms;
+    std::error_code missing;
+    const auto status = std::filesystem::status(path, missing);
+    constexpr perms anyExecute = perms::owner_exec | perms::group_exec | perms::others_exec;
+    return std::filesystem::is_regular_file(status) && (status.permissions() & anyExecute) != perms::none;
 }
 
 std::string_view withoutBlanks(std::string_view line) {

@@ -1,11 +1,6 @@
 #include "app/ui/icons/IconImage.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <QBuffer>
-#include <QFile>
 #include <QImageReader>
 #include <QPainter>
 #include <QSvgRenderer>
@@ -15,26 +10,11 @@
 namespace velmora {
 namespace {
 
-constexpr qint64 maximumBytes = 8 << 20;
 constexpr qint64 maximumDrawingBytes = 1 << 20;
 constexpr int maximumSide = 4096;
 constexpr int maximumDepth = 64;
 constexpr int maximumElements = 20'000;
 constexpr int maximumReferences = 16;  // references to references multiply
-
-QByteArray contents(const std::string& path) {
-    // Opening a pipe or a device must not wait for its other end.
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-    if (descriptor < 0) return {};
-    struct stat status {};
-    QFile file;
-    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size > maximumBytes ||
-        !file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
-        close(descriptor);
-        return {};
-    }
-    return file.read(maximumBytes);
-}
 
 /// Whether drawing it takes memory and time in proportion to its size: a renderer follows nesting by recursion, follows
 /// references to references, and loads the files that a drawing names.
@@ -89,9 +69,8 @@ QImage picture(QByteArray& data, int size) {
 
 }  // namespace
 
-QImage IconImage::read(const std::string& path, int size) {
-    if (!path.starts_with('/')) return {};
-    QByteArray data = contents(path);
+QImage IconImage::decode(const std::string& contents, int size) {
+    QByteArray data = QByteArray::fromRawData(contents.data(), static_cast<qsizetype>(contents.size()));
     const bool isMarkup = data.left(1024).trimmed().startsWith('<') || data.startsWith("\xef\xbb\xbf<");
     return isMarkup ? drawing(data, size) : picture(data, size);
 }

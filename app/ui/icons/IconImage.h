@@ -5,9 +5,9 @@
 
 namespace velmora::IconImage {
 
-/// Reads the picture in the file at `path` (absolute) and fits it into `size` × `size` pixels. A null image for
-/// anything that is no picture, is larger than an icon has reason to be (8 MiB, 4096 pixels a side), or is a drawing
-/// made to be expensive. Runs on: any thread; reads the disk.
-QImage read(const std::string& path, int size);
+/// Decodes what an image file holds and fits it into `size` × `size` pixels. A null image for anything that is no
+/// picture, is larger than an icon has reason to be (4096 pixels a side, a drawing of 1 MiB), or is a drawing made to
+/// be expensive. Runs on: any thread.
+QImage decode(const std::string& contents, int size);
 
 }  // namespace velmora::IconImage

@@ -102,7 +102,7 @@ Task<> ResultIcons::load(std::weak_ptr<ResultIcons> weak, std::string path, qrea
     const int size = qRound(Theme::iconFrame * devicePixelRatio);
     const auto read = [&] {
         icon = self->fileIcons_->find(path);
-        if (!icon.imagePath.empty()) image = IconImage::read(icon.imagePath, size);
+        if (!icon.image.empty()) image = IconImage::decode(icon.image, size);
     };
     try {
         co_await self->reader_.run(read);

@@ -33,6 +33,13 @@ bool isExecutable(const std::string& path) {
 
 }  // namespace
 
+std::vector<std::string> DesktopEnvironment::userLanguages() {
+    std::vector<std::string> languages;
+    for (const char* const* name = g_get_language_names(); *name; ++name)
+        languages.emplace_back(*name);
+    return languages;
+}
+
 DesktopEnvironment DesktopEnvironment::ofProcess(std::string home) {
     DesktopEnvironment made;
     const char* const dataHome = std::getenv("XDG_DATA_HOME");
@@ -40,8 +47,7 @@ DesktopEnvironment DesktopEnvironment::ofProcess(std::string home) {
     made.home = std::move(home);
     made.dataFolders = folders(std::getenv("XDG_DATA_DIRS"), "/usr/local/share:/usr/share");
     made.currentDesktops = split(std::getenv("XDG_CURRENT_DESKTOP"));
-    for (const char* const* name = g_get_language_names(); *name; ++name)
-        made.languages.emplace_back(*name);
+    made.languages = userLanguages();
     made.searchFolders = folders(std::getenv("PATH"), "/usr/local/bin:/usr/bin:/bin");
     return made;
 }

@@ -16,6 +16,9 @@ struct DesktopEnvironment {
     std::vector<std::string> languages;      ///< locale names, "de_AT" before "de"
     std::vector<std::string> searchFolders;  ///< where programs are looked for
 
+    /// The languages that the user reads, as names of locales, the preferred one first.
+    static std::vector<std::string> userLanguages();
+
     /// As the variables of this process have it. Entries that are not absolute count for nothing.
     static DesktopEnvironment ofProcess(std::string home);
 

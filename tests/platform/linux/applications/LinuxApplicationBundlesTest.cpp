@@ -1,12 +1,13 @@
 #include "platform/linux/applications/LinuxApplicationBundles.h"
 
-#include "platform/linux/applications/DesktopIcon.h"
+#include "platform/linux/applications/LinuxFileIcons.h"
 #include "tests/fakes/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <filesystem>
-#include <fstream>
 
 namespace velmora {
 namespace {
@@ -90,25 +91,27 @@ TEST_F(LinuxApplicationBundlesTest, ReadsDesktopEntries) {
     }
 }
 
-TEST_F(LinuxApplicationBundlesTest, NamesIcons) {
-    const std::string bundle = folder.path() + "/Tool.app";
-    const auto icon = [&](const std::string& name) {
+TEST_F(LinuxApplicationBundlesTest, FindsIcons) {
+    const LinuxFileIcons icons;
+    const auto ofEntry = [&](const std::string& icon) { return icons.find(entry("a.desktop", "Icon=" + icon + "\n")); };
+    const auto ofBundle = [&](const std::string& name) {
         folder.write("Tool.app/Contents/Info.plist",
                      "<plist><dict><key>CFBundleIconFile</key><string>" + name + "</string></dict></plist>");
-        return desktopEntryIcon(bundle);
+        return icons.find(folder.path() + "/Tool.app").image;
     };
-    folder.write("Tool.app/Contents/Resources/tool.png", "png");
+    folder.write("Tool.app/Contents/Resources/tool.png", "picture");
     folder.write("Tool.app/Contents/secret", "x");
-    EXPECT_EQ(icon("tool"), bundle + "/Contents/Resources/tool.png");
-    EXPECT_EQ(icon("tool.png"), bundle + "/Contents/Resources/tool.png");
-    EXPECT_EQ(icon("other"), std::nullopt);
-    EXPECT_EQ(icon("../secret"), std::nullopt);
-    EXPECT_EQ(icon(".."), std::nullopt);
-    EXPECT_EQ(icon(""), std::nullopt);
-    EXPECT_EQ(desktopEntryIcon(entry("a.desktop", "Name=x\nIcon=org.example.icon\n")), "org.example.icon");
-    EXPECT_EQ(desktopEntryIcon(entry("a.desktop", "Name=x\n")), std::nullopt);
-    EXPECT_EQ(desktopEntryIcon(folder.path() + "/missing.desktop"), std::nullopt);
-    EXPECT_EQ(desktopEntryIcon(folder.write("x.txt", "Icon=x")), std::nullopt);
+    EXPECT_EQ(ofBundle("tool"), "picture");
+    for (const char* const name : {"other", "../secret", "..", ""})
+        EXPECT_EQ(ofBundle(name), "") << name;
+    const Texts names{"org.example.icon.png", "org.example.icon", "application-x-executable"};
+    EXPECT_EQ(ofEntry("org.example.icon.png").themeNames, names);
+    EXPECT_EQ(ofEntry(folder.write("icon.png", "picture")).image, "picture");
+    const std::string pipe = folder.path() + "/pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    fs::resize_file(folder.write("big", ""), 9U << 20U);
+    for (const std::string& bad : {pipe, folder.path() + "/big", std::string("/dev/zero"), folder.path()})
+        EXPECT_EQ(ofEntry(bad).image, "") << bad;
 }
 
 }  // namespace
