@@ -8,8 +8,8 @@
 
 namespace velmora {
 
-/// The values of those `keys` that are strings in the dictionary at the top of a property list, XML or binary. UTF-8,
-/// not necessarily valid. Nothing when `contents` is no such list. Runs on: any thread.
+/// The values of those `keys` that are strings in the dictionary at the top of an XML property list. UTF-8, not
+/// necessarily valid. Nothing when `contents` is no such list; binary lists are refused. Runs on: any thread.
 std::optional<std::map<std::string, std::string>> propertyListStrings(std::string_view contents,
                                                                       std::span<const std::string_view> keys);
 
