@@ -33,6 +33,11 @@ class Workspace {
     /// Shows a folder in the file manager, or opens a file with its default application. `path` is absolute.
     [[nodiscard]] virtual Task<> open(std::string path) = 0;
 
+    /// Shows a folder in the file manager. `path` is absolute. "Downloads" in the home folder stands for the folder
+    /// that the user has for downloads, "/Applications" for the one that holds the applications, wherever they are
+    /// here.
+    [[nodiscard]] virtual Task<> openFolder(std::string path) = 0;
+
     /// Opens an absolute address with the user's default application for it.
     [[nodiscard]] virtual Task<> openURL(std::string url) = 0;
 

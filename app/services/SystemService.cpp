@@ -13,7 +13,7 @@ namespace velmora {
 Task<> SystemService::openDirectory(std::string path) {
     std::string folder = standardizedPath(path, home_);
     try {
-        co_await workspace_.open(std::move(folder));
+        co_await workspace_.openFolder(std::move(folder));
     } catch (const Cancelled&) {
         throw;
     } catch (...) {

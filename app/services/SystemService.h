@@ -21,8 +21,8 @@ class SystemService {
     SystemService(Workspace& workspace, Power& power, ScreenLock& screenLock, Trash& trash, std::string home)
         : workspace_(workspace), power_(power), screenLock_(screenLock), trash_(trash), home_(std::move(home)) {}
 
-    /// Shows a folder in the file manager. A leading "~" stands for the home folder. Fails with "Finder could not open
-    /// this folder."
+    /// Shows a folder in the file manager, as `Workspace::openFolder` does. A leading "~" stands for the home folder.
+    /// Fails with "Finder could not open this folder."
     [[nodiscard]] Task<> openDirectory(std::string path);
 
     /// Puts the computer to sleep. Fails (permission) with "Power management is unavailable." or "macOS did not allow

@@ -25,6 +25,11 @@ class FakeWorkspace final : public Workspace {
         opened.push_back(path);
     }
 
+    [[nodiscard]] Task<> openFolder(std::string path) override {
+        co_await answer();
+        opened.push_back(path);
+    }
+
     [[nodiscard]] Task<> openURL(std::string url) override {
         co_await answer();
         openedURLs.push_back(url);

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace velmora {
@@ -50,6 +51,35 @@ DesktopEnvironment DesktopEnvironment::ofProcess(std::string home) {
     made.languages = userLanguages();
     made.searchFolders = folders(std::getenv("PATH"), "/usr/local/bin:/usr/bin:/bin");
     return made;
+}
+
+std::vector<std::string> DesktopEnvironment::applicationFolders() const {
+    std::vector<std::string> data{dataHome};  // most important first
+    const auto add = [&data](const std::string& folder) {
+        std::string plain = folder;
+        while (plain.size() > 1 && plain.ends_with('/'))
+            plain.pop_back();
+        if (std::ranges::find(data, plain) == data.end()) data.push_back(std::move(plain));
+    };
+    // Sessions put the exports among the data folders, in this order; not all do.
+    const auto addUnlessNamed = [&](const std::string& folder) {
+        const auto& named = dataFolders;
+        const bool isNamed =
+            std::ranges::find(named, folder) != named.end() || std::ranges::find(named, folder + "/") != named.end();
+        if (!isNamed) add(folder);
+    };
+    addUnlessNamed(home + "/.local/share/flatpak/exports/share");
+    addUnlessNamed("/var/lib/flatpak/exports/share");
+    for (const std::string& folder : dataFolders)
+        add(folder);
+    add("/var/lib/snapd/desktop");
+
+    std::vector<std::string> all{"/Applications", home + "/Applications", "/System/Applications",
+                                 "/System/Library/CoreServices/Applications",
+                                 "/System/Volumes/Preboot/Cryptexes/App/System/Applications"};
+    for (auto folder = data.rbegin(); folder != data.rend(); ++folder)
+        all.push_back(*folder + "/applications");
+    return all;
 }
 
 std::optional<std::string> DesktopEnvironment::findProgram(std::string_view name) const {

@@ -22,6 +22,9 @@ struct DesktopEnvironment {
     /// As the variables of this process have it. Entries that are not absolute count for nothing.
     static DesktopEnvironment ofProcess(std::string home);
 
+    /// The folders that applications may be in, absolute, least important first.
+    [[nodiscard]] std::vector<std::string> applicationFolders() const;
+
     /// The program that `name` means: itself when absolute, else found in `searchFolders`. Nothing unless it is a file
     /// that may be executed.
     [[nodiscard]] std::optional<std::string> findProgram(std::string_view name) const;

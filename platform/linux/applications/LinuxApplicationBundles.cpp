@@ -119,32 +119,7 @@ LinuxApplicationBundles::~LinuxApplicationBundles() = default;
 
 std::vector<std::string> LinuxApplicationBundles::roots() const {
     cache_->beginScan();
-    std::vector<std::string> data{environment_.dataHome};  // most important first
-    const auto add = [&data](const std::string& folder) {
-        std::string plain = folder;
-        while (plain.size() > 1 && plain.ends_with('/'))
-            plain.pop_back();
-        if (std::ranges::find(data, plain) == data.end()) data.push_back(std::move(plain));
-    };
-    // Sessions put the exports among the data folders, in this order; not all do.
-    const auto addUnlessNamed = [&](const std::string& folder) {
-        const auto& named = environment_.dataFolders;
-        const bool isNamed =
-            std::ranges::find(named, folder) != named.end() || std::ranges::find(named, folder + "/") != named.end();
-        if (!isNamed) add(folder);
-    };
-    addUnlessNamed(environment_.home + "/.local/share/flatpak/exports/share");
-    addUnlessNamed("/var/lib/flatpak/exports/share");
-    for (const std::string& folder : environment_.dataFolders)
-        add(folder);
-    add("/var/lib/snapd/desktop");
-
-    std::vector<std::string> all{"/Applications", environment_.home + "/Applications", "/System/Applications",
-                                 "/System/Library/CoreServices/Applications",
-                                 "/System/Volumes/Preboot/Cryptexes/App/System/Applications"};
-    for (auto folder = data.rbegin(); folder != data.rend(); ++folder)
-        all.push_back(*folder + "/applications");
-    return all;
+    return environment_.applicationFolders();
 }
 
 bool LinuxApplicationBundles::isApplicationName(std::string_view name, bool isDirectory) const {

@@ -77,6 +77,41 @@ void openWithDefault(const DesktopEnvironment& environment, const std::string& p
     launchEntry(environment, *entry, {path}, {urlOf(file.get())}, true);
 }
 
+/// The user's folder for downloads as user-dirs.dirs has it now; `otherwise` where it names none that exists.
+std::string downloadsFolder(const std::string& otherwise) {
+    g_reload_user_special_dirs_cache();
+    const char* const named = g_get_user_special_dir(G_USER_DIRECTORY_DOWNLOAD);
+    std::error_code missing;
+    return named && std::filesystem::is_directory(named, missing) ? named : otherwise;
+}
+
+/// Of the folders that hold applications the one with the most in it; `otherwise` where there are none.
+std::string applicationsFolder(const DesktopEnvironment& environment, const std::string& otherwise) {
+    std::string fullest = otherwise;
+    std::ptrdiff_t most = 0;
+    for (const std::string& folder : environment.applicationFolders()) {
+        std::error_code failure;
+        std::ptrdiff_t count = 0;
+        for (std::filesystem::directory_iterator entry(folder, failure), end; !failure && entry != end;
+             entry.increment(failure)) {
+            const std::filesystem::path ending = entry->path().extension();
+            if (ending == ".desktop" || ending == ".app") ++count;
+        }
+        if (count > most) {
+            most = count;
+            fullest = folder;
+        }
+    }
+    return fullest;
+}
+
+void showFolder(const DesktopEnvironment& environment, const std::string& path) {
+    const auto downloads = (std::filesystem::path(environment.home) / "Downloads").lexically_normal();
+    if (path == downloads) return openWithDefault(environment, downloadsFolder(path));
+    if (path == "/Applications") return openWithDefault(environment, applicationsFolder(environment, path));
+    openWithDefault(environment, path);
+}
+
 void openAddress(const DesktopEnvironment& environment, const std::string& url) {
     const glib::String scheme(g_uri_parse_scheme(url.c_str()));
     if (!scheme) throw std::runtime_error("The address has no scheme");
@@ -131,6 +166,12 @@ Task<> LinuxWorkspace::open(std::string path) {
     // An actor for each call: an application that is slow to answer holds nobody else up.
     Actor worker(pool_);
     const auto work = [environment = environment_, &path] { openWithDefault(*environment, path); };
+    co_await worker.run(work);
+}
+
+Task<> LinuxWorkspace::openFolder(std::string path) {
+    Actor worker(pool_);
+    const auto work = [environment = environment_, &path] { showFolder(*environment, path); };
     co_await worker.run(work);
 }
 

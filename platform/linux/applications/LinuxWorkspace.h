@@ -16,6 +16,7 @@ class LinuxWorkspace final : public Workspace {
     LinuxWorkspace(Executor pool, DesktopEnvironment environment);
 
     [[nodiscard]] Task<> open(std::string path) override;
+    [[nodiscard]] Task<> openFolder(std::string path) override;
     [[nodiscard]] Task<> openURL(std::string url) override;
     [[nodiscard]] Task<> openWith(std::string file, std::string application) override;
     [[nodiscard]] Task<FileHandlers> handlers(std::string path) override;

@@ -162,6 +162,8 @@ TEST_F(LinuxWorkspaceTest, OpensFilesFoldersAndAddressesWithTheirDefaultApplicat
     GTEST_SKIP();
 #endif
     const std::string data = std::getenv("XDG_DATA_HOME");
+    environment.dataHome = data;
+    environment.dataFolders = {folder.path() + "/system", folder.path() + "/more"};
     workspace.emplace(pool.executor(), environment);
     const std::string file = folder.write("odd #1 50% $(x).txt", "text");
     const auto open = [&](const std::string& path) { loop.run([&]() -> Task<> { co_await workspace->open(path); }); };
@@ -192,6 +194,28 @@ TEST_F(LinuxWorkspaceTest, OpensFilesFoldersAndAddressesWithTheirDefaultApplicat
     open(file);
     EXPECT_EQ(report(probe).arguments, Texts{file});
     EXPECT_THROW(open(folder.path() + "/missing"), std::runtime_error);
+
+    const auto shown = [&](const std::string& path) {
+        fs::remove(probe + ".report");
+        loop.run([&]() -> Task<> { co_await workspace->openFolder(path); });
+        return report(probe).arguments.at(1);
+    };
+    const std::string downloads = folder.path() + "/Downloads";
+    fs::create_directories(downloads);
+    EXPECT_EQ(shown(downloads), "file://" + downloads);
+    std::ofstream(std::getenv("XDG_CONFIG_HOME") + std::string("/user-dirs.dirs"))
+        << "XDG_DOWNLOAD_DIR=\"" + folder.path() + "/Herunter geladen/\"\n";
+    EXPECT_EQ(shown(downloads), "file://" + downloads) << "the folder that is named does not exist";
+    fs::create_directories(folder.path() + "/Herunter geladen");
+    EXPECT_EQ(shown(downloads), "file://" + folder.path() + "/Herunter%20geladen");
+    EXPECT_EQ(shown(folder.path()), "file://" + folder.path());
+    for (const char* const name : {"system/applications/a", "more/applications/a", "more/applications/b"})
+        folder.write(name + std::string(".desktop"), "");
+    for (const char* const name : {"c", "d", "e", "f", "g", "h"})
+        folder.write(std::string("system/applications/") + name + ".txt", "");
+    for (const char* const name : {"c", "d", "e"})
+        folder.write(std::string("more/applications/") + name + ".desktop", "");
+    EXPECT_EQ(shown("/Applications"), "file://" + folder.path() + "/more/applications");
 
     const auto openURL = [&](const std::string& url) {
         fs::remove(probe + ".report");
