@@ -30,6 +30,11 @@ class ApplicationBundles {
     /// Whether a directory entry of that name is an application, by its name alone.
     [[nodiscard]] virtual bool isApplicationName(std::string_view name, bool isDirectory) const = 0;
 
+    /// Whether what lies at the absolute `path` may be launched although no scan has found it: a bundle that exists, or
+    /// a description of an application below one of the roots, links resolved. A description anywhere else is a file
+    /// that somebody may have sent, and it can name any command.
+    [[nodiscard]] virtual bool mayLaunch(const std::string& path) const = 0;
+
     /// Reads the bundle at `path`, found below `root`. Nothing when it cannot be read at all.
     [[nodiscard]] virtual std::optional<BundleInformation> read(const std::string& path,
                                                                 const std::string& root) const = 0;

@@ -45,7 +45,8 @@ AppServices::AppServices(Platform given, std::shared_ptr<Database> opened)
       database(std::move(opened)),
       applications(std::make_shared<ApplicationService>(
           platform.main, platform.pool, platform.clock, platform.workspace,
-          std::make_shared<ApplicationIndexer>(platform.pool, platform.applicationBundles), platform.paths.home)),
+          std::make_shared<ApplicationIndexer>(platform.pool, platform.applicationBundles), platform.applicationBundles,
+          platform.paths.home)),
       system(std::make_shared<SystemService>(platform.workspace, platform.power, platform.screenLock, platform.trash,
                                              platform.paths.home)),
       permissions(platform.alerts),

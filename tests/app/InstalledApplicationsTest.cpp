@@ -1,6 +1,9 @@
 #include "app/services/applications/ApplicationIndexer.h"
+#include "core/AppError.h"
 #include "platform/Runtime.h"
 #include "platform/linux/applications/LinuxApplicationBundles.h"
+#include "tests/fakes/FakeBundles.h"
+#include "tests/fakes/FakeWorkspace.h"
 #include "tests/fakes/TemporaryFolder.h"
 #include "tests/fakes/TestLoop.h"
 
@@ -8,6 +11,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <latch>
 
 namespace velmora {
 namespace {
@@ -17,26 +21,35 @@ using Texts = std::vector<std::string>;
 
 class InstalledApplicationsTest : public testing::Test {
   protected:
-    std::string entry(const std::string& relative, const std::string& lines) {
-        return folder.write(relative, "[Desktop Entry]\nType=Application\nExec=true\n" + lines);
-    }
-
-    std::vector<ApplicationRecord> scan() {
+    InstalledApplicationsTest() {
         DesktopEnvironment environment;
         environment.home = folder.path();
         environment.dataHome = folder.path() + "/share";
         environment.dataFolders = {folder.path() + "/system"};
         environment.searchFolders = {folder.path() + "/bin"};
-        if (!indexer) {
-            indexer = std::make_shared<ApplicationIndexer>(
-                pool.executor(), std::make_shared<LinuxApplicationBundles>(std::move(environment)));
-        }
+        bundles = std::make_shared<LinuxApplicationBundles>(std::move(environment));
+        indexer = std::make_shared<ApplicationIndexer>(pool.executor(), bundles);
+    }
+
+    std::string entry(const std::string& relative, const std::string& lines) const {
+        return folder.write(relative, "[Desktop Entry]\nType=Application\nExec=true\n" + lines);
+    }
+
+    std::vector<ApplicationRecord> scan() {
         return loop.run([&]() -> Task<std::vector<ApplicationRecord>> { co_return co_await indexer->scan(); });
+    }
+
+    Texts names() {
+        Texts all;
+        for (const auto& record : scan())
+            all.push_back(record.name);
+        return all;
     }
 
     test::TestLoop loop;
     test::TemporaryFolder folder;
     WorkerPool pool{1};
+    std::shared_ptr<LinuxApplicationBundles> bundles;
     std::shared_ptr<ApplicationIndexer> indexer;
 };
 
@@ -73,12 +86,6 @@ TEST_F(InstalledApplicationsTest, ScansWhatTheUserChanges) {
                  "Bundle</string><key>CFBundleName</key><string>F</string>"
                  "</dict></plist>");
     folder.write("Applications/Broken.app/Contents/Info.plist", "bplist00");
-    const auto names = [&] {
-        Texts all;
-        for (const auto& record : scan())
-            all.push_back(record.name);
-        return all;
-    };
     EXPECT_EQ(names(), (Texts{"Broken", "Flat Bundle", "Old Bundle", "One"}));
     entry("share/applications/org.one.desktop", "Name=Mine\n");
     folder.write("bin/tool", "");
@@ -92,6 +99,121 @@ TEST_F(InstalledApplicationsTest, ScansWhatTheUserChanges) {
     EXPECT_EQ(names(), (Texts{"Broken", "Flat Bundle", "Old Bundle", "One", "Two"}));
     EXPECT_EQ(scan()[1].bundleIdentifier, folder.path() + "/Applications/Flat.app");
     EXPECT_EQ(scan()[3].bundleIdentifier, "org.one");
+}
+
+TEST_F(InstalledApplicationsTest, FindsApplicationsAndNothingElse) {
+    entry("system/applications/ten.desktop", "Name=App 10\n");
+    entry("system/applications/nine.desktop", "Name=app 9\n");
+    entry("system/applications/.hidden/secret.desktop", "Name=Secret\n");
+    entry("system/applications/.secret.desktop", "Name=Secret\n");
+    folder.write("system/applications/readme.txt", "x");
+    fs::create_directories(folder.path() + "/Applications/sub/deeper/Plain.app/Contents/Inner.app");
+    std::string deep = folder.path() + "/Applications";
+    for (int i = 0; i < 200; ++i)
+        deep += "/d";
+    fs::create_directories(deep + "/Too deep.app");
+    EXPECT_EQ(names(), (Texts{"app 9", "App 10", "Plain"}));
+}
+
+TEST_F(InstalledApplicationsTest, FollowsLinksWithoutGoingInCircles) {
+    const std::string real = folder.path() + "/system/applications";
+    entry("system/applications/z/in z.desktop", "Name=In z\n");
+    entry("elsewhere/two.desktop", "Name=Two\n");
+    entry("elsewhere/three.desktop", "Name=Three\n");
+    fs::create_directory_symlink(real, real + "/z/up");
+    fs::create_directory_symlink(real + "/self", real + "/self");
+    fs::create_directory_symlink(real + "/z", real + "/alias");
+    fs::create_directory_symlink(folder.path() + "/elsewhere", real + "/link");
+    fs::create_symlink(folder.path() + "/elsewhere/two.desktop", real + "/two.desktop");
+    fs::create_symlink(folder.path() + "/nowhere", real + "/dangling.desktop");
+    const auto records = scan();
+    ASSERT_EQ(names(), (Texts{"In z", "Three", "Two", "Two"}))
+        << "two.desktop and link-two.desktop are two identifiers";
+    EXPECT_EQ(records[0].path, real + "/z/in z.desktop") << "found under its own name, not a link's";
+    fs::remove(real + "/link");
+    fs::create_directories(folder.path() + "/share");
+    fs::create_directory_symlink(real, folder.path() + "/share/applications");
+    EXPECT_EQ(scan()[0].path, folder.path() + "/share/applications/z/in z.desktop")
+        << "a root is walked although one before it led there";
+}
+
+TEST_F(InstalledApplicationsTest, MakesNamesFitForOneLine) {
+    const auto name = [&](const std::string& text) {
+        entry("system/applications/3 \xff.desktop", "Name=" + text + "\n");
+        return names().at(0);
+    };
+    EXPECT_EQ(name("\\sTab\\tand\x1b[31m\x7f"), "Tab and [31m");
+    EXPECT_EQ(name("caf\xc3"), "caf\uFFFD");
+    EXPECT_EQ(name("\\s\\t"), "3 \uFFFD");
+    EXPECT_EQ(name("line\u2028break"), "line break");
+    EXPECT_EQ(name(std::string(100'000, 'n')), std::string(256, 'n'));
+}
+
+TEST_F(InstalledApplicationsTest, LaunchesOnlyWhatIsInstalled) {
+    const std::string listed = entry("system/applications/tool.desktop", "Name=Tool\n");
+    const std::string outside = entry("Downloads/evil.desktop", "Name=Evil\n");
+    fs::create_symlink(outside, folder.path() + "/system/applications/exported.desktop");
+    fs::create_directories(folder.path() + "/Applications/My App.app");
+    test::ManualClock clock;
+    test::FakeWorkspace workspace(clock);
+    const auto service = std::make_shared<ApplicationService>(loop.executor(), pool.executor(), clock, workspace,
+                                                              indexer, bundles, folder.path());
+    loop.run([&]() -> Task<> { co_await service->refresh(); });
+    const std::string later = entry("share/applications/later.desktop", "Name=Later\nNoDisplay=true\n");
+    fs::create_symlink(outside, folder.path() + "/share/applications/link.desktop");
+    fs::create_directory_symlink(folder.path() + "/Downloads", folder.path() + "/share/applications/folder");
+    const Texts arguments{"a b", ""};
+    const auto launched = [&](const std::string& path) -> std::string {
+        workspace.launches.clear();
+        try {
+            loop.run([&]() -> Task<> { co_await service->open(path, arguments); });
+        } catch (const AppError& error) {
+            EXPECT_STREQ(error.what(), "Choose an installed application bundle.");
+            EXPECT_TRUE(workspace.launches.empty());
+            return "";
+        }
+        EXPECT_EQ(workspace.launches.at(0).arguments, arguments);
+        return workspace.launches.at(0).path;
+    };
+    EXPECT_EQ(launched(listed), listed);
+    EXPECT_EQ(launched("~/share/applications/./x/..//later.desktop"), later) << "below a root, though never listed";
+    EXPECT_EQ(launched(folder.path() + "/system/applications/exported.desktop"),
+              folder.path() + "/system/applications/exported.desktop")
+        << "somebody installed the link, as Flatpak does";
+    EXPECT_EQ(launched("~/Applications/My App.app/"), folder.path() + "/Applications/My App.app");
+    fs::remove(listed);
+    for (const std::string& refused :
+         {outside, listed, folder.path() + "/share/applications/link.desktop",
+          folder.path() + "/share/applications/folder/evil.desktop",
+          folder.path() + "/share/applications/../../Downloads/evil.desktop", folder.write("notes.txt", "x"),
+          std::string("~/Applications/Missing.app"), std::string("~/Applications/My App.APP"),
+          std::string("Applications/My App.app"), std::string("~"), std::string(), std::string("/\0.app", 6),
+          "/" + std::string(1'000'000, 'a') + ".app"})
+        EXPECT_EQ(launched(refused), "") << refused.substr(0, 80);
+}
+
+TEST_F(InstalledApplicationsTest, StopsAScanThatIsCancelled) {
+    for (int i = 0; i < 50; ++i)
+        fs::create_directories(folder.path() + "/a/d" + std::to_string(i) + "/A.app");
+    std::atomic<int> reads = 0;
+    std::latch begun(1);
+    std::latch release(1);
+    const auto slow = std::make_shared<test::FakeBundles>();
+    slow->folders = {folder.path() + "/a"};
+    slow->beforeReading = [&](const std::string&) {
+        if (++reads > 1) return;
+        begun.count_down();
+        release.wait();
+    };
+    ApplicationIndexer slowIndexer(pool.executor(), slow);
+    const TaskHandle task = spawn(loop.executor(), [&]() -> Task<> { co_await slowIndexer.scan(); });
+    loop.settle();
+    begun.wait();
+    task.cancel();
+    loop.settle();
+    release.count_down();
+    loop.until([&] { return task.done(); });
+    EXPECT_EQ(reads, 1);
 }
 
 }  // namespace

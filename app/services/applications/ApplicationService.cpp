@@ -7,7 +7,9 @@
 #include "core/Assert.h"
 #include "core/commands/SearchRanker.h"
 #include "core/text/Text.h"
+#include "platform/ApplicationBundles.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <unordered_map>
 
@@ -47,24 +49,20 @@ ResultPointer makeResult(const ApplicationRecord& record, const std::weak_ptr<Ap
     return result;
 }
 
-bool isApplicationPath(const std::string& path) {
-    const std::filesystem::path whole(path);
-    return whole.is_absolute() && (whole.extension() == ".app" || whole.extension() == ".desktop") &&
-           path.find('\0') == std::string::npos;
-}
-
 }  // namespace
 
 ApplicationCommand::ApplicationCommand(ApplicationRecord record, const std::weak_ptr<ApplicationService>& service)
     : record_(std::move(record)), result_(makeResult(record_, service)) {}
 
 ApplicationService::ApplicationService(MainExecutor main, Executor pool, Clock& clock, Workspace& workspace,
-                                       std::shared_ptr<ApplicationIndexing> indexer, std::string home)
+                                       std::shared_ptr<ApplicationIndexing> indexer,
+                                       std::shared_ptr<const ApplicationBundles> bundles, std::string home)
     : main_(std::move(main)),
       pool_(std::move(pool)),
       clock_(clock),
       workspace_(workspace),
       indexer_(std::move(indexer)),
+      bundles_(std::move(bundles)),
       home_(std::move(home)) {
     VELMORA_ASSERT_MAIN();
 }
@@ -156,16 +154,18 @@ std::vector<ApplicationRecord> ApplicationService::search(std::string_view query
 Task<> ApplicationService::open(std::string path, std::vector<std::string> arguments) {
     VELMORA_ASSERT_MAIN();
     std::string location = standardizedPath(path, home_);
-    bool exists = false;
-    if (isApplicationPath(location)) {
-        Actor files(pool_);
-        const auto look = [&location] {
-            std::error_code ignored;
-            return std::filesystem::exists(location, ignored);
+    bool mayOpen = location.starts_with('/') && location.find('\0') == std::string::npos;
+    if (mayOpen) {
+        const bool isListed =
+            std::ranges::find(applications_, location, &ApplicationRecord::path) != applications_.end();
+        const auto look = [&location, isListed, bundles = bundles_] {
+            std::error_code missing;
+            return isListed ? std::filesystem::exists(location, missing) : bundles->mayLaunch(location);
         };
-        exists = co_await files.run(look);
+        Actor files(pool_);
+        mayOpen = co_await files.run(look);
     }
-    if (!exists) throw AppError::toolExecution("Choose an installed application bundle.");
+    if (!mayOpen) throw AppError::toolExecution("Choose an installed application bundle.");
     try {
         co_await workspace_.openApplication(std::move(location), std::move(arguments));
     } catch (const Cancelled&) {

@@ -30,6 +30,7 @@ class ApplicationIndexing {
     [[nodiscard]] virtual Task<std::vector<ApplicationRecord>> scan() = 0;
 };
 
+class ApplicationBundles;
 class ApplicationService;
 
 /// The command that opens one application.
@@ -59,7 +60,8 @@ class ApplicationService final : public std::enable_shared_from_this<Application
     using CommandPointer = std::shared_ptr<const ApplicationCommand>;
 
     ApplicationService(MainExecutor main, Executor pool, Clock& clock, Workspace& workspace,
-                       std::shared_ptr<ApplicationIndexing> indexer, std::string home);
+                       std::shared_ptr<ApplicationIndexing> indexer, std::shared_ptr<const ApplicationBundles> bundles,
+                       std::string home);
     ~ApplicationService();
     ApplicationService(const ApplicationService&) = delete;
     ApplicationService& operator=(const ApplicationService&) = delete;
@@ -91,8 +93,9 @@ class ApplicationService final : public std::enable_shared_from_this<Application
     [[nodiscard]] std::vector<ApplicationRecord> search(std::string_view query) const;
 
     /// Launches the application at `path` (a leading "~" stands for the home folder) with `arguments`; with none it is
-    /// launched or activated. Fails with "Choose an installed application bundle." when there is no application, and
-    /// "The application could not be launched." when the desktop refuses. The service must live until it returns.
+    /// launched or activated. Fails with "Choose an installed application bundle." when it is neither listed nor what
+    /// `ApplicationBundles::mayLaunch` allows, and "The application could not be launched." when the desktop refuses.
+    /// The service must live until it returns.
     [[nodiscard]] Task<> open(std::string path, std::vector<std::string> arguments);
 
   private:
@@ -104,6 +107,7 @@ class ApplicationService final : public std::enable_shared_from_this<Application
     Clock& clock_;
     Workspace& workspace_;
     std::shared_ptr<ApplicationIndexing> indexer_;
+    std::shared_ptr<const ApplicationBundles> bundles_;
     std::string home_;
     TaskHandle refreshTask_;
     TaskHandle watcher_;

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <mutex>
 #include <unordered_map>
 
@@ -125,6 +126,19 @@ std::vector<std::string> LinuxApplicationBundles::roots() const {
 bool LinuxApplicationBundles::isApplicationName(std::string_view name, bool isDirectory) const {
     const std::string_view ending = isDirectory ? ".app"sv : ".desktop"sv;
     return name.size() > ending.size() && name.ends_with(ending);
+}
+
+bool LinuxApplicationBundles::mayLaunch(const std::string& path) const {
+    namespace fs = std::filesystem;
+    std::error_code missing;
+    if (path.ends_with(".app")) return fs::exists(path, missing);
+    const fs::path real = fs::canonical(path, missing);
+    if (missing || !path.ends_with(".desktop")) return false;
+    return std::ranges::any_of(environment_.applicationFolders(), [&](const std::string& folder) {
+        std::error_code absent;
+        const std::string place = fs::canonical(folder, absent).string() + "/";
+        return !absent && real.string().starts_with(place);
+    });
 }
 
 std::optional<BundleInformation> LinuxApplicationBundles::read(const std::string& path, const std::string& root) const {

@@ -18,6 +18,7 @@ class LinuxApplicationBundles final : public ApplicationBundles {
 
     [[nodiscard]] std::vector<std::string> roots() const override;
     [[nodiscard]] bool isApplicationName(std::string_view name, bool isDirectory) const override;
+    [[nodiscard]] bool mayLaunch(const std::string& path) const override;
     [[nodiscard]] std::optional<BundleInformation> read(const std::string& path,
                                                         const std::string& root) const override;
 
