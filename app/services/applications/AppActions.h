@@ -19,7 +19,8 @@ struct AppLaunchAction {
 /// The launch actions known for some applications. Runs on: any thread.
 namespace AppActionCatalog {
 
-/// Those of the application with that identifier, letter case included, in the order to list them; none for others.
+/// Those of the application with that identifier or desktop id (without ".desktop"), letter case included, in the order
+/// to list them; none for others.
 std::span<const AppLaunchAction> actions(std::string_view bundleIdentifier);
 
 }  // namespace AppActionCatalog

@@ -48,8 +48,16 @@ class Expansion {
     void addOperands(char code, std::size_t first) {
         if (std::exchange(operandsPlaced_, true)) return;
         const auto& operands = code == 'u' || code == 'U' ? fields_.urls : fields_.files;
-        for (std::size_t i = first; i < operands.size(); ++i)
-            arguments_.push_back(operands[i]);
+        // Flatpak takes everything between "@@" and "@@" for a file that exists: options go before that.
+        const bool isForwarded = !arguments_.empty() && arguments_.back() == "@@";
+        auto place = static_cast<std::ptrdiff_t>(arguments_.size()) - 1;
+        for (std::size_t i = first; i < operands.size(); ++i) {
+            if (isForwarded && operands[i].starts_with('-')) {
+                arguments_.insert(arguments_.begin() + place++, operands[i]);
+            } else {
+                arguments_.push_back(operands[i]);
+            }
+        }
     }
 
     /// A word with codes inside it. An option takes the first operand where its code stands ("--url=%u"). Any other

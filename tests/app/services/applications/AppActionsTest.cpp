@@ -7,6 +7,27 @@ namespace {
 
 using Words = std::vector<std::string>;
 
+TEST(AppActionCatalog, KnowsApplicationsByTheirDesktopIds) {
+    const std::pair<const char*, Words> cases[] = {
+        {"com.google.Chrome", {"New Window", "New Incognito Window"}},
+        {"google-chrome", {"New Window", "New Incognito Window"}},
+        {"org.chromium.Chromium", {"New Window", "New Incognito Window"}},
+        {"microsoft-edge", {"New Window", "New InPrivate Window"}},
+        {"firefox_firefox", {"New Window"}},
+        {"code", {"New Window", "Diff Two Files"}},
+        {"com.visualstudio.code", {"New Window", "Diff Two Files"}},
+        {"com.google.chrome", {}},
+        {"Code", {}},
+        {"", {}},
+    };
+    for (const auto& [id, titles] : cases) {
+        Words listed;
+        for (const AppLaunchAction& action : AppActionCatalog::actions(id))
+            listed.push_back(action.title);
+        EXPECT_EQ(listed, titles) << id;
+    }
+}
+
 TEST(LaunchArguments, SplitsAtWhiteSpaceOutsideQuotes) {
     struct Case {
         std::string text;

@@ -40,6 +40,15 @@ TEST(ExecLine, LeavesCodesOutWhenThereIsNothingToOpen) {
     EXPECT_EQ(expandExec("app --url=%u", {}), (Words{"app", "--url="}));
 }
 
+TEST(ExecLine, ForwardsNoOptionsAsFiles) {
+    const ExecFields fields{"", "", "", {"--diff", "a", "-n", "b"}, {"--diff", "file:a", "-n", "file:b"}};
+    EXPECT_EQ(expandExec("flatpak run --file-forwarding org.example @@ %F @@", fields),
+              (Words{"flatpak", "run", "--file-forwarding", "org.example", "--diff", "-n", "@@", "a", "b", "@@"}));
+    EXPECT_EQ(expandExec("flatpak run org.example @@u %u @@", fields),
+              (Words{"flatpak", "run", "org.example", "@@u", "--diff", "file:a", "-n", "file:b", "@@"}))
+        << "of addresses Flatpak forwards only those of files";
+}
+
 TEST(ExecLine, RefusesLinesThatNameNoProgram) {
     for (const char* const exec :
          {"", "   ", "\"unclosed", "%u", "%F app", "\"\" x", "%c", "#comment", "app\\", "%i", "app%f", "%%%u x"}) {
