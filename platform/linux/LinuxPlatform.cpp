@@ -72,7 +72,8 @@ struct LinuxPlatform::Services {
     LinuxTrash trash{disk.executor(), desktop.dataHome, desktop.home == accountHome()};
     std::unique_ptr<X11Session> x11 = connectX11();
     std::unique_ptr<WaylandClipboard> wayland = WaylandClipboard::connect({});
-    LinuxFrontmostApplication frontmost{pool.executor(), x11.get()};
+    std::shared_ptr<const LinuxApplicationBundles> applications = std::make_shared<LinuxApplicationBundles>(desktop);
+    LinuxFrontmostApplication frontmost{pool.executor(), x11.get(), applications};
     std::shared_ptr<const FileIcons> fileIcons = std::make_shared<const LinuxFileIcons>();
 };
 
@@ -109,7 +110,7 @@ Platform LinuxPlatform::platform(MainExecutor main, const Toolkit& toolkit) cons
         .power = own.power,
         .screenLock = own.screenLock,
         .trash = own.trash,
-        .applicationBundles = std::make_shared<LinuxApplicationBundles>(own.desktop),
+        .applicationBundles = own.applications,
         .fileScanner = std::make_shared<DiskFileScanner>(own.desktop.home),
         .makeFileEvents =
             [main](std::shared_ptr<IndexReading> index, std::vector<std::string> skipPrefixes) {

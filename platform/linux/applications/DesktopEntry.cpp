@@ -71,6 +71,7 @@ std::optional<DesktopEntry> DesktopEntry::parse(std::string_view contents, std::
     entry.tryExec = file.string(G_KEY_FILE_DESKTOP_KEY_TRY_EXEC);
     entry.path = file.string(G_KEY_FILE_DESKTOP_KEY_PATH);
     entry.icon = file.translated(G_KEY_FILE_DESKTOP_KEY_ICON, languages);
+    entry.startupWMClass = file.string(G_KEY_FILE_DESKTOP_KEY_STARTUP_WM_CLASS);
     entry.terminal = file.flag(G_KEY_FILE_DESKTOP_KEY_TERMINAL);
     entry.dbusActivatable = file.flag(G_KEY_FILE_DESKTOP_KEY_DBUS_ACTIVATABLE);
     entry.noDisplay = file.flag(G_KEY_FILE_DESKTOP_KEY_NO_DISPLAY);

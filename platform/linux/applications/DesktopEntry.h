@@ -11,10 +11,11 @@ namespace velmora {
 /// The part of a desktop entry that the program uses. Texts are valid UTF-8 in the user's language.
 struct DesktopEntry {
     std::string name;
-    std::string exec;     ///< the command line, field codes included
-    std::string tryExec;  ///< a program without which the entry counts for nothing
-    std::string path;     ///< the working directory to start in
-    std::string icon;     ///< a name of the icon theme or an absolute path
+    std::string exec;            ///< the command line, field codes included
+    std::string tryExec;         ///< a program without which the entry counts for nothing
+    std::string path;            ///< the working directory to start in
+    std::string icon;            ///< a name of the icon theme or an absolute path
+    std::string startupWMClass;  ///< what its windows say to belong to
     bool terminal = false;
     bool dbusActivatable = false;
     bool noDisplay = false;

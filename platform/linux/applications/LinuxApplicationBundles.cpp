@@ -2,14 +2,15 @@
 
 #include "platform/linux/applications/DesktopEntry.h"
 #include "platform/linux/applications/PropertyList.h"
+#include "platform/linux/applications/WindowClassIndex.h"
 
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <map>
 #include <mutex>
-#include <unordered_map>
 
 namespace velmora {
 namespace {
@@ -37,6 +38,7 @@ std::optional<Version> version(const std::string& path) {
 struct Description {
     std::optional<BundleInformation> information;
     std::string tryExec;
+    std::string windowClass;
 };
 
 Description describeBundle(const std::string& path) {
@@ -51,21 +53,7 @@ Description describeBundle(const std::string& path) {
     information.displayName = value(keys[0]);
     if (!information.displayName) information.displayName = value(keys[1]);
     information.identifier = value(keys[2]);
-    return {std::move(information), {}};
-}
-
-/// What is no application's entry has no identifier, so that it hides nothing but itself.
-Description describeEntry(const std::string& path, const DesktopEnvironment& environment) {
-    BundleInformation information;
-    auto entry = DesktopEntry::load(path, environment.languages);
-    if (!entry) {
-        information.hidden = true;
-        return {std::move(information), {}};
-    }
-    information.displayName = std::move(entry->name);
-    information.identifier.emplace();
-    information.hidden = !entry->isShown(environment.currentDesktops);
-    return {std::move(information), std::move(entry->tryExec)};
+    return {std::move(information), {}, {}};
 }
 
 /// "kde/viewer.desktop" below a root has the id "kde-viewer".
@@ -78,6 +66,20 @@ std::string desktopId(const std::string& path, const std::string& root) {
     return id;
 }
 
+/// What is no application's entry has no identifier, so that it hides nothing but itself.
+Description describeEntry(const std::string& path, const std::string& root, const DesktopEnvironment& environment) {
+    BundleInformation information;
+    auto entry = DesktopEntry::load(path, environment.languages);
+    if (!entry) {
+        information.hidden = true;
+        return {std::move(information), {}, {}};
+    }
+    information.displayName = std::move(entry->name);
+    information.identifier = desktopId(path, root);
+    information.hidden = !entry->isShown(environment.currentDesktops);
+    return {std::move(information), std::move(entry->tryExec), std::move(entry->startupWMClass)};
+}
+
 }  // namespace
 
 /// What was parsed, by path. Entries that a whole scan did not ask for are dropped at the start of the next but one.
@@ -85,7 +87,8 @@ class LinuxApplicationBundles::Cache {
   public:
     void beginScan() {
         const std::lock_guard lock(mutex_);
-        std::erase_if(entries_, [this](const auto& entry) { return entry.second.scan + 1 < scan_; });
+        if (std::erase_if(entries_, [this](const auto& entry) { return entry.second.scan + 1 < scan_; }) > 0)
+            windows_.reset();
         ++scan_;
     }
 
@@ -96,9 +99,20 @@ class LinuxApplicationBundles::Cache {
         if (entry.version != current) {
             entry.description = describe();
             entry.version = current;
+            windows_.reset();
         }
         entry.scan = scan_;
         return entry.description;
+    }
+
+    std::optional<std::string> findByWindow(const std::vector<std::string>& classes) {
+        const std::lock_guard lock(mutex_);
+        if (!windows_) {
+            windows_.emplace();
+            for (const bool hidden : {false, true})  // what only opens links, say, shares the class of the real one
+                addToWindows(hidden);
+        }
+        return windows_->find(classes);
     }
 
   private:
@@ -108,9 +122,18 @@ class LinuxApplicationBundles::Cache {
         std::uint64_t scan = 0;
     };
 
+    void addToWindows(bool hidden) {
+        for (const auto& [path, entry] : entries_) {
+            const auto& information = entry.description.information;
+            if (information && information->hidden == hidden)
+                windows_->add(information->identifier.value_or(""), entry.description.windowClass);
+        }
+    }
+
     std::mutex mutex_;
     std::uint64_t scan_ = 0;
-    std::unordered_map<std::string, Entry> entries_;
+    std::map<std::string, Entry> entries_;
+    std::optional<WindowClassIndex> windows_;  // none: to be made of the entries
 };
 
 LinuxApplicationBundles::LinuxApplicationBundles(DesktopEnvironment environment)
@@ -146,14 +169,15 @@ std::optional<BundleInformation> LinuxApplicationBundles::read(const std::string
     auto current = version(isEntry ? path : path + "/Contents/Info.plist");
     if (!current && !isEntry) current = version(path + "/Info.plist");
     if (!current) return std::nullopt;
-    Description found =
-        cache_->at(path, *current, [&] { return isEntry ? describeEntry(path, environment_) : describeBundle(path); });
+    Description found = cache_->at(
+        path, *current, [&] { return isEntry ? describeEntry(path, root, environment_) : describeBundle(path); });
     auto& information = found.information;
-    if (isEntry && information && information->identifier) {
-        information->identifier = desktopId(path, root);
-        if (!found.tryExec.empty() && !environment_.findProgram(found.tryExec)) information->hidden = true;
-    }
+    if (!found.tryExec.empty() && !environment_.findProgram(found.tryExec)) information->hidden = true;
     return std::move(information);
+}
+
+std::optional<std::string> LinuxApplicationBundles::findByWindow(const std::vector<std::string>& classes) const {
+    return cache_->findByWindow(classes);
 }
 
 }  // namespace velmora

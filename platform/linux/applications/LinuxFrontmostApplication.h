@@ -6,25 +6,23 @@
 
 namespace velmora {
 
+class LinuxApplicationBundles;
 class X11Session;
 
-/// The application of the active window: a desktop id, found by the window's class.
+/// The application of the active window, found by the window's class among the installed ones.
 ///
-/// `session` must outlive it; without one no window is known. Reads the desktop entries on the pool, again only when
-/// they are five minutes old.
+/// `session` must outlive it; without one no window is known.
 class LinuxFrontmostApplication final : public FrontmostApplication {
   public:
-    LinuxFrontmostApplication(const Executor& pool, X11Session* session);
-    ~LinuxFrontmostApplication() override;
+    LinuxFrontmostApplication(const Executor& pool, X11Session* session,
+                              std::shared_ptr<const LinuxApplicationBundles> applications);
 
     [[nodiscard]] Task<std::optional<std::string>> bundleIdentifier() override;
 
   private:
-    class Applications;
-
     Actor actor_;
     X11Session* session_;
-    std::shared_ptr<Applications> applications_;
+    std::shared_ptr<const LinuxApplicationBundles> applications_;
 };
 
 }  // namespace velmora

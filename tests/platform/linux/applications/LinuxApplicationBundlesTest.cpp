@@ -91,6 +91,23 @@ TEST_F(LinuxApplicationBundlesTest, ReadsDesktopEntries) {
     }
 }
 
+TEST_F(LinuxApplicationBundlesTest, KnowsTheApplicationsOfWindows) {
+    const LinuxApplicationBundles bundles(environment);
+    const auto read = [&](const std::string& id, const std::string& lines) {
+        static_cast<void>(
+            bundles.read(entry("share/applications/" + id + ".desktop", lines), folder.path() + "/share/applications"));
+    };
+    read("code-links", "Name=x\nNoDisplay=true\nStartupWMClass=Code\n");
+    read("code", "Name=x\nStartupWMClass=Code\n");
+    EXPECT_EQ(bundles.findByWindow({"code"}), "code") << "the one that is listed";
+    EXPECT_EQ(bundles.findByWindow({"viewer"}), std::nullopt);
+    read("org.example.Viewer", "Name=x\n");
+    EXPECT_EQ(bundles.findByWindow({"viewer"}), "org.example.Viewer");
+    for (int scan = 0; scan < 3; ++scan)
+        static_cast<void>(bundles.roots());
+    EXPECT_EQ(bundles.findByWindow({"viewer"}), std::nullopt) << "no scan has found it any more";
+}
+
 TEST_F(LinuxApplicationBundlesTest, FindsIcons) {
     const LinuxFileIcons icons;
     const auto ofEntry = [&](const std::string& icon) { return icons.find(entry("a.desktop", "Icon=" + icon + "\n")); };
