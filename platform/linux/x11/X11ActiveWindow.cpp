@@ -2,22 +2,16 @@
 
 #include <unistd.h>
 
-#include <cstring>
+#include <algorithm>
+#include <utility>
 
 namespace velmora {
 namespace {
 
 constexpr std::size_t maximumClassBytes = 1024;
 
-/// The number that a property holds; nothing when it holds none.
-std::optional<std::uint32_t> numberIn(const xcb_get_property_reply_t* reply) {
-    if (!reply || reply->format != 32 || reply->value_len == 0) return std::nullopt;
-    std::uint32_t number = 0;
-    std::memcpy(&number, xcb_get_property_value(reply), sizeof(number));
-    return number;
-}
-
-/// The class and the instance out of WM_CLASS, which is the instance, a NUL, the class and a NUL.
+/// The class and the instance out of WM_CLASS, which is the instance, a NUL, the class and a NUL. Of a property that
+/// lacks the NULs, as any program may set one, libxcb-icccm hands out text beyond its end.
 std::vector<std::string> classesIn(const xcb_get_property_reply_t* reply) {
     if (!reply || reply->format != 8) return {};
     const std::string_view bytes(static_cast<const char*>(xcb_get_property_value(reply)),
@@ -34,18 +28,23 @@ std::vector<std::string> classesIn(const xcb_get_property_reply_t* reply) {
 }  // namespace
 
 X11ActiveWindow::X11ActiveWindow(X11Connection& connection) : connection_(connection) {
-    const auto atoms = connection_.atoms({"_NET_ACTIVE_WINDOW", "_NET_WM_PID"});
-    activeWindow_ = atoms[0];
-    processId_ = atoms[1];
+    // The library takes no connection that has broken.
+    if (!connection_.isHealthy()) return;
+    xcb_intern_atom_cookie_t* const atoms = xcb_ewmh_init_atoms(connection_.get(), &ewmh_);
+    if (xcb_ewmh_init_atoms_replies(&ewmh_, atoms, nullptr) == 0) return;
     const std::uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_change_window_attributes(connection_.get(), connection_.root(), XCB_CW_EVENT_MASK, &events);
     look();
 }
 
+X11ActiveWindow::~X11ActiveWindow() {
+    xcb_ewmh_connection_wipe(&ewmh_);
+}
+
 void X11ActiveWindow::handle(const xcb_generic_event_t& event) {
     if (kindOf(event) != XCB_PROPERTY_NOTIFY) return;
     const auto change = eventAs<xcb_property_notify_event_t>(event);
-    if (change.window == connection_.root() && change.atom == activeWindow_) look();
+    if (change.window == connection_.root() && change.atom == ewmh_._NET_ACTIVE_WINDOW) look();
 }
 
 std::vector<std::string> X11ActiveWindow::classes() const {
@@ -53,13 +52,15 @@ std::vector<std::string> X11ActiveWindow::classes() const {
 }
 
 void X11ActiveWindow::look() {
-    const auto active = connection_.property(connection_.root(), activeWindow_, XCB_ATOM_WINDOW, sizeof(xcb_window_t));
-    const xcb_window_t window = numberIn(active.get()).value_or(XCB_NONE);
+    xcb_window_t window = XCB_NONE;
+    const auto active = xcb_ewmh_get_active_window(&ewmh_, connection_.screen());
+    xcb_ewmh_get_active_window_reply(&ewmh_, active, &window, nullptr);
     // Between two windows there is often none for a moment.
     isAny_ = window != XCB_NONE;
     if (!isAny_) return;
-    const auto process = connection_.property(window, processId_, XCB_ATOM_CARDINAL, sizeof(std::uint32_t));
-    if (numberIn(process.get()) == static_cast<std::uint32_t>(getpid())) return;
+    std::uint32_t process = 0;
+    xcb_ewmh_get_wm_pid_reply(&ewmh_, xcb_ewmh_get_wm_pid(&ewmh_, window), &process, nullptr);
+    if (std::cmp_equal(process, getpid())) return;
     const auto names = connection_.property(window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, maximumClassBytes);
     classes_ = classesIn(names.get());
 }

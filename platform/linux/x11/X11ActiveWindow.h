@@ -2,6 +2,8 @@
 
 #include "platform/linux/x11/X11Connection.h"
 
+#include <xcb/xcb_ewmh.h>
+
 #include <vector>
 
 namespace velmora {
@@ -13,6 +15,9 @@ namespace velmora {
 class X11ActiveWindow {
   public:
     explicit X11ActiveWindow(X11Connection& connection);
+    ~X11ActiveWindow();
+    X11ActiveWindow(const X11ActiveWindow&) = delete;
+    X11ActiveWindow& operator=(const X11ActiveWindow&) = delete;
 
     /// To be called with every event of the connection.
     void handle(const xcb_generic_event_t& event);
@@ -24,8 +29,7 @@ class X11ActiveWindow {
     void look();
 
     X11Connection& connection_;
-    xcb_atom_t activeWindow_ = XCB_NONE;
-    xcb_atom_t processId_ = XCB_NONE;
+    xcb_ewmh_connection_t ewmh_{};
     bool isAny_ = false;                // whether any window is active, one of our own included
     std::vector<std::string> classes_;  // of the last that was not our own
 };

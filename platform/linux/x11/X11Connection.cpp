@@ -15,11 +15,11 @@ constexpr auto slice = 50ms;
 }  // namespace
 
 X11Connection::X11Connection(const std::string& display) {
-    int screen = 0;
-    connection_ = xcb_connect(display.empty() ? nullptr : display.c_str(), &screen);
+    connection_ = xcb_connect(display.empty() ? nullptr : display.c_str(), &screen_);
     if (!isHealthy()) return;
     auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection_));
-    for (; screen > 0 && screens.rem > 1; --screen)
+    screen_ = std::clamp(screen_, 0, screens.rem - 1);
+    for (int i = 0; i < screen_; ++i)
         xcb_screen_next(&screens);
     root_ = screens.data->root;
 }

@@ -55,6 +55,7 @@ class X11Connection {
 
     [[nodiscard]] bool isHealthy() const;
     [[nodiscard]] xcb_connection_t* get() const { return connection_; }
+    [[nodiscard]] int screen() const { return screen_; }
     [[nodiscard]] xcb_window_t root() const { return root_; }
     [[nodiscard]] int descriptor() const;
 
@@ -78,6 +79,7 @@ class X11Connection {
     [[nodiscard]] Event poll();
 
     xcb_connection_t* connection_;
+    int screen_ = 0;  // the number of the one that the display's name chooses
     xcb_window_t root_ = XCB_NONE;
 };
 
