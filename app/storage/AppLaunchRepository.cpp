@@ -1,6 +1,18 @@
 #include "app/storage/AppLaunchRepository.h"
 
+#include "core/json/JSONRecord.h"
+
 namespace velmora {
+
+JSONValue AppLaunchRecord::toJSON() const {
+    return JSONValue::Object{
+        {"appPath", appPath}, {"arguments", arguments}, {"count", count}, {"lastUsed", secondsSince1970(lastUsed)}};
+}
+
+AppLaunchRecord AppLaunchRecord::fromJSON(const JSONValue& value) {
+    return {decodeMember<std::string>(value, "appPath"), decodeMember<std::string>(value, "arguments"),
+            decodeMember<std::int64_t>(value, "count"), timeFromSeconds(decodeMember<double>(value, "lastUsed"))};
+}
 
 Task<> AppLaunchRepository::record(std::string appPath, std::string arguments) const {
     static constexpr auto sql =

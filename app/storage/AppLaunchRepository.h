@@ -2,6 +2,7 @@
 
 #include "app/storage/sqlite/Database.h"
 #include "core/async/Clock.h"
+#include "core/json/JSONValue.h"
 
 #include <cstdint>
 #include <memory>
@@ -19,6 +20,12 @@ struct AppLaunchRecord {
     TimePoint lastUsed;
 
     bool operator==(const AppLaunchRecord&) const = default;
+
+    /// An object with the fields' names; times as seconds since 1970.
+    [[nodiscard]] JSONValue toJSON() const;
+
+    /// Fails with `JSONError`.
+    static AppLaunchRecord fromJSON(const JSONValue& value);
 };
 
 /// The argument texts that applications were launched with.

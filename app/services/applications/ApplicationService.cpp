@@ -6,6 +6,7 @@
 #include "core/AppError.h"
 #include "core/Assert.h"
 #include "core/commands/SearchRanker.h"
+#include "core/json/JSONRecord.h"
 #include "core/text/Text.h"
 #include "platform/ApplicationBundles.h"
 
@@ -50,6 +51,15 @@ ResultPointer makeResult(const ApplicationRecord& record, const std::weak_ptr<Ap
 }
 
 }  // namespace
+
+JSONValue ApplicationRecord::toJSON() const {
+    return JSONValue::Object{{"name", name}, {"bundleIdentifier", bundleIdentifier}, {"path", path}};
+}
+
+ApplicationRecord ApplicationRecord::fromJSON(const JSONValue& value) {
+    return {decodeMember<std::string>(value, "name"), decodeMember<std::string>(value, "bundleIdentifier"),
+            decodeMember<std::string>(value, "path")};
+}
 
 ApplicationCommand::ApplicationCommand(ApplicationRecord record, const std::weak_ptr<ApplicationService>& service)
     : record_(std::move(record)), result_(makeResult(record_, service)) {}

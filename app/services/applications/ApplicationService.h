@@ -3,6 +3,7 @@
 #include "core/async/Clock.h"
 #include "core/async/Signal.h"
 #include "core/commands/Commands.h"
+#include "core/json/JSONValue.h"
 #include "platform/Workspace.h"
 
 #include <memory>
@@ -19,6 +20,12 @@ struct ApplicationRecord {
     std::string path;              ///< absolute; the bytes the file system has
 
     bool operator==(const ApplicationRecord&) const = default;
+
+    /// An object with the fields' names.
+    [[nodiscard]] JSONValue toJSON() const;
+
+    /// Fails with `JSONError`.
+    static ApplicationRecord fromJSON(const JSONValue& value);
 };
 
 /// A scanner for installed applications.
