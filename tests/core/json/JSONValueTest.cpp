@@ -19,21 +19,16 @@ TEST(JSONValue, ReadsEveryCase) {
         std::string text;
         JSONValue value;
     } cases[] = {
-        {"null", nullptr},
         {" \t\r\n true \n", true},
-        {"1", 1},
         {"1.0", 1},
         {"-0", 0},
         {"18446744073709551615", 18446744073709551615.0},
-        {"123456789012345678901234567890", 123456789012345678901234567890.0},
         // Halfway cases, which a conversion that is not exact gets wrong.
         {"9007199254740993.0", 9007199254740992.0},
         {"2.2250738585072011e-308", 2.2250738585072011e-308},
         {"1.7976931348623157e308", 1.7976931348623157e308},
         {"0.1e-400", 0},
         {R"("a\"\\\/\b\f\n\r\té\ud83d\ude42\u0000z")", "a\"\\/\b\f\n\r\té🙂\0z"s},
-        {"[]", Array{}},
-        {"{}", Object{}},
         {R"({"list":[1,"two",null,{"no":false}]})", Object{{"list", Array{1, "two", nullptr, Object{{"no", false}}}}}},
         {R"({"twice":1,"":2,"twice":[3]})", Object{{"", 2}, {"twice", Array{3}}}},
     };
@@ -46,45 +41,13 @@ TEST(JSONValue, ReadsEveryCase) {
 
 TEST(JSONValue, RefusesWhatIsNotOneJSONText) {
     using namespace std::string_literals;
-    const std::string cases[] = {
-        "",
-        "nul",
-        "1 2",
-        "[1,]",
-        "{",
-        "'a'",
-        "\"a\nb\"",
-        "01",
-        "NaN",
-        "Infinity",
-        "1e400",
-        "-1e400",
-        "[1e99999999999999999999]",
-        "// c\n1",
-        "\"\xff\"",
-        "\"\xc0\xaf\"",
-        "\"\xed\xa0\x80\"",
-        "{\"\xf0\x9f\":1}",
-        R"("\ud83d")",
-        R"("\ud83dx")",
-        "\xef\xbb\xbf{}",
-        "1\0"s,
-        "\0"s,
-    };
-    for (const std::string& text : cases)
+    for (const std::string& text :
+         {""s, "{"s, "1 2"s, "NaN"s, "1e400"s, "[1e99999999999999999999]"s, "// c\n1"s, "\"\xff\""s, "1\0"s})
         EXPECT_THROW(JSONValue::parse(text), JSONError) << text;
 }
 
 TEST(JSONValue, BoundsWhatItReads) {
-    const auto nested = [](std::size_t depth, const std::string& open, const std::string& close) {
-        std::string text;
-        for (std::size_t i = 0; i < depth; ++i)
-            text += open;
-        text += "1";
-        for (std::size_t i = 0; i < depth; ++i)
-            text += close;
-        return text;
-    };
+    const auto nested = [](std::size_t depth) { return std::string(depth, '[') + "1" + std::string(depth, ']'); };
     const auto accepts = [](const std::string& text, std::size_t bytes = JSONValue::defaultMaximumBytes) {
         try {
             JSONValue::parse(text, bytes);
@@ -93,9 +56,9 @@ TEST(JSONValue, BoundsWhatItReads) {
             return false;
         }
     };
-    EXPECT_TRUE(accepts(nested(JSONValue::maximumDepth, "[", "]")));
-    EXPECT_FALSE(accepts(nested(JSONValue::maximumDepth + 1, "[", "]")));
-    EXPECT_FALSE(accepts(nested(JSONValue::maximumDepth + 1, "{\"a\":", "}")));
+    EXPECT_TRUE(accepts(nested(JSONValue::maximumDepth)));
+    EXPECT_FALSE(accepts(nested(JSONValue::maximumDepth + 1)));
+    EXPECT_FALSE(accepts("{\"a\":" + nested(JSONValue::maximumDepth) + "}"));
     EXPECT_FALSE(accepts(std::string(1'000'000, '[')));
     EXPECT_TRUE(accepts("[1,2]", 5));
     EXPECT_FALSE(accepts("[1,2]", 4));
@@ -113,8 +76,6 @@ TEST(JSONValue, WritesCompactTextThatReadsBack) {
         std::string text;
     } cases[] = {
         {20.0, "20"},
-        {-3, "-3"},
-        {0.5, "0.5"},
         {1e15, "1000000000000000"},
         {std::int64_t{1} << 62, "4611686018427387904"},
         {1e22, "1e+22"},

@@ -25,12 +25,6 @@ TEST(Text, TrimsWhiteSpaceOfEveryKind) {
     EXPECT_EQ(text::trimmed("\xFF "), "\xFF");
 }
 
-TEST(Text, SplitsWordsAtSpacesOnly) {
-    EXPECT_EQ(text::lowercasedWords("  Große ÉCOLE\tStraße  x "),
-              (std::vector<std::string>{"große", "école\tstraße", "x"}));
-    EXPECT_TRUE(text::lowercasedWords("  ").empty());
-}
-
 TEST(Text, OrdersNamesAsListsDo) {
     std::vector<std::string> names = {"App 10", "zoo", "App 9", "app 1", "Éclair", "Eclipse"};
     std::sort(names.begin(), names.end(), [](const auto& a, const auto& b) { return text::compareStandard(a, b) < 0; });

