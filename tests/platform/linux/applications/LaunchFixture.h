@@ -49,16 +49,13 @@ class LaunchFixture : public testing::Test {
     Report report(const std::string& program) {
         loop.until([&] { return std::filesystem::exists(program + ".report"); });
         std::ifstream file(program + ".report", std::ios::binary);
-        std::vector<std::string> lines;
-        for (std::string line; std::getline(file, line, '\0');)
-            lines.push_back(line);
-        return {lines.at(0),
-                lines.at(1),
-                lines.at(2),
-                lines.at(3),
-                lines.at(4),
-                lines.at(5),
-                std::vector<std::string>(lines.begin() + 6, lines.end())};
+        Report seen;
+        for (std::string* const line :
+             {&seen.directory, &seen.descriptors, &seen.session, &seen.parent, &seen.signals, &seen.token})
+            std::getline(file, *line, '\0');
+        for (std::string argument; std::getline(file, argument, '\0');)
+            seen.arguments.push_back(argument);
+        return seen;
     }
 
     Report launched(const std::string& path, const std::vector<std::string>& arguments = {}) {
