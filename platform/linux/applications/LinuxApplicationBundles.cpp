@@ -108,9 +108,9 @@ class LinuxApplicationBundles::Cache {
     std::optional<std::string> findByWindow(const std::vector<std::string>& classes) {
         const std::lock_guard lock(mutex_);
         if (!windows_) {
-            windows_.emplace();
+            WindowClassIndex& made = windows_.emplace();
             for (const bool hidden : {false, true})  // what only opens links, say, shares the class of the real one
-                addToWindows(hidden);
+                addTo(made, hidden);
         }
         return windows_->find(classes);
     }
@@ -122,11 +122,11 @@ class LinuxApplicationBundles::Cache {
         std::uint64_t scan = 0;
     };
 
-    void addToWindows(bool hidden) {
+    void addTo(WindowClassIndex& windows, bool hidden) const {
         for (const auto& [path, entry] : entries_) {
             const auto& information = entry.description.information;
             if (information && information->hidden == hidden)
-                windows_->add(information->identifier.value_or(""), entry.description.windowClass);
+                windows.add(information->identifier.value_or(""), entry.description.windowClass);
         }
     }
 
@@ -172,7 +172,7 @@ std::optional<BundleInformation> LinuxApplicationBundles::read(const std::string
     Description found = cache_->at(
         path, *current, [&] { return isEntry ? describeEntry(path, root, environment_) : describeBundle(path); });
     auto& information = found.information;
-    if (!found.tryExec.empty() && !environment_.findProgram(found.tryExec)) information->hidden = true;
+    if (information && !found.tryExec.empty() && !environment_.findProgram(found.tryExec)) information->hidden = true;
     return std::move(information);
 }
 

@@ -55,7 +55,9 @@ FileIcon iconOfBundle(const std::string& path) {
     const std::string name = strings && !strings->empty() ? strings->begin()->second : "";
     if (name.empty() || name.find('/') != std::string::npos) return {};
     for (const char* const ending : {"", ".icns", ".png", ".svg"}) {
-        auto image = readBoundedFile(path + "/Contents/Resources/" + name + ending, maximumImageBytes);
+        std::string file = path;
+        file.append("/Contents/Resources/").append(name).append(ending);
+        auto image = readBoundedFile(file, maximumImageBytes);
         if (image) return {{}, std::move(*image)};
     }
     return {};

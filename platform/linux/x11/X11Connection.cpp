@@ -54,10 +54,7 @@ XcbPointer<xcb_get_property_reply_t> X11Connection::property(xcb_window_t window
                                                              std::size_t maximumBytes) const {
     const auto words = static_cast<std::uint32_t>(maximumBytes / 4 + 1);
     const auto cookie = xcb_get_property(connection_, 0, window, name, type, 0, words);
-    xcb_generic_error_t* error = nullptr;
-    auto reply = xcbOwned(xcb_get_property_reply(connection_, cookie, &error));
-    std::free(error);
-    return reply;
+    return xcbOwned(xcb_get_property_reply(connection_, cookie, nullptr));
 }
 
 X11Connection::Event X11Connection::poll() {
