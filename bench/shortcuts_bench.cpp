@@ -47,10 +47,9 @@ double longestPiece(const std::string& tool, const std::string& home, std::size_
     WorkerPool pool(3);
     SystemClock clock;
     LinuxChildProcesses processes(pool.executor(), home);
-    const auto service =
-        std::make_shared<ShortcutsService>(loop.get_executor(), clock,
-                                           std::make_shared<ShortcutsCLI>(loop.get_executor(), pool.executor(), clock,
-                                                                          processes, std::vector<std::string>{tool}));
+    const auto service = std::make_shared<ShortcutsService>(
+        loop.get_executor(), clock,
+        std::make_shared<ShortcutsCLI>(pool.executor(), clock, processes, std::vector<std::string>{tool}));
     CommandRegistry registry;
     bool listed = false;
     service->onUpdate = [&] {

@@ -60,7 +60,7 @@ AppServices::AppServices(Platform given, std::shared_ptr<Database> opened)
       fileIndex(makeFileIndex(platform, database)),
       shortcuts(std::make_shared<ShortcutsService>(
           platform.main, platform.clock,
-          std::make_shared<ShortcutsCLI>(platform.main, platform.pool, platform.clock, platform.childProcesses,
+          std::make_shared<ShortcutsCLI>(platform.pool, platform.clock, platform.childProcesses,
                                          platform.shortcutsTools))),
       clipboard(std::make_shared<ClipboardService>(platform.main, platform.pool, platform.clock, platform.pasteboard,
                                                    platform.frontmost, ClipboardRepository(database, platform.clock))),

@@ -1,5 +1,7 @@
 #include "core/async/Async.h"
 
+#include "core/async/Suspend.h"
+
 #include <atomic>
 #include <boost/asio/associated_cancellation_slot.hpp>
 #include <boost/asio/cancellation_signal.hpp>

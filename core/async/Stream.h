@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/async/Async.h"
+#include "core/async/Suspend.h"
 
 #include <cstddef>
 #include <deque>

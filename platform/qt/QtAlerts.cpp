@@ -1,6 +1,7 @@
 #include "platform/qt/QtAlerts.h"
 
 #include "core/Assert.h"
+#include "core/async/Completion.h"
 
 #include <QApplication>
 #include <QTimer>
@@ -22,13 +23,12 @@ struct QtAlerts::Question {
     AlertDialog::Kind kind;
     QString title;
     QString detail;
-    AlertDialog::Answer answer = AlertDialog::Answer::dismissed;
-    std::shared_ptr<detail::Waiter> waiter;
+    Completion<AlertDialog::Answer> answer;
 };
 
 QtAlerts::~QtAlerts() {
     for (const auto& question : std::exchange(questions_, {}))
-        question->waiter->resume();
+        question->answer.fulfil(AlertDialog::Answer::dismissed);
     if (!dialog_) return;
     dialog_->onAnswer = nullptr;
     dialog_->setParent(nullptr);
@@ -47,20 +47,18 @@ Task<> QtAlerts::showFailure(std::string title, std::string detail) {
 Task<AlertDialog::Answer> QtAlerts::ask(AlertDialog::Kind kind, std::string title, std::string detail) {
     VELMORA_ASSERT_MAIN();
     co_await throwIfCancelled();
-    const auto question = std::make_shared<Question>(
-        Question{kind, QString::fromStdString(title), QString::fromStdString(detail), {}, nullptr});
-    const std::function<void(std::shared_ptr<detail::Waiter>)> park = [&](std::shared_ptr<detail::Waiter> waiter) {
-        question->waiter = std::move(waiter);
+    std::weak_ptr<Question> asked;
+    const auto open = [&](const Completion<AlertDialog::Answer>& answer) {
+        const auto question = std::make_shared<Question>(
+            Question{kind, QString::fromStdString(title), QString::fromStdString(detail), answer});
+        asked = question;
         questions_.push_back(question);
         if (questions_.size() == 1) showNext();
     };
-    const std::function<void(detail::Waiter&)> stop = [this, question](detail::Waiter& waiter) {
-        withdraw(question);
-        waiter.resume();
-    };
-    co_await detail::suspend(park, stop);
+    const auto takeAway = [&] { withdraw(asked.lock()); };
+    const auto answer = co_await Completion<AlertDialog::Answer>::await(open, takeAway);
     co_await throwIfCancelled();
-    co_return question->answer;
+    co_return answer;
 }
 
 void QtAlerts::showNext() {
@@ -79,8 +77,7 @@ void QtAlerts::showNext() {
 void QtAlerts::end(AlertDialog::Answer answer) {
     const auto question = questions_.front();
     questions_.pop_front();
-    question->answer = answer;
-    question->waiter->resume();
+    question->answer.fulfil(answer);
     closeDialog();
 }
 
@@ -104,6 +101,7 @@ void QtAlerts::withdraw(const std::shared_ptr<Question>& question) {
     if (place == questions_.end()) return;
     const bool shown = place == questions_.begin();
     questions_.erase(place);
+    question->answer.fulfil(AlertDialog::Answer::dismissed);
     if (shown) closeDialog();
 }
 

@@ -1,6 +1,7 @@
 #include "platform/qt/QtFolderPanel.h"
 
 #include "core/Assert.h"
+#include "core/async/Completion.h"
 
 #include <QApplication>
 #include <QFile>
@@ -38,7 +39,7 @@ Task<std::optional<std::string>> QtFolderPanel::chooseFolder(FolderPanelRequest 
     co_await throwIfCancelled();
     const auto chosen = std::make_shared<std::optional<std::string>>();
     QPointer<QFileDialog> panel;
-    const std::function<void(std::shared_ptr<detail::Waiter>)> park = [&](std::shared_ptr<detail::Waiter> waiter) {
+    const auto open = [&](const Completion<>& closed) {
         panel = makePanel(request);
         QObject::connect(panel, &QFileDialog::finished, panel, [chosen, raw = panel.data()](int result) {
             const QStringList paths = raw->selectedFiles();
@@ -46,15 +47,15 @@ Task<std::optional<std::string>> QtFolderPanel::chooseFolder(FolderPanelRequest 
                 *chosen = QFile::encodeName(paths.front()).toStdString();
         });
         // Whichever way it goes, its parent taking it along included.
-        QObject::connect(panel, &QObject::destroyed, [waiter = std::move(waiter)] { waiter->resume(); });
+        QObject::connect(panel, &QObject::destroyed, [closed] { closed.fulfil(); });
         panel->open();
         panel->raise();
         panel->activateWindow();
     };
-    const std::function<void(detail::Waiter&)> withdraw = [&panel](detail::Waiter&) {
+    const auto close = [&panel] {
         if (panel) panel->close();
     };
-    co_await detail::suspend(park, withdraw);
+    co_await Completion<>::await(open, close);
     co_await throwIfCancelled();
     co_return *chosen;
 }

@@ -1,6 +1,7 @@
 #include "platform/qt/QtPopUpMenu.h"
 
 #include "core/Assert.h"
+#include "core/async/Completion.h"
 
 #include <QApplication>
 #include <QCursor>
@@ -22,20 +23,20 @@ Task<std::optional<std::size_t>> QtPopUpMenu::choose(std::vector<std::string> ti
     co_await throwIfCancelled();
     const auto chosen = std::make_shared<std::optional<std::size_t>>();
     QPointer<QMenu> menu;
-    const std::function<void(std::shared_ptr<detail::Waiter>)> park = [&](std::shared_ptr<detail::Waiter> waiter) {
+    const auto open = [&](const Completion<>& closed) {
         menu = new QMenu(QApplication::activeWindow());
         menu->setAttribute(Qt::WA_DeleteOnClose);
         for (std::size_t i = 0; i < titles.size(); ++i) {
             menu->addAction(plain(titles[i]), menu, [chosen, i] { *chosen = i; });
         }
         // Destroyed after it has closed and its action was told of.
-        QObject::connect(menu, &QObject::destroyed, [waiter = std::move(waiter)] { waiter->resume(); });
+        QObject::connect(menu, &QObject::destroyed, [closed] { closed.fulfil(); });
         menu->popup(QCursor::pos());
     };
-    const std::function<void(detail::Waiter&)> withdraw = [&menu](detail::Waiter&) {
+    const auto close = [&menu] {
         if (menu) menu->close();
     };
-    co_await detail::suspend(park, withdraw);
+    co_await Completion<>::await(open, close);
     co_await throwIfCancelled();
     co_return *chosen;
 }

@@ -20,7 +20,9 @@ class FakeChildProcesses final : public ChildProcesses {
     [[nodiscard]] Task<std::shared_ptr<ChildProcess>> start(ChildProcessRequest request) override {
         requests.push_back(request);
         if (fails) throw std::runtime_error("no such program");
-        co_return std::make_shared<Child>(*this);
+        const auto child = std::make_shared<Child>(*this);
+        co_await child->say(result.output);
+        co_return child;
     }
 
     /// Executable and arguments of the last program, separated by blanks.
@@ -32,11 +34,12 @@ class FakeChildProcesses final : public ChildProcesses {
     }
 
     bool fails = false;
-    ChildProcessEnding ending;
+    ChildProcessResult result;
     std::chrono::milliseconds duration{0};
+    bool vanishes = false;  ///< nobody will ever know how it ended
     bool ignoresTermination = false;
     /// Programs that were terminated, ignored it, and wait to be let go.
-    std::vector<std::shared_ptr<detail::Waiter>> dying;
+    std::vector<Completion<>> dying;
     int terminated = 0;
     std::vector<ChildProcessRequest> requests;
 
@@ -45,33 +48,32 @@ class FakeChildProcesses final : public ChildProcesses {
       public:
         explicit Child(FakeChildProcesses& owner) : owner_(owner) {}
 
-        [[nodiscard]] Task<ChildProcessEnding> ending() override {
-            std::exception_ptr failure;
-            try {
-                if (owner_.duration.count() > 0) co_await owner_.clock_.sleep(owner_.duration);
-            } catch (...) {
-                failure = std::current_exception();
-                terminate();
-            }
-            if (failure && owner_.ignoresTermination) co_await lastBreath();
-            if (failure) std::rethrow_exception(failure);
-            co_return owner_.ending;
+        [[nodiscard]] Task<> say(std::string output) {
+            co_await output_.second.write(std::move(output));
+            output_.second.finish();
         }
 
-        void terminate() override {
+        [[nodiscard]] Task<> write(std::string) override { co_return; }
+        void closeInput() override {}
+        [[nodiscard]] Stream<std::string>& output() override { return output_.first; }
+        [[nodiscard]] Stream<std::string>& errors() override { return output_.first; }
+
+        [[nodiscard]] Task<ChildProcessEnd> finished() override {
+            if (owner_.vanishes) throw Cancelled{};
+            if (!terminated_ && owner_.duration.count() > 0) co_await owner_.clock_.sleep(owner_.duration);
+            const auto hold = [this](const Completion<>& gone) { owner_.dying.push_back(gone); };
+            const auto ignore = [] {};
+            if (terminated_ && owner_.ignoresTermination) co_await Completion<>::await(hold, ignore);
+            co_return owner_.result.end;
+        }
+
+        void terminate(std::chrono::milliseconds) override {
             if (!std::exchange(terminated_, true)) ++owner_.terminated;
         }
 
       private:
-        /// The wait of a cancelled caller for a program that is slow to go.
-        [[nodiscard]] Task<> lastBreath() {
-            const std::function<void(std::shared_ptr<detail::Waiter>)> park =
-                [&](std::shared_ptr<detail::Waiter> waiter) { owner_.dying.push_back(std::move(waiter)); };
-            const std::function<void(detail::Waiter&)> ignore = [](detail::Waiter&) {};
-            co_await detail::suspend(park, ignore);
-        }
-
         FakeChildProcesses& owner_;
+        std::pair<Stream<std::string>, StreamWriter<std::string>> output_ = makeStream<std::string>(1);
         bool terminated_ = false;
     };
 

@@ -66,10 +66,9 @@ class FakeSource final : public ResultSource {
         searches.push_back(query + (directory ? "@" + *directory : ""));
         // An answer that is already on its way does not notice that nobody wants it any more.
         if (ignoresCancellation) {
-            const std::function<void(std::shared_ptr<detail::Waiter>)> park =
-                [&](std::shared_ptr<detail::Waiter> waiter) { late.push_back(std::move(waiter)); };
-            const std::function<void(detail::Waiter&)> ignore = [](detail::Waiter&) {};
-            co_await detail::suspend(park, ignore);
+            const auto hold = [this](const Completion<>& answer) { late.push_back(answer); };
+            const auto ignore = [] {};
+            co_await Completion<>::await(hold, ignore);
         }
         if (fails) throw std::runtime_error("the disk is on fire");
         CommandResult result;
@@ -87,7 +86,7 @@ class FakeSource final : public ResultSource {
     std::size_t count = 1;
     bool fails = false;
     bool ignoresCancellation = false;
-    std::vector<std::shared_ptr<detail::Waiter>> late;
+    std::vector<Completion<>> late;
     std::vector<std::string> searches;
 };
 

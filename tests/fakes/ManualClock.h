@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/async/Clock.h"
+#include "core/async/Completion.h"
 
 #include <algorithm>
 #include <memory>
@@ -19,11 +20,11 @@ class ManualClock final : public Clock {
 
     [[nodiscard]] Task<> sleep(std::chrono::nanoseconds duration) override {
         co_await throwIfCancelled();
-        const std::function<void(std::shared_ptr<detail::Waiter>)> park = [&](std::shared_ptr<detail::Waiter> waiter) {
+        const auto lieDown = [&](const Completion<>& awake) {
             const std::lock_guard lock(mutex_);
-            sleepers_.push_back({now_ + duration, std::move(waiter)});
+            sleepers_.push_back({now_ + duration, awake});
         };
-        co_await detail::suspend(park);
+        co_await Completion<>::await(lieDown);
         co_await throwIfCancelled();
     }
 
@@ -32,7 +33,7 @@ class ManualClock final : public Clock {
         now_ += duration;
         std::erase_if(sleepers_, [this](const Sleeper& sleeper) {
             if (sleeper.due > now_) return false;
-            sleeper.waiter->resume();
+            sleeper.awake.fulfil();
             return true;
         });
     }
@@ -46,7 +47,7 @@ class ManualClock final : public Clock {
   private:
     struct Sleeper {
         TimePoint due;
-        std::shared_ptr<detail::Waiter> waiter;
+        Completion<> awake;
     };
 
     mutable std::mutex mutex_;

@@ -46,7 +46,7 @@ class ShortcutsToolTest : public testing::Test {
     template <class Work>
     Texts attempt(Work work, const std::string& tool = VELMORA_SHORTCUTS_TOOL) {
         LinuxChildProcesses processes(pool.executor(), folder.path());
-        ShortcutsCLI cli(loop.executor(), pool.executor(), clock, processes, {folder.path() + "/missing", tool});
+        ShortcutsCLI cli(pool.executor(), clock, processes, {folder.path() + "/missing", tool});
         try {
             return loop.run([&]() -> Task<Texts> { co_return co_await work(cli); });
         } catch (const AppError& error) {

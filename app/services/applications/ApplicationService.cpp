@@ -82,7 +82,7 @@ ApplicationService::~ApplicationService() {
 }
 
 void ApplicationService::stop() {
-    watcher_.cancel();
+    watcher_.stop();
     refreshTask_.cancel();
 }
 
@@ -132,15 +132,12 @@ void ApplicationService::publish(std::vector<ApplicationRecord> records) {
 
 void ApplicationService::startMonitoring() {
     VELMORA_ASSERT_MAIN();
-    if (!watcher_.done()) return;
-    watcher_ = spawn(main_, [weak = weak_from_this(), &clock = clock_]() -> Task<> {
-        for (;;) {
-            co_await clock.sleep(rescanInterval);
-            TaskHandle running;
-            if (const auto self = weak.lock()) running = self->startRefresh();
-            co_await running.finished();
-        }
-    });
+    const auto rescan = [](std::shared_ptr<ApplicationService> self) -> Task<> {
+        const TaskHandle running = self->startRefresh();
+        self.reset();  // it may go while its scan is waited for
+        co_await running.finished();
+    };
+    watcher_.start<ApplicationService>(main_, clock_, rescanInterval, weak_from_this(), rescan);
 }
 
 std::vector<ApplicationRecord> ApplicationService::search(std::string_view query) const {

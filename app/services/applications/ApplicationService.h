@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/async/Clock.h"
+#include "core/async/Repeater.h"
 #include "core/async/Signal.h"
 #include "core/commands/Commands.h"
 #include "core/json/JSONValue.h"
@@ -117,7 +118,7 @@ class ApplicationService final : public std::enable_shared_from_this<Application
     std::shared_ptr<const ApplicationBundles> bundles_;
     std::string home_;
     TaskHandle refreshTask_;
-    TaskHandle watcher_;
+    Repeater watcher_;
     TimePoint lastRefresh_ = TimePoint::min();
     std::vector<ApplicationRecord> applications_;
     std::vector<CommandPointer> commands_;

@@ -54,26 +54,17 @@ ClipboardService::ClipboardService(MainExecutor main, const Executor& pool, Cloc
       repository_(std::move(repository)),
       lastCount_(pasteboard.changeCount()) {}
 
-ClipboardService::~ClipboardService() {
-    watcher_.cancel();
-}
+ClipboardService::~ClipboardService() = default;
 
 void ClipboardService::start() {
     VELMORA_ASSERT_MAIN();
-    if (!watcher_.done()) return;
-    watcher_ = spawn(main_, [weak = weak_from_this(), &clock = clock_]() -> Task<> {
-        for (;;) {
-            co_await clock.sleep(pollInterval);
-            const auto self = weak.lock();
-            if (!self) co_return;
-            co_await self->capture();
-        }
-    });
+    const auto look = [](std::shared_ptr<ClipboardService> self) -> Task<> { co_await self->capture(); };
+    watcher_.start<ClipboardService>(main_, clock_, pollInterval, weak_from_this(), look);
 }
 
 void ClipboardService::stop() {
     VELMORA_ASSERT_MAIN();
-    watcher_.cancel();
+    watcher_.stop();
 }
 
 Task<> ClipboardService::capture() {
@@ -81,7 +72,6 @@ Task<> ClipboardService::capture() {
     const auto self = shared_from_this();
     const std::int64_t count = pasteboard_.changeCount();
     if (std::exchange(lastCount_, count) == count || !enabled) co_return;
-    std::exception_ptr failure;
     try {
         auto content = co_await copiedText();
         // Contents that replaced the ones whose types were looked at may be secret: they get a look of their own.
@@ -91,9 +81,8 @@ Task<> ClipboardService::capture() {
     } catch (const Cancelled&) {
         throw;
     } catch (...) {
-        failure = std::current_exception();
+        error_ = AppError::friendly(std::current_exception());
     }
-    if (failure) error_ = AppError::friendly(failure);
 }
 
 Task<std::optional<std::string>> ClipboardService::copiedText() {

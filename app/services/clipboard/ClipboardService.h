@@ -3,6 +3,7 @@
 #include "app/services/ResultSource.h"
 #include "app/storage/ClipboardRepository.h"
 #include "core/async/Clock.h"
+#include "core/async/Repeater.h"
 #include "platform/FrontmostApplication.h"
 #include "platform/Pasteboard.h"
 
@@ -58,7 +59,7 @@ class ClipboardService final : public ResultSource, public std::enable_shared_fr
     Pasteboard& pasteboard_;
     FrontmostApplication& frontmost_;
     ClipboardRepository repository_;
-    TaskHandle watcher_;
+    Repeater watcher_;
     std::int64_t lastCount_;
     std::optional<std::string> error_;
 };

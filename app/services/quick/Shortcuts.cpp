@@ -48,13 +48,11 @@ ShortcutsService::~ShortcutsService() {
 
 void ShortcutsService::start() {
     refresh();
-    if (!monitor_.done()) return;
-    monitor_ = spawn(main_, [weak = weak_from_this(), &clock = clock_]() -> Task<> {
-        for (;;) {
-            co_await clock.sleep(checkInterval);
-            if (const auto self = weak.lock()) self->refresh();
-        }
-    });
+    const auto look = [](std::shared_ptr<ShortcutsService> self) -> Task<> {
+        self->refresh();
+        co_return;
+    };
+    monitor_.start<ShortcutsService>(main_, clock_, checkInterval, weak_from_this(), look);
 }
 
 void ShortcutsService::refresh() {
@@ -66,19 +64,16 @@ void ShortcutsService::refresh() {
     statusText_ = "Loading shortcuts…";
     refreshTask_ = spawn(main_, [weak = weak_from_this(), runner = runner_]() -> Task<> {
         std::vector<std::string> names;
-        std::exception_ptr failure;
         try {
             names = co_await runner->listNames();
         } catch (const Cancelled&) {
             throw;
         } catch (...) {
-            failure = std::current_exception();
+            AppLog::app.error("Shortcuts listing failed");
+            if (const auto self = weak.lock()) self->statusText_ = AppError::friendly(std::current_exception());
+            co_return;
         }
-        const auto self = weak.lock();
-        if (!self) co_return;
-        if (!failure) co_return self->publish(names);
-        AppLog::app.error("Shortcuts listing failed");
-        self->statusText_ = AppError::friendly(failure);
+        if (const auto self = weak.lock()) self->publish(names);
     });
 }
 
@@ -93,9 +88,8 @@ void ShortcutsService::publish(const std::vector<std::string>& names) {
 
 void ShortcutsService::stop() {
     refreshTask_.cancel();
-    monitor_.cancel();
+    monitor_.stop();
     refreshTask_ = {};
-    monitor_ = {};
 }
 
 Task<> ShortcutsService::run(std::string name) {

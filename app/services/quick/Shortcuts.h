@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/async/Clock.h"
+#include "core/async/Repeater.h"
 #include "core/async/Signal.h"
 #include "core/commands/Commands.h"
 #include "core/json/JSONRecord.h"
@@ -79,7 +80,7 @@ class ShortcutsService final : public std::enable_shared_from_this<ShortcutsServ
     std::vector<ShortcutItem> shortcuts_;
     std::string statusText_;
     TaskHandle refreshTask_;
-    TaskHandle monitor_;
+    Repeater monitor_;
     TimePoint lastRefresh_ = TimePoint::min();
     Signal<> updated_;
 };

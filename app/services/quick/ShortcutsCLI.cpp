@@ -1,9 +1,12 @@
 #include "app/services/quick/ShortcutsCLI.h"
 
-#include "app/services/quick/RaceTimeout.h"
+#include "core/AppError.h"
+#include "core/async/Timeout.h"
 #include "core/text/Text.h"
 
 #include <filesystem>
+
+#include <optional>
 
 namespace velmora {
 namespace {
@@ -64,17 +67,24 @@ Task<std::string> ShortcutsCLI::execute(std::vector<std::string> arguments, std:
     std::string tool = co_await findTool();
     if (tool.empty()) throw AppError::configuration("The macOS Shortcuts command line tool is not available.");
     co_await throwIfCancelled();
-    ChildProcessRequest request{std::move(tool), std::move(arguments), outputLimit};
+    ChildProcessRequest request{.executable = std::move(tool), .arguments = std::move(arguments)};
+    request.hasOutput = outputLimit > 0;
     const std::shared_ptr<ChildProcess> child = co_await processes_.start(std::move(request));
-    const std::function<Task<ChildProcessEnding>()> work = [child] { return child->ending(); };
-    const std::function<void()> terminate = [child] { child->terminate(); };
-    const ChildProcessEnding ending = co_await withRaceTimeout(main_, clock_, timeout, work, terminate);
-    if (ending.exceededLimit) throw AppError::toolExecution("The list of shortcuts is too long.");
-    if (ending.status != 0) {
-        const std::string words = text::validUtf8(text::trimmed(ending.errors));
+    const std::function<Task<ChildProcessResult>()> work = [child, outputLimit] { return collect(child, outputLimit); };
+    const AppError tooLate = AppError::toolExecution("The shortcut timed out.");
+    std::optional<ChildProcessResult> result;
+    try {
+        result = co_await withTimeout(clock_, timeout, tooLate, work);
+    } catch (const Cancelled&) {  // NOLINT(bugprone-empty-catch): the caller is, or nobody followed the program
+    }
+    co_await throwIfCancelled();
+    if (!result) throw AppError::toolExecution("The shortcut did not return.");
+    if (result->exceededLimit) throw AppError::toolExecution("The list of shortcuts is too long.");
+    if (result->end.status != 0) {
+        const std::string words = text::validUtf8(text::trimmed(result->end.errors));
         throw AppError::toolExecution(words.empty() ? "The shortcut did not complete." : words);
     }
-    co_return text::validUtf8(ending.output);
+    co_return text::validUtf8(result->output);
 }
 
 }  // namespace velmora

@@ -1,14 +1,19 @@
 #include "platform/linux/process/LinuxChildProcesses.h"
 
+#include "core/Assert.h"
+#include "core/async/Completion.h"
 #include "platform/linux/process/SpawnedProcess.h"
 
 #include <sys/wait.h>
 
 #include <array>
-#include <atomic>
 #include <boost/asio/posix/stream_descriptor.hpp>
+#include <boost/asio/redirect_error.hpp>
 #include <boost/asio/steady_timer.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <cerrno>
 #include <csignal>
+#include <system_error>
 #include <utility>
 
 namespace asio = boost::asio;
@@ -16,97 +21,194 @@ namespace asio = boost::asio;
 namespace velmora {
 namespace {
 
-constexpr std::size_t errorLimit = 4096;
-constexpr std::size_t bufferBytes = std::size_t{64} * 1024;
+constexpr std::size_t collectedErrors = 4096;
+constexpr std::size_t pieceBytes = std::size_t{64} * 1024;
+constexpr std::size_t piecesAhead = 4;
 
 using Strand = asio::strand<Executor>;
-using Stream = asio::posix::basic_stream_descriptor<Strand>;
+using Pipe = asio::posix::basic_stream_descriptor<Strand>;
 using Timer =
     asio::basic_waitable_timer<std::chrono::steady_clock, asio::wait_traits<std::chrono::steady_clock>, Strand>;
+using Pieces = StreamWriter<std::string>;
 
-/// What a program writes to one pipe. Read to its end in any case, so that the program is never held up; kept up to
-/// a limit.
-struct Collector {
-    Collector(const Strand& strand, int descriptor, std::size_t most) : stream(strand, descriptor), limit(most) {}
-
-    Stream stream;
-    std::size_t limit;
-    std::string kept;
-    bool exceeded = false;
-    bool atEnd = false;
-    std::array<char, bufferBytes> buffer{};
-
-    void keep(std::size_t bytes) {
-        const std::size_t room = limit - kept.size();
-        exceeded = exceeded || bytes > room;
-        kept.append(buffer.data(), std::min(bytes, room));
+/// What the program writes to one pipe. It is read to its end in any case; what nobody wants is thrown away, so that
+/// neither the program nor what it leaves behind is held up by it.
+struct Output {
+    Output(const Strand& strand, Descriptor descriptor, Pieces writer) : pipe(strand), pieces(std::move(writer)) {
+        if (descriptor) {
+            pipe.assign(descriptor.release());
+        } else {
+            end();
+        }
     }
+
+    void end() {
+        if (pieces) pieces->finish();
+        pieces.reset();
+        room = 0;
+        isEnded = true;
+    }
+
+    [[nodiscard]] bool hasMore() {
+        Pipe::bytes_readable waiting;
+        boost::system::error_code error;
+        pipe.io_control(waiting, error);
+        return !error && waiting.get() > 0;
+    }
+
+    Pipe pipe;
+    std::optional<Pieces> pieces;
+    std::string kept;
+    std::size_t room = 0;  ///< for what is kept
+    bool isEnded = false;
+    std::array<char, pieceBytes> buffer{};
 };
 
 /// How a program ended, once it has.
 struct Outcome {
     bool settled = false;
-    ChildProcessEnding ending{.status = 128 + SIGKILL, .output = {}, .errors = {}};
+    ChildProcessEnd end{.status = 128 + SIGKILL, .errors = {}};
 };
 
 /// Follows one program, on the strand. What is pending there keeps it alive, and nothing else does: it holds on to the
 /// tasks that wait for it, so that one of those that held on to it would never go.
 class Follower final : public std::enable_shared_from_this<Follower> {
   public:
-    Follower(Strand strand, SpawnedProcess spawned, std::size_t outputLimit, LinuxChildProcesses::Patience patience,
-             std::shared_ptr<Outcome> outcome)
+    Follower(Strand strand, SpawnedProcess spawned, const ChildProcessRequest& request, Pieces output, Pieces errors,
+             LinuxChildProcesses::Timeouts timeouts, std::shared_ptr<Outcome> outcome)
         : strand_(std::move(strand)),
           outcome_(std::move(outcome)),
-          patience_(patience),
+          timeouts_(timeouts),
+          endsGroup_(request.endsGroup),
+          collectsErrors_(request.errors == ErrorOutput::collect),
           process_(spawned.process),
-          output_(strand_, spawned.output.release(), outputLimit),
-          errors_(strand_, spawned.errors.release(), errorLimit),
+          input_(strand_),
+          output_(strand_, std::move(spawned.output), std::move(output)),
+          errors_(strand_, std::move(spawned.errors), std::move(errors)),
           handle_(strand_, spawned.handle.release()),
-          timer_(strand_) {}
+          timer_(strand_) {
+        if (spawned.input) input_.assign(spawned.input.release());
+        if (collectsErrors_) {
+            errors_.pieces->finish();
+            errors_.pieces.reset();
+            errors_.room = collectedErrors;
+        }
+    }
 
     void follow() {
-        asio::post(strand_, [self = shared_from_this()] {
-            self->read(self->output_);
-            self->read(self->errors_);
-            self->awaitEnd();
+        for (Output* const from : {&output_, &errors_}) {
+            if (from->pipe.is_open()) spawn(strand_, [self = shared_from_this(), from] { return self->read(*from); });
+        }
+        handle_.async_wait(Pipe::wait_read, [self = shared_from_this()](const boost::system::error_code& error) {
+            if (!error) self->onEnd();
         });
     }
 
-    /// Resumes `waiter` once the outcome is settled.
-    void await(std::shared_ptr<detail::Waiter> waiter) {
-        if (outcome_->settled) return waiter->resume();
-        waiters_.push_back(std::move(waiter));
+    /// `caller` tells those who wait apart.
+    void await(const void* caller, const Completion<ChildProcessEnd>& completion) {
+        if (outcome_->settled) return completion.fulfil(outcome_->end);
+        waiting_.emplace_back(caller, completion);
     }
 
-    void terminate() {
+    /// The caller was cancelled.
+    void leave(const void* caller) {
+        if (!terminating_) std::erase_if(waiting_, [caller](const auto& one) { return one.first == caller; });
+    }
+
+    void write(std::string bytes, const Completion<int>& done) {
+        VELMORA_ASSERT(!writing_);
+        writing_ = true;
+        stopsWriting_ = false;
+        spawn(strand_, [self = shared_from_this(), bytes = std::move(bytes), done]() -> Task<> {
+            const int error = co_await self->writeAll(bytes);
+            done.fulfil(error);
+        });
+    }
+
+    void stopWriting() {
+        stopsWriting_ = true;
+        boost::system::error_code ignored;
+        input_.cancel(ignored);
+    }
+
+    void closeInput() {
+        boost::system::error_code ignored;
+        input_.close(ignored);
+    }
+
+    void terminate(std::chrono::milliseconds grace) {
         if (ended_ || std::exchange(terminating_, true)) return;
-        signalGroup(SIGTERM);
-        after(patience_.untilKilled, &Follower::killGroup);
+        ::kill(-process_, SIGTERM);
+        after(grace, &Follower::killGroup);
     }
 
   private:
-    void read(Collector& from) {
-        from.stream.async_read_some(
-            asio::buffer(from.buffer),
-            [self = shared_from_this(), &from](const boost::system::error_code& error, std::size_t bytes) {
-                from.keep(bytes);
-                if (&from == &self->output_ && from.exceeded && from.limit > 0) self->terminate();
-                if (!error) return self->read(from);
-                from.atEnd = true;
-                boost::system::error_code ignored;
-                from.stream.close(ignored);
-                self->look();
-            });
+    Task<> read(Output& from) {
+        for (;;) {
+            if (drained_ && !from.isEnded && !from.hasMore()) from.end();
+            boost::system::error_code error;
+            const auto into = asio::buffer(from.buffer);
+            const std::size_t bytes =
+                co_await from.pipe.async_read_some(into, asio::redirect_error(asio::use_awaitable, error));
+            if (error == asio::error::operation_aborted) continue;
+            if (error) break;
+            std::string piece(from.buffer.data(), bytes);
+            co_await take(from, std::move(piece));
+        }
+        from.end();
+        boost::system::error_code ignored;
+        from.pipe.close(ignored);
+        settleIfOver();
     }
 
-    void awaitEnd() {
-        handle_.async_wait(Stream::wait_read, [self = shared_from_this()](const boost::system::error_code& error) {
-            if (error) return;
-            self->ended_ = true;
-            if (self->outcome_->settled) return self->reap();
-            if (!self->terminating_) self->after(self->patience_.untilDrained, &Follower::settle);
-            self->look();
-        });
+    static Task<> take(Output& from, std::string piece) {
+        from.kept.append(piece, 0, from.room);
+        from.room -= std::min(from.room, piece.size());
+        if (!from.pieces) co_return;
+        try {
+            co_await from.pieces->write(std::move(piece));
+        } catch (const Cancelled&) {
+            from.pieces.reset();  // its reader is gone
+        }
+    }
+
+    /// An error number; 0 once all is written.
+    Task<int> writeAll(std::string_view bytes) {
+        int error = input_.is_open() ? 0 : EPIPE;
+        while (!error && !bytes.empty()) {
+            const WriteResult result = writeToPipe(input_.native_handle(), bytes);
+            bytes.remove_prefix(result.written);
+            error = result.error == EAGAIN ? 0 : result.error;
+            if (result.error != EAGAIN) continue;
+            boost::system::error_code failure;
+            co_await input_.async_wait(Pipe::wait_write, asio::redirect_error(asio::use_awaitable, failure));
+            if (failure || stopsWriting_) error = EPIPE;
+        }
+        writing_ = false;
+        co_return error;
+    }
+
+    void onEnd() {
+        ended_ = true;
+        closeInput();
+        reap();
+        after(timeouts_.untilDrained, &Follower::giveUp);
+        settleIfOver();
+    }
+
+    /// Takes what is there now for all that there is.
+    void giveUp() {
+        drained_ = true;
+        boost::system::error_code ignored;
+        output_.pipe.cancel(ignored);
+        errors_.pipe.cancel(ignored);
+        settle();
+    }
+
+    void killGroup() {
+        if (ended_) return;
+        ::kill(-process_, SIGKILL);
+        after(timeouts_.untilGivenUp, &Follower::giveUp);
     }
 
     void after(std::chrono::milliseconds duration, void (Follower::*then)()) {
@@ -116,110 +218,128 @@ class Follower final : public std::enable_shared_from_this<Follower> {
         });
     }
 
-    /// Whether there is nothing left to wait for.
-    void look() {
-        if (ended_ && output_.atEnd && errors_.atEnd) settle();
-    }
-
-    void killGroup() {
-        signalGroup(SIGKILL);
-        after(patience_.untilGivenUp, &Follower::settle);
-    }
-
-    /// The group cannot be anybody else's as long as its leader has not been waited for.
-    void signalGroup(int number) const {
-        if (!reaped_) ::kill(-process_, number);
+    void settleIfOver() {
+        if (ended_ && output_.isEnded && errors_.isEnded) timer_.cancel();
+        if (ended_ && (errors_.isEnded || !collectsErrors_)) settle();
     }
 
     void settle() {
-        if (ended_) reap();
         if (std::exchange(outcome_->settled, true)) return;
-        timer_.cancel();
-        outcome_->ending.output = std::move(output_.kept);
-        outcome_->ending.errors = std::move(errors_.kept);
-        outcome_->ending.exceededLimit = output_.exceeded && output_.limit > 0;
-        // Nothing more is kept; what others still write is read on and dropped, or they would be held up by it.
-        output_.limit = errors_.limit = 0;
-        output_.kept = errors_.kept = {};
-        for (const auto& waiter : std::exchange(waiters_, {}))
-            waiter->resume();
+        outcome_->end.errors = std::move(errors_.kept);
+        errors_.room = 0;
+        for (const auto& [caller, completion] : std::exchange(waiting_, {}))
+            completion.fulfil(outcome_->end);
     }
 
     void reap() {
-        if (std::exchange(reaped_, true)) return;
-        // Whoever of a terminated group ignored the request goes with its leader.
-        if (terminating_) ::kill(-process_, SIGKILL);
+        // The group cannot be anybody else's as long as its leader has not been waited for.
+        if (terminating_ || endsGroup_) ::kill(-process_, SIGKILL);
         siginfo_t how{};
         if (::waitid(P_PID, static_cast<id_t>(process_), &how, WEXITED | WNOHANG) != 0) how.si_status = 1;
-        if (outcome_->settled) return;  // whoever waited may be reading it
-        outcome_->ending.status = how.si_code == CLD_EXITED || how.si_pid == 0 ? how.si_status : 128 + how.si_status;
+        if (outcome_->settled) return;  // given up before
+        outcome_->end.status = how.si_code == CLD_EXITED || how.si_pid == 0 ? how.si_status : 128 + how.si_status;
     }
 
     const Strand strand_;
     const std::shared_ptr<Outcome> outcome_;
-    const LinuxChildProcesses::Patience patience_;
+    const LinuxChildProcesses::Timeouts timeouts_;
+    const bool endsGroup_;
+    const bool collectsErrors_;
     const int process_;
-    Collector output_;
-    Collector errors_;
-    Stream handle_;
+    Pipe input_;
+    Output output_;
+    Output errors_;
+    Pipe handle_;
     Timer timer_;
-    bool ended_ = false;
-    bool reaped_ = false;
+    bool writing_ = false;
+    bool stopsWriting_ = false;
     bool terminating_ = false;
-    std::vector<std::shared_ptr<detail::Waiter>> waiters_;
+    bool ended_ = false;
+    bool drained_ = false;  ///< what is still open no longer counts
+    std::vector<std::pair<const void*, Completion<ChildProcessEnd>>> waiting_;
 };
 
 class LinuxChildProcess final : public ChildProcess, public std::enable_shared_from_this<LinuxChildProcess> {
   public:
-    LinuxChildProcess(const Executor& pool, SpawnedProcess spawned, std::size_t outputLimit,
-                      LinuxChildProcesses::Patience patience)
+    LinuxChildProcess(const Executor& pool, SpawnedProcess spawned, const ChildProcessRequest& request,
+                      LinuxChildProcesses::Timeouts timeouts)
         : strand_(asio::make_strand(pool)) {
-        const auto follower = std::make_shared<Follower>(strand_, std::move(spawned), outputLimit, patience, outcome_);
+        auto [output, outputWriter] = makeStream<std::string>(piecesAhead);
+        auto [errors, errorsWriter] = makeStream<std::string>(piecesAhead);
+        output_.emplace(std::move(output));
+        errors_.emplace(std::move(errors));
+        const auto follower = std::make_shared<Follower>(strand_, std::move(spawned), request, std::move(outputWriter),
+                                                         std::move(errorsWriter), timeouts, outcome_);
         follower_ = follower;
-        follower->follow();
+        asio::post(strand_, [follower] { follower->follow(); });
     }
+    ~LinuxChildProcess() override { LinuxChildProcess::closeInput(); }
+    LinuxChildProcess(const LinuxChildProcess&) = delete;
+    LinuxChildProcess& operator=(const LinuxChildProcess&) = delete;
 
-    [[nodiscard]] Task<ChildProcessEnding> ending() override {
+    [[nodiscard]] Task<> write(std::string bytes) override {
         const auto self = shared_from_this();
-        const bool cancelled = co_await isCancelled();
-        if (cancelled) {
-            terminate();
-            throw Cancelled{};
-        }
-        const std::function<void(std::shared_ptr<detail::Waiter>)> park = [&](std::shared_ptr<detail::Waiter> waiter) {
-            asio::post(strand_, [follower = follower_, waiter = std::move(waiter)] {
-                if (const auto alive = follower.lock()) return alive->await(waiter);
-                waiter->resume();
+        co_await throwIfCancelled();
+        const auto ask = [&](const Completion<int>& done) {
+            asio::post(strand_, [follower = follower_, bytes = std::move(bytes), done]() mutable {
+                if (const auto alive = follower.lock()) return alive->write(std::move(bytes), done);
+                done.fulfil(EPIPE);
             });
         };
-        const std::function<void(detail::Waiter&)> onCancel = [self](detail::Waiter&) { self->terminate(); };
-        co_await detail::suspend(park, onCancel);
+        const auto stop = [self] { self->perform([](Follower& follower) { follower.stopWriting(); }); };
+        const int error = co_await Completion<int>::await(ask, stop);
         co_await throwIfCancelled();
-        co_return outcome_->ending;
+        if (error) throw std::system_error(error, std::generic_category(), "the program takes no input");
     }
 
-    void terminate() override {
-        asio::post(strand_, [follower = follower_] {
-            if (const auto alive = follower.lock()) alive->terminate();
-        });
+    void closeInput() override {
+        perform([](Follower& follower) { follower.closeInput(); });
+    }
+
+    [[nodiscard]] Stream<std::string>& output() override { return *output_; }
+    [[nodiscard]] Stream<std::string>& errors() override { return *errors_; }
+
+    [[nodiscard]] Task<ChildProcessEnd> finished() override {
+        const auto self = shared_from_this();
+        const auto ask = [&](const Completion<ChildProcessEnd>& completion) {
+            asio::post(strand_, [caller = &self, follower = follower_, outcome = outcome_, completion] {
+                if (const auto alive = follower.lock()) return alive->await(caller, completion);
+                if (outcome->settled) completion.fulfil(outcome->end);
+            });
+        };
+        const auto leave = [&self] { self->perform([caller = &self](Follower& follower) { follower.leave(caller); }); };
+        co_return co_await Completion<ChildProcessEnd>::await(ask, leave);
+    }
+
+    void terminate(std::chrono::milliseconds grace) override {
+        perform([grace](Follower& follower) { follower.terminate(grace); });
     }
 
   private:
+    template <class Work>
+    void perform(Work work) {
+        asio::post(strand_, [follower = follower_, work] {
+            if (const auto alive = follower.lock()) work(*alive);
+        });
+    }
+
     const Strand strand_;
     const std::shared_ptr<Outcome> outcome_ = std::make_shared<Outcome>();
     std::weak_ptr<Follower> follower_;
+    std::optional<Stream<std::string>> output_;
+    std::optional<Stream<std::string>> errors_;
 };
 
 }  // namespace
 
-LinuxChildProcesses::LinuxChildProcesses(Executor pool, std::string home, Patience patience)
-    : pool_(std::move(pool)), home_(std::move(home)), patience_(patience), environment_(minimalEnvironment()) {}
+LinuxChildProcesses::LinuxChildProcesses(Executor pool, std::string home, Timeouts timeouts)
+    : pool_(std::move(pool)), home_(std::move(home)), timeouts_(timeouts), environment_(minimalEnvironment()) {}
 
 Task<std::shared_ptr<ChildProcess>> LinuxChildProcesses::start(ChildProcessRequest request) {
     Actor worker(pool_);
     const auto spawn = [this, &request] {
-        SpawnedProcess spawned = SpawnedProcess::start(request, home_, environment_);
-        return std::make_shared<LinuxChildProcess>(pool_, std::move(spawned), request.outputLimit, patience_);
+        SpawnedProcess spawned = SpawnedProcess::start(request, home_, request.environment.value_or(environment_));
+        return std::make_shared<LinuxChildProcess>(pool_, std::move(spawned), request, timeouts_);
     };
     co_return co_await worker.run(spawn);
 }

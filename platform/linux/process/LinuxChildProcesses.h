@@ -11,9 +11,7 @@ namespace velmora {
 /// Starts programs with `posix_spawn` and follows them with the worker pool's event loop: no thread waits for them.
 class LinuxChildProcesses final : public ChildProcesses {
   public:
-    /// How long things are waited for.
-    struct Patience {
-        std::chrono::milliseconds untilKilled{2000};   ///< between SIGTERM and SIGKILL
+    struct Timeouts {
         std::chrono::milliseconds untilGivenUp{1000};  ///< for what even SIGKILL does not end at once
         /// For output that others hold open once the program itself has ended.
         std::chrono::milliseconds untilDrained{500};
@@ -21,14 +19,14 @@ class LinuxChildProcesses final : public ChildProcesses {
 
     /// Programs start in the folder `home`.
     LinuxChildProcesses(Executor pool, std::string home) : LinuxChildProcesses(std::move(pool), std::move(home), {}) {}
-    LinuxChildProcesses(Executor pool, std::string home, Patience patience);
+    LinuxChildProcesses(Executor pool, std::string home, Timeouts timeouts);
 
     [[nodiscard]] Task<std::shared_ptr<ChildProcess>> start(ChildProcessRequest request) override;
 
   private:
     Executor pool_;
     std::string home_;
-    Patience patience_;
+    Timeouts timeouts_;
     std::vector<std::string> environment_;
 };
 

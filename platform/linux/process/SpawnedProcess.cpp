@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,6 +11,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <ctime>
 #include <string_view>
 #include <system_error>
 
@@ -75,17 +77,27 @@ class Attributes {
 };
 
 struct Pipe {
-    Descriptor readEnd;
-    Descriptor writeEnd;
-
-    static Pipe make() {
-        std::array<int, 2> ends{};
-        if (pipe2(ends.data(), O_CLOEXEC) != 0) check(errno, "no pipe");
-        Pipe made{Descriptor(ends[0]), Descriptor(ends[1])};
-        if (fcntl(ends[0], F_SETFL, O_NONBLOCK) != 0) check(errno, "no pipe");
-        return made;
-    }
+    Descriptor ours;
+    Descriptor theirs;
 };
+
+/// The pipe behind one of the program's descriptors, or /dev/null.
+Pipe connect(FileActions& actions, int descriptor, bool isPiped) {
+    const bool isInput = descriptor == STDIN_FILENO;
+    if (!isPiped) {
+        const int mode = isInput ? O_RDONLY : O_WRONLY;
+        check(posix_spawn_file_actions_addopen(actions.get(), descriptor, "/dev/null", mode, 0), "no file actions");
+        return {};
+    }
+    std::array<int, 2> ends{};
+    if (pipe2(ends.data(), O_CLOEXEC) != 0) check(errno, "no pipe");
+    Descriptor readEnd(ends[0]);
+    Descriptor writeEnd(ends[1]);
+    Pipe made{std::move(isInput ? writeEnd : readEnd), std::move(isInput ? readEnd : writeEnd)};
+    if (fcntl(made.ours.get(), F_SETFL, O_NONBLOCK) != 0) check(errno, "no pipe");
+    check(posix_spawn_file_actions_adddup2(actions.get(), made.theirs.get(), descriptor), "no file actions");
+    return made;
+}
 
 std::vector<char*> pointers(std::vector<std::string>& texts) {
     std::vector<char*> all;
@@ -106,31 +118,50 @@ SpawnedProcess SpawnedProcess::start(const ChildProcessRequest& request, const s
     std::vector<std::string> words = request.arguments;
     words.insert(words.begin(), request.executable);
     std::vector<std::string> settings = environment;
-    Pipe output = Pipe::make();
-    Pipe errors = Pipe::make();
     FileActions actions;
     const Attributes attributes;
-    check(posix_spawn_file_actions_addopen(actions.get(), STDIN_FILENO, "/dev/null", O_RDONLY, 0), "no input");
-    check(posix_spawn_file_actions_adddup2(actions.get(), output.writeEnd.get(), STDOUT_FILENO), "no output");
-    check(posix_spawn_file_actions_adddup2(actions.get(), errors.writeEnd.get(), STDERR_FILENO), "no output");
-    check(posix_spawn_file_actions_addclosefrom_np(actions.get(), STDERR_FILENO + 1), "no closing");
+    Pipe input = connect(actions, STDIN_FILENO, request.hasInput);
+    Pipe output = connect(actions, STDOUT_FILENO, request.hasOutput);
+    Pipe errors = connect(actions, STDERR_FILENO, request.errors != ErrorOutput::discard);
+    check(posix_spawn_file_actions_addclosefrom_np(actions.get(), STDERR_FILENO + 1), "no file actions");
     if (access(folder.c_str(), X_OK) == 0) {
-        check(posix_spawn_file_actions_addchdir_np(actions.get(), folder.c_str()), "no folder");
+        check(posix_spawn_file_actions_addchdir_np(actions.get(), folder.c_str()), "no file actions");
     }
     SpawnedProcess spawned;
     check(posix_spawn(&spawned.process, request.executable.c_str(), actions.get(), attributes.get(),
                       pointers(words).data(), pointers(settings).data()),
           "the program could not be started");
-    spawned.output = std::move(output.readEnd);
-    spawned.errors = std::move(errors.readEnd);
+    spawned.input = std::move(input.ours);
+    spawned.output = std::move(output.ours);
+    spawned.errors = std::move(errors.ours);
     spawned.handle = Descriptor(static_cast<int>(syscall(SYS_pidfd_open, spawned.process, 0)));
     if (!spawned.handle) {
         // Without a handle nobody would learn of its end.
         const int error = errno;
         kill(-spawned.process, SIGKILL);
+        while (waitpid(spawned.process, nullptr, 0) < 0 && errno == EINTR) {
+        }
         check(error, "the program cannot be followed");
     }
     return spawned;
+}
+
+WriteResult writeToPipe(int descriptor, std::string_view bytes) {
+    sigset_t pipe;
+    sigemptyset(&pipe);
+    sigaddset(&pipe, SIGPIPE);
+    sigset_t before;
+    sigset_t pending;
+    pthread_sigmask(SIG_BLOCK, &pipe, &before);
+    sigpending(&pending);
+    const ssize_t written = write(descriptor, bytes.data(), bytes.size());
+    const int error = written < 0 ? errno : 0;
+    if (error == EPIPE && sigismember(&pending, SIGPIPE) == 0) {
+        constexpr timespec now{};
+        sigtimedwait(&pipe, nullptr, &now);
+    }
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return {static_cast<std::size_t>(std::max<ssize_t>(written, 0)), error};
 }
 
 std::vector<std::string> minimalEnvironment() {

@@ -155,7 +155,7 @@ TEST_F(PaletteStateTest, AnAnswerToAnEarlierQuestionIsDropped) {
             files->fails = fails;
             one.change();
             const auto shown = titles();
-            std::exchange(files->late, {}).back()->resume();
+            std::exchange(files->late, {}).back().fulfil();
             settle();
             EXPECT_EQ(titles(), shown);
             EXPECT_EQ(state->error(), std::nullopt);
@@ -216,7 +216,7 @@ TEST_F(PaletteStateTest, GroupsAreReplacedWhenTheyChangeAndOnlyThen) {
     select("Music");
     install("Aardvark");
     save({"1", "Wiki", "https://intranet.example/"});
-    childProcesses.ending.output = "Make Tea\nTidy Up\nMake Tea\n";
+    childProcesses.result.output = "Make Tea\nTidy Up\nMake Tea\n";
     refresh();
     EXPECT_EQ(state->selectedResult()->title, "Music") << "what is selected stays so";
     for (const char* const title : {"Aardvark", "Wiki", "Make Tea", "Tidy Up"})

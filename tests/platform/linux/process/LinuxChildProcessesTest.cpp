@@ -1,50 +1,75 @@
 #include "platform/linux/process/LinuxChildProcesses.h"
 
 #include "platform/Runtime.h"
+#include "platform/linux/posix/Descriptor.h"
 #include "tests/fakes/TemporaryFolder.h"
 #include "tests/fakes/TestLoop.h"
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+#include <sys/wait.h>
+
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <list>
+#include <thread>
 
 namespace velmora {
 namespace {
 
 using namespace std::chrono_literals;
 using Texts = std::vector<std::string>;
+using Child = std::shared_ptr<ChildProcess>;
 
 constexpr std::size_t limit = 300'000;
+constexpr auto grace = 300ms;
 
 class LinuxChildProcessesTest : public testing::Test {
   protected:
-    std::shared_ptr<ChildProcess> start(const Texts& arguments, std::size_t outputLimit = limit) {
-        const ChildProcessRequest request{VELMORA_MISBEHAVING_CHILD, arguments, outputLimit};
-        return loop.run([&]() -> Task<std::shared_ptr<ChildProcess>> { co_return co_await processes.start(request); });
+    Child start(const Texts& arguments, ChildProcessRequest request = {.executable = VELMORA_MISBEHAVING_CHILD}) {
+        request.arguments = arguments;
+        return loop.run([&]() -> Task<Child> { co_return co_await processes.start(request); });
     }
-    ChildProcessEnding endingOf(const std::shared_ptr<ChildProcess>& child) {
-        return loop.run([&]() -> Task<ChildProcessEnding> { co_return co_await child->ending(); });
+    ChildProcessResult resultOf(const Child& child) {
+        return loop.run([&]() -> Task<ChildProcessResult> { co_return co_await collect(child, limit, grace); });
+    }
+    ChildProcessResult run(const Texts& arguments) { return resultOf(start(arguments)); }
+    int statusOf(const Child& child) {
+        return loop.run([&]() -> Task<ChildProcessEnd> { co_return co_await child->finished(); }).status;
     }
     /// Waits until the program has become what it was told to be.
     void awaitReady() {
         loop.until([this] { return std::filesystem::remove(folder.path() + "/ready"); });
     }
-    ChildProcessEnding run(const Texts& arguments, std::size_t outputLimit = limit) {
-        return endingOf(start(arguments, outputLimit));
+    /// Writes to the program; `outcome` says how that went.
+    TaskHandle write(const Child& child, std::string bytes) {
+        outcome = "";
+        return spawn(loop.executor(), [this, child, bytes = std::move(bytes)]() -> Task<> {
+            try {
+                co_await child->write(bytes);
+                outcome = "written";
+            } catch (const Cancelled&) {
+                outcome = "cancelled";
+            } catch (const std::system_error& error) {
+                outcome = error.code() == std::errc::broken_pipe ? "broken pipe" : error.what();
+            }
+        });
     }
 
     test::TestLoop loop;
     test::TemporaryFolder folder;
     WorkerPool pool{2};
-    LinuxChildProcesses processes{pool.executor(), folder.path(), {300ms, 300ms, 300ms}};
+    LinuxChildProcesses processes{pool.executor(), folder.path(), {300ms, 300ms}};
+    std::string outcome;
 };
 
 TEST_F(LinuxChildProcessesTest, PassesArgumentsAndBringsBackBothOutputs) {
-    const auto ending = run({"echo", "", "a b", "$HOME `id`", "; rm -rf *", "\xFF\n"});
-    EXPECT_EQ(ending.output, "[][a b][$HOME `id`][; rm -rf *][\xFF\n]");
-    EXPECT_EQ(ending.errors, "to the other side\n");
-    EXPECT_EQ(ending.status, 0);
+    const auto result = run({"echo", "", "a b", "$HOME `id`", "; rm -rf *", "\xFF\n"});
+    EXPECT_EQ(result.output, "[][a b][$HOME `id`][; rm -rf *][\xFF\n]");
+    EXPECT_EQ(result.end.errors, "to the other side\n");
+    EXPECT_EQ(result.end.status, 0);
 }
 
 TEST_F(LinuxChildProcessesTest, KeepsTheProgramToItself) {
@@ -57,75 +82,167 @@ TEST_F(LinuxChildProcessesTest, KeepsTheProgramToItself) {
     EXPECT_EQ(seen.find("not for children"), std::string::npos);
     EXPECT_EQ(seen.find("nor this"), std::string::npos);
     EXPECT_NE(seen.find("\nPATH="), std::string::npos);
+    const auto given =
+        resultOf(start({"surroundings"}, {.executable = VELMORA_MISBEHAVING_CHILD, .environment = {{"A=b"}}}));
+    EXPECT_EQ(given.output, "012 no input own group " + folder.path() + "\nA=b\n");
 }
 
 TEST_F(LinuxChildProcessesTest, RefusesWhatCannotRun) {
-    const auto startFails = [&](const std::string& executable, const Texts& arguments) {
-        EXPECT_ANY_THROW(loop.run([&]() -> Task<> {
-            ChildProcessRequest request{executable, arguments};
-            co_await processes.start(std::move(request));
-        })) << executable;
-    };
-    startFails("/nonexistent", {});
-    startFails("true", {});
-    startFails(folder.path(), {});
-    startFails("/bin/true", {std::string("a\0b", 3)});
+    for (const auto& [executable, argument] : std::vector<std::pair<std::string, std::string>>{
+             {"/nonexistent", ""}, {"true", ""}, {folder.path(), ""}, {"/bin/true", std::string("a\0b", 3)}}) {
+        EXPECT_ANY_THROW(start({argument}, {.executable = executable})) << executable;
+    }
+}
+
+TEST_F(LinuxChildProcessesTest, LeavesNothingBehindWhereDescriptorsRunOut) {
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit few{128, before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &few);
+    std::list<Descriptor> taken;
+    while (taken.empty() || taken.back())
+        taken.emplace_back(dup(STDERR_FILENO));
+    int failures = 0;
+    // One more is free at each attempt, so that every step of the start is the one that fails once.
+    for (bool failed = true; failed && !taken.empty(); taken.pop_front()) {
+        try {
+            const Child child = start({"sleep"});
+            child->terminate(0ms);
+            statusOf(child);
+            failed = false;
+        } catch (const std::system_error&) {
+            ++failures;
+            EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << failures << ": a dead child is left";
+            EXPECT_EQ(errno, ECHILD);
+        }
+    }
+    setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_GT(failures, 3);
 }
 
 TEST_F(LinuxChildProcessesTest, SaysHowItEnded) {
-    EXPECT_EQ(run({"fail", "why\n"}).status, 7);
-    EXPECT_EQ(run({"fail", "why\n"}).errors, "why\n");
-    EXPECT_EQ(run({"signal"}).status, 128 + SIGKILL);
+    EXPECT_EQ(run({"fail", "why\n"}).end.status, 7);
+    EXPECT_EQ(run({"fail", "why\n"}).end.errors, "why\n");
+    EXPECT_EQ(run({"signal"}).end.status, 128 + SIGKILL);
 }
 
 TEST_F(LinuxChildProcessesTest, BoundsWhatItKeepsAndIsNeverStuck) {
     const auto both = run({"both at once"});
     EXPECT_EQ(both.output.size(), 200'000U);
-    EXPECT_EQ(both.errors.size(), 4096U);
+    EXPECT_EQ(both.end.errors.size(), 4096U);
     EXPECT_FALSE(both.exceededLimit);
     const auto flood = run({"flood"});
     EXPECT_TRUE(flood.exceededLimit);
     EXPECT_EQ(flood.output.size(), limit);
-    const auto dropped = run({"both at once"}, 0);
-    EXPECT_EQ(dropped.output, "");
-    EXPECT_FALSE(dropped.exceededLimit);
+    const auto dropped =
+        resultOf(start({"both at once"},
+                       {.executable = VELMORA_MISBEHAVING_CHILD, .hasOutput = false, .errors = ErrorOutput::discard}));
+    EXPECT_EQ(dropped.output + dropped.end.errors, "");
+}
+
+TEST_F(LinuxChildProcessesTest, HoldsTheWriterBackUntilItsWordsAreRead) {
+    const Child child =
+        start({"copy"}, {.executable = VELMORA_MISBEHAVING_CHILD, .hasInput = true, .errors = ErrorOutput::stream});
+    std::string line(8'000'000, 'x');
+    for (std::size_t i = 0; i < line.size(); i += 1000)
+        line[i] = static_cast<char>('a' + i / 1000 % 26);
+    const TaskHandle writing = write(child, line);
+    for (int i = 0; i < 50; ++i) {
+        std::this_thread::sleep_for(2ms);
+        loop.settle();
+    }
+    EXPECT_EQ(outcome, "") << "nobody reads what comes back";
+    std::string back;
+    loop.run([&]() -> Task<> {
+        while (back.size() < line.size())
+            back += (co_await child->output().next()).value_or("?");
+    });
+    EXPECT_TRUE(back == line) << back.size();
+    loop.until([&] { return writing.done(); });
+    EXPECT_EQ(outcome, "written");
+    child->closeInput();
+    const auto rest = [&](Stream<std::string>& from) {
+        return loop.run([&]() -> Task<std::string> { co_return (co_await from.next()).value_or("(end)"); });
+    };
+    EXPECT_EQ(rest(child->errors()), "end of input");
+    EXPECT_EQ(rest(child->output()) + rest(child->errors()), "(end)(end)");
+    EXPECT_EQ(statusOf(child), 0);
+}
+
+TEST_F(LinuxChildProcessesTest, ItsInputEndsWithTheProgramAndWithTheCaller) {
+    const std::string large(1'000'000, 'x');
+    const auto begin = [&](const char* mode) {
+        Child child = start({mode}, {.executable = VELMORA_MISBEHAVING_CHILD, .hasInput = true});
+        awaitReady();
+        return child;
+    };
+    const auto outcomeOf = [&](const TaskHandle& task) {
+        loop.until([&] { return task.done(); });
+        return outcome;
+    };
+    Child child = begin("deaf");
+    EXPECT_EQ(outcomeOf(write(child, large)), "broken pipe");
+    child->terminate(grace);
+
+    child = begin("sleep");
+    TaskHandle writing = write(child, large);
+    loop.settle();
+    writing.cancel();
+    EXPECT_EQ(outcomeOf(writing), "cancelled");
+    writing = write(child, large);
+    child->terminate(grace);
+    EXPECT_EQ(outcomeOf(writing), "broken pipe");
+    EXPECT_EQ(statusOf(child), 128 + SIGTERM);
+    EXPECT_EQ(outcomeOf(write(child, "x")), "broken pipe");
 }
 
 TEST_F(LinuxChildProcessesTest, TerminatesWhateverTheProgramDoes) {
     for (const Texts& mode : {Texts{"sleep"}, Texts{"stubborn"}, Texts{"flood errors"}, Texts{"leave stubborn"},
                               Texts{"leave apart"}, Texts{"flood"}}) {
         const auto began = std::chrono::steady_clock::now();
-        const auto child = start(mode, 0);
+        const Child child = start(mode);
         awaitReady();
-        child->terminate();
-        child->terminate();
-        EXPECT_NE(endingOf(child).status, 0) << mode[0];
+        child->terminate(grace);
+        child->terminate(1h);
+        EXPECT_NE(resultOf(child).end.status, 0) << mode[0];
         EXPECT_LT(std::chrono::steady_clock::now() - began, 5s) << mode[0] << ": the child itself gives up after 30";
-        child->terminate();
+        child->terminate(grace);
     }
 }
 
 TEST_F(LinuxChildProcessesTest, DoesNotWaitForWhatAProgramLeavesBehind) {
-    const auto ending = run({"leave"});
-    EXPECT_EQ(ending.status, 0);
-    EXPECT_EQ(ending.output, "done");
+    for (const bool endsGroup : {false, true}) {
+        const auto result =
+            resultOf(start({"leave"}, {.executable = VELMORA_MISBEHAVING_CHILD, .endsGroup = endsGroup}));
+        EXPECT_EQ(result.end.status, 0);
+        // Its number, as long as it is there.
+        const pid_t left = std::stoi(result.output);
+        if (endsGroup) loop.until([left] { return kill(left, 0) != 0; });
+        EXPECT_EQ(kill(left, SIGKILL), endsGroup ? -1 : 0);
+    }
 }
 
-TEST_F(LinuxChildProcessesTest, CancellingTheWaitTerminates) {
-    const auto child = start({"stubborn"});
+TEST_F(LinuxChildProcessesTest, CancellingTheCollectionTerminatesAndThatOfTheWaitDoesNot) {
+    const Child child = start({"stubborn"});
     bool wasCancelled = false;
-    const TaskHandle waiting = spawn(loop.executor(), [&]() -> Task<> {
-        try {
-            co_await child->ending();
-        } catch (const Cancelled&) {
-            wasCancelled = true;
-        }
-    });
+    const auto cancelled = [&](std::function<Task<>()> wait) {
+        wasCancelled = false;
+        const TaskHandle waiting = spawn(loop.executor(), [&, wait = std::move(wait)]() -> Task<> {
+            try {
+                co_await wait();
+            } catch (const Cancelled&) {
+                wasCancelled = true;
+            }
+        });
+        loop.settle();
+        waiting.cancel();
+        loop.until([&] { return waiting.done(); });
+        return wasCancelled;
+    };
     awaitReady();
-    waiting.cancel();
-    loop.until([&] { return waiting.done(); });
-    EXPECT_TRUE(wasCancelled);
-    EXPECT_NE(endingOf(child).status, 0);
+    EXPECT_TRUE(cancelled([&]() -> Task<> { co_await child->finished(); }));
+    EXPECT_TRUE(cancelled([&]() -> Task<> { co_await collect(child, limit, grace); }));
+    EXPECT_EQ(statusOf(child), 128 + SIGKILL);
 }
 
 }  // namespace

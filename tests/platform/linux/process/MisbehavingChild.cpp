@@ -30,13 +30,15 @@ void sleepForEver() {
 }
 
 /// Leaves a program behind that keeps what we write to open.
-void leaveBehind(bool inOurGroup, bool ignoresTermination) {
-    if (fork() != 0) return;
+pid_t leaveBehind(bool inOurGroup, bool ignoresTermination) {
+    const pid_t left = fork();
+    if (left != 0) return left;
     if (!inOurGroup) setsid();
     if (ignoresTermination) std::signal(SIGTERM, SIG_IGN);
     alarm(30);  // so that a failed test leaves nothing for long
     sayReady();
-    sleepForEver();
+    for (;;)
+        pause();
 }
 
 void reportSurroundings() {
@@ -78,6 +80,16 @@ int main(int count, char** words) {
         flood(STDOUT_FILENO);
     } else if (mode == "flood errors") {
         flood(STDERR_FILENO);
+    } else if (mode == "copy") {
+        std::string block(65'536, 0);
+        for (ssize_t size = 0; (size = read(STDIN_FILENO, block.data(), block.size())) > 0;)
+            std::cout.write(block.data(), size).flush();
+        std::cerr << "end of input";
+    } else if (mode == "deaf") {
+        close(STDIN_FILENO);
+        alarm(30);
+        sayReady();
+        sleepForEver();
     } else if (mode == "sleep") {
         alarm(30);
         sayReady();
@@ -88,8 +100,7 @@ int main(int count, char** words) {
         sayReady();
         sleepForEver();
     } else if (mode == "leave") {
-        leaveBehind(true, false);
-        std::cout << "done" << std::flush;
+        std::cout << leaveBehind(true, false) << std::flush;
     } else if (mode == "leave stubborn") {
         leaveBehind(true, true);
         alarm(30);
