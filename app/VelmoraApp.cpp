@@ -1,14 +1,15 @@
 // The program's entry: command line, single instance, and the platform that everything else runs on.
 
 #include "app/AppDelegate.h"
-#include "app/TerminationSignals.h"
 #include "app/log/AppLog.h"
-#include "app/ui/shell/Trace.h"
+#include "app/ui/shell/DBusAvailability.h"
 #include "app/ui/shell/SystemAppearance.h"
+#include "app/ui/shell/Trace.h"
 #include "core/Assert.h"
 #include "platform/Runtime.h"
 #include "platform/linux/LinuxPlatform.h"
-#include "platform/linux/dbus/SessionName.h"
+#include "platform/linux/dbus/SingleInstance.h"
+#include "platform/linux/session/TerminationSignals.h"
 #include "platform/qt/QtMainExecutor.h"
 #include "platform/qt/QtPlatform.h"
 
@@ -17,6 +18,7 @@
 #include <QSessionManager>
 #include <QSocketNotifier>
 #include <QTimer>
+#include <chrono>
 #include <cstdlib>
 #include <functional>
 #include <iostream>
@@ -24,6 +26,8 @@
 
 namespace velmora {
 namespace {
+
+constexpr std::chrono::milliseconds busHeadStart{100};
 
 bool hasGraphicalSession() {
     for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
@@ -33,16 +37,21 @@ bool hasGraphicalSession() {
     return false;
 }
 
+/// For a second start: the exit code.
+int giveWay(SingleInstance& instance, bool show) {
+    return !show || instance.showFirst() ? 0 : 1;
+}
+
 /// Watches the session bus for another start of the program asking this one to show itself.
-std::unique_ptr<QSocketNotifier> watch(SessionName& name) {
-    if (name.descriptor() < 0) return nullptr;
-    auto notifier = std::make_unique<QSocketNotifier>(name.descriptor(), QSocketNotifier::Read);
-    QObject::connect(notifier.get(), &QSocketNotifier::activated, notifier.get(), [&name, raw = notifier.get()] {
-        if (!name.process()) raw->setEnabled(false);
+std::unique_ptr<QSocketNotifier> watch(SingleInstance& instance) {
+    if (instance.descriptor() < 0) return nullptr;
+    auto notifier = std::make_unique<QSocketNotifier>(instance.descriptor(), QSocketNotifier::Read);
+    QObject::connect(notifier.get(), &QSocketNotifier::activated, notifier.get(), [&instance, raw = notifier.get()] {
+        if (!instance.process()) raw->setEnabled(false);
     });
     // What came in while the name was being asked for waits inside the connection and shows on no descriptor.
     QMetaObject::invokeMethod(
-        notifier.get(), [&name] { static_cast<void>(name.process()); }, Qt::QueuedConnection);
+        notifier.get(), [&instance] { static_cast<void>(instance.process()); }, Qt::QueuedConnection);
     return notifier;
 }
 
@@ -89,8 +98,14 @@ std::unique_ptr<QTimer> watchLoop() {
     return beat;
 }
 
-int run(int argc, char** argv, bool showAtStart, SessionName& name) {
+int run(int argc, char** argv, bool showAtStart, SingleInstance& instance) {
     QApplication application(argc, argv);
+    if (instance.role() == SingleInstance::Role::second) return giveWay(instance, showAtStart);
+    if (instance.role() == SingleInstance::Role::alone) {
+        AppLog::app.error("No session bus: further starts will not find this one");
+        // The toolkit would wait on the main thread for a bus that keeps silent, and for minutes.
+        if (hasSessionBus()) setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
+    }
     QApplication::setApplicationName("Velmora");
     QApplication::setDesktopFileName("dev.velmora.brisklane");
     QApplication::setQuitOnLastWindowClosed(false);
@@ -101,10 +116,10 @@ int run(int argc, char** argv, bool showAtStart, SessionName& name) {
     QtPlatform qtPlatform(linuxPlatform.clipboard());
     AppDelegate delegate(linuxPlatform.platform(main.executor(), qtPlatform.toolkit()),
                          ViewPlatform{qtPlatform.windowManager(), linuxPlatform.fileIcons()}, showAtStart);
-    const TerminationSignals signals([&delegate] { delegate.terminate(); });
+    const TerminationSignals signals(main.executor(), [&delegate] { delegate.terminate(); });
     const QuitRequests quitRequests(application, [&delegate] { delegate.terminate(); });
-    name.onShow = [&delegate] { delegate.show(); };
-    const auto watcher = watch(name);
+    instance.onShow = [&delegate] { delegate.show(); };
+    const auto watcher = watch(instance);
     const auto heartbeat = watchLoop();
     delegate.launch();
     const int exitCode = QApplication::exec();
@@ -126,16 +141,17 @@ int main(int argc, char** argv) {
         show = true;
     }
     setMainThread();
-    shareHeaps();
+    limitMallocArenas();
     setUnhandledTaskError(
         [](const std::exception_ptr&) noexcept { AppLog::app.error("A task ended in an unexpected failure"); });
-    SessionName name;
-    if (name.role() == SessionName::Role::second) return !show || name.showFirst() ? 0 : 1;
-    if (!hasGraphicalSession()) {
+    SingleInstance instance;
+    // As a rule the answer is here by then. A bus that keeps silent is waited for with the window system up.
+    const bool canShow = hasGraphicalSession();
+    if (instance.role(canShow ? busHeadStart : SingleInstance::timeout) == SingleInstance::Role::second)
+        return giveWay(instance, show);
+    if (!canShow) {
         std::cerr << "velmora: there is no graphical session to show itself in\n";
         return 1;
     }
-    if (name.role() == SessionName::Role::alone)
-        AppLog::app.error("No session bus: further starts will not find this one");
-    return run(argc, argv, show, name);
+    return run(argc, argv, show, instance);
 }

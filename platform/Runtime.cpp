@@ -64,7 +64,7 @@ Task<> SystemClock::sleep(std::chrono::nanoseconds duration) {
     co_await throwIfCancelled();
 }
 
-void shareHeaps() {
+void limitMallocArenas() {
 #ifdef __GLIBC__
     mallopt(M_ARENA_MAX, 2);
 #endif

@@ -27,7 +27,7 @@ class WorkerPool {
 };
 
 /// Lets the threads share their heaps, which leaves fewer gaps than one for each. Call before there are any.
-void shareHeaps();
+void limitMallocArenas();
 
 /// Gives memory that nothing is allocated in any more back to the system, where the C library would keep it for later.
 /// Takes milliseconds. Runs on: any thread.

@@ -3,9 +3,11 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unicode/utf8.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <memory>
 #include <stdexcept>
 #include <string_view>
@@ -27,9 +29,15 @@ std::string nameOf(std::string_view file) {
     return std::string(stem.substr(0, stem.find_last_not_of(" \t") + 1));
 }
 
-bool fitsOnALine(std::string_view name) {
-    return !name.empty() &&
-           std::ranges::none_of(name, [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; });
+/// Whether it can be listed and chosen: who reads the list has text in UTF-8, a name a line.
+bool isListable(std::string_view name) {
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(name.data());
+    for (std::size_t i = 0; i < name.size();) {
+        UChar32 c = 0;
+        U8_NEXT(bytes, i, name.size(), c);
+        if (c < 0x20 || c == 0x7F) return false;  // what is no UTF-8 is negative
+    }
+    return !name.empty();
 }
 
 struct CloseFolder {
@@ -49,7 +57,7 @@ std::vector<ShortcutFile> shortcutFiles(const std::string& folder) {
     std::vector<std::string> files;
     while (const dirent* const entry = readdir(open.get())) {
         const std::string_view file(entry->d_name);
-        const bool isRunnable = !file.starts_with('.') && fitsOnALine(nameOf(file)) &&
+        const bool isRunnable = !file.starts_with('.') && isListable(nameOf(file)) &&
                                 fstatat(descriptor, entry->d_name, &status, 0) == 0 && S_ISREG(status.st_mode) &&
                                 isOursAlone(status) && faccessat(descriptor, entry->d_name, X_OK, AT_EACCESS) == 0;
         if (isRunnable && files.size() < maximumShortcuts) files.emplace_back(file);

@@ -1,7 +1,7 @@
 #include "app/ui/shell/StatusItem.h"
 
 #include "app/ui/icons/SymbolIcons.h"
-#include "app/ui/shell/SessionBus.h"
+#include "app/ui/shell/DBusAvailability.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>

@@ -1,6 +1,6 @@
 #include "app/ui/shell/SystemAppearance.h"
 
-#include "app/ui/shell/SessionBus.h"
+#include "app/ui/shell/DBusAvailability.h"
 #include "app/ui/widgets/Theme.h"
 
 #include <QApplication>

@@ -6,7 +6,7 @@
 #include "platform/linux/applications/Glib.h"
 #include "platform/linux/applications/PropertyList.h"
 #include "platform/linux/applications/TerminalEmulator.h"
-#include "platform/linux/dbus/SessionBus.h"
+#include "platform/linux/dbus/DesktopServices.h"
 
 #include <gio/gdesktopappinfo.h>
 
@@ -29,7 +29,7 @@ void start(const DesktopEnvironment& environment, std::vector<std::string> argum
     }
     if (directory.empty()) directory = environment.home;
     const DetachedProcess process{std::move(arguments), std::move(directory), label};
-    SessionBus::separate(process.start(), label);
+    DesktopServices::moveToOwnScope(process.start(), label);
 }
 
 /// Launches a desktop entry. `files` and `urls` are what it is to open, the same things in both forms.
@@ -39,7 +39,7 @@ void launchEntry(const DesktopEnvironment& environment, const std::string& path,
     if (!entry || entry->hidden) throw std::runtime_error("The desktop entry is not an application's");
     const std::string id = std::filesystem::path(path).stem().string();
     if (entry->dbusActivatable && mayActivate) {
-        if (SessionBus::activate(id, urls) == SessionBus::Activation::done) return;
+        if (DesktopServices::activate(id, urls) == DesktopServices::Activation::done) return;
     }
     const ExecFields fields{entry->name, entry->icon, path, std::move(files), std::move(urls)};
     start(environment, expandExec(entry->exec, fields), entry->path, id, entry->terminal);
@@ -152,7 +152,7 @@ FileHandlers handlersOf(const std::string& path) {
 
 void revealItem(const DesktopEnvironment& environment, const std::string& path) {
     const glib::Object<GFile> file(g_file_new_for_path(path.c_str()));
-    if (SessionBus::showItem(urlOf(file.get()))) return;
+    if (DesktopServices::showItem(urlOf(file.get()))) return;
     // Without a file manager on the bus, its folder is the nearest there is to show.
     openWithDefault(environment, std::filesystem::path(path).parent_path().string());
 }

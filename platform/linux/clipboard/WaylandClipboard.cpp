@@ -1,7 +1,7 @@
 #include "platform/linux/clipboard/WaylandClipboard.h"
 
+#include "platform/linux/clipboard/DisplayThread.h"
 #include "platform/linux/clipboard/SelectionText.h"
-#include "platform/linux/clipboard/SessionThread.h"
 #include "platform/linux/posix/Descriptor.h"
 
 #include <fcntl.h>
@@ -50,7 +50,7 @@ struct Offer {
 /// Used on one thread at a time: first where it is made, then on the session's.
 struct WaylandClipboard::Connection {
     explicit Connection(const Options& options)
-        : patience(options.patience),
+        : timeout(options.timeout),
           display(wl_display_connect(options.display.empty() ? nullptr : options.display.c_str())) {
         if (!display) return;
         registry.reset(wl_display_get_registry(display.get()));
@@ -98,7 +98,7 @@ struct WaylandClipboard::Connection {
         zwlr_data_control_offer_v1_receive(current->proxy.get(), target.c_str(), into.get());
         into.reset();
         const std::int64_t before = changes;
-        const SteadyTime deadline = std::chrono::steady_clock::now() + patience;
+        const SteadyTime deadline = std::chrono::steady_clock::now() + timeout;
         std::string bytes;
         std::array<char, 65'536> piece{};
         while (isHealthy() && changes == before && !stop.stop_requested() &&
@@ -188,7 +188,7 @@ struct WaylandClipboard::Connection {
         connection.device.reset();
     }
 
-    std::chrono::milliseconds patience;
+    std::chrono::milliseconds timeout;
     std::atomic<std::int64_t> changes{0};
     Owned<wl_display, wl_display_disconnect> display;  // none: no compositor
     Owned<wl_registry, wl_registry_destroy> registry;
@@ -221,7 +221,7 @@ struct WaylandClipboard::Thread {
     }
 
     std::unique_ptr<Connection> connection;
-    SessionThread session;
+    DisplayThread session;
     asio::posix::stream_descriptor descriptor;
 };
 

@@ -18,7 +18,7 @@ class WaylandClipboard final : public ClipboardReading {
     struct Options {
         std::string display;  ///< empty: the one that the environment names
         /// How long the owner of the clipboard may take for the answer to one question.
-        std::chrono::milliseconds patience{5000};
+        std::chrono::milliseconds timeout{5000};
     };
 
     /// Null where there is no compositor, or one that does not offer it. Waits for the compositor's answer, as the

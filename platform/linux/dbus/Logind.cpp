@@ -28,8 +28,8 @@ SessionAnswer answerOf(sdbus::Outcome outcome) {
     return SessionAnswer::unavailable;
 }
 
-sdbus::Deadline deadlineAfter(std::chrono::milliseconds patience) {
-    return std::chrono::steady_clock::now() + patience;
+sdbus::Deadline deadlineAfter(std::chrono::milliseconds timeout) {
+    return std::chrono::steady_clock::now() + timeout;
 }
 
 /// The object that a call which looks for a session answers with.
@@ -58,8 +58,8 @@ std::string ownSession(const sdbus::Bus& bus, sdbus::Deadline deadline) {
     return managerPath + "/session/auto";
 }
 
-SessionAnswer suspend(std::chrono::milliseconds patience) {
-    const sdbus::Deadline deadline = deadlineAfter(patience);
+SessionAnswer suspend(std::chrono::milliseconds timeout) {
+    const sdbus::Deadline deadline = deadlineAfter(timeout);
     const sdbus::Bus bus = sdbus::connect(sd_bus_open_system, deadline);
     if (!bus) return SessionAnswer::unavailable;
     const sdbus::Message call = sdbus::methodCall(bus, service, managerPath, manager, "Suspend");
@@ -67,16 +67,16 @@ SessionAnswer suspend(std::chrono::milliseconds patience) {
     return answerOf(sdbus::call(bus, call, deadline));
 }
 
-SessionAnswer lockBySession(std::chrono::milliseconds patience) {
-    const sdbus::Deadline deadline = deadlineAfter(patience);
+SessionAnswer lockBySession(std::chrono::milliseconds timeout) {
+    const sdbus::Deadline deadline = deadlineAfter(timeout);
     const sdbus::Bus bus = sdbus::connect(sd_bus_open_system, deadline);
     if (!bus) return SessionAnswer::unavailable;
     const std::string path = ownSession(bus, deadline);
     return answerOf(sdbus::call(bus, sdbus::methodCall(bus, service, path, session, "Lock"), deadline));
 }
 
-SessionAnswer lockByScreenSaver(std::chrono::milliseconds patience) {
-    const sdbus::Deadline deadline = deadlineAfter(patience);
+SessionAnswer lockByScreenSaver(std::chrono::milliseconds timeout) {
+    const sdbus::Deadline deadline = deadlineAfter(timeout);
     const sdbus::Bus bus = sdbus::connect(sd_bus_open_user, deadline);
     if (!bus) return SessionAnswer::unavailable;
     return answerOf(sdbus::call(bus,
@@ -85,10 +85,10 @@ SessionAnswer lockByScreenSaver(std::chrono::milliseconds patience) {
                                 deadline));
 }
 
-SessionAnswer lockScreen(std::chrono::milliseconds patience) {
-    const SessionAnswer first = lockBySession(patience);
+SessionAnswer lockScreen(std::chrono::milliseconds timeout) {
+    const SessionAnswer first = lockBySession(timeout);
     if (first == SessionAnswer::accepted) return first;
-    const SessionAnswer second = lockByScreenSaver(patience);
+    const SessionAnswer second = lockByScreenSaver(timeout);
     // A refusal says more than that nobody was there.
     return second == SessionAnswer::unavailable ? first : second;
 }
@@ -97,13 +97,13 @@ SessionAnswer lockScreen(std::chrono::milliseconds patience) {
 
 Task<SessionAnswer> LogindPower::sleep() {
     Actor worker(pool_);
-    const auto work = [patience = patience_] { return suspend(patience); };
+    const auto work = [timeout = timeout_] { return suspend(timeout); };
     co_return co_await worker.run(work);
 }
 
 Task<SessionAnswer> LogindScreenLock::lock() {
     Actor worker(pool_);
-    const auto work = [patience = patience_] { return lockScreen(patience); };
+    const auto work = [timeout = timeout_] { return lockScreen(timeout); };
     co_return co_await worker.run(work);
 }
 

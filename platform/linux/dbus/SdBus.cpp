@@ -2,18 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
 #include <string_view>
 
 namespace velmora::sdbus {
 namespace {
-
-/// At least one: the library takes 0 for its own default.
-std::uint64_t microsecondsUntil(Deadline deadline) {
-    const auto left =
-        std::chrono::duration_cast<std::chrono::microseconds>(deadline - std::chrono::steady_clock::now());
-    return static_cast<std::uint64_t>(std::max<std::int64_t>(left.count(), 1));
-}
 
 /// The errors that say that nobody was there to answer, or nobody who knows the question.
 bool saysNobody(const sd_bus_error& error) {
@@ -27,6 +19,12 @@ bool saysNobody(const sd_bus_error& error) {
 }
 
 }  // namespace
+
+std::uint64_t microsecondsUntil(Deadline deadline) {
+    const auto left =
+        std::chrono::duration_cast<std::chrono::microseconds>(deadline - std::chrono::steady_clock::now());
+    return static_cast<std::uint64_t>(std::max<std::int64_t>(left.count(), 1));
+}
 
 Bus connect(int (*open)(sd_bus**), Deadline deadline) {
     sd_bus* opened = nullptr;

@@ -3,6 +3,7 @@
 #include <systemd/sd-bus.h>
 
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -19,6 +20,9 @@ struct UnrefMessage {
 using Bus = std::unique_ptr<sd_bus, CloseBus>;
 using Message = std::unique_ptr<sd_bus_message, UnrefMessage>;
 using Deadline = std::chrono::steady_clock::time_point;
+
+/// At least one: the library takes 0 for its own default.
+std::uint64_t microsecondsUntil(Deadline deadline);
 
 /// The connection that `open` (`sd_bus_open_user`, `sd_bus_open_system`) makes, ready for calls. None when there is no
 /// bus, or one that does not greet back before the deadline: by itself the library would wait for minutes.

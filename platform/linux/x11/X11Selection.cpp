@@ -41,9 +41,9 @@ struct X11Selection::Transfer {
     bool complete = false;  // the owner has nothing more to write
 };
 
-X11Selection::X11Selection(X11Connection& connection, std::chrono::milliseconds patience,
+X11Selection::X11Selection(X11Connection& connection, std::chrono::milliseconds timeout,
                            std::atomic<std::int64_t>& changes)
-    : connection_(connection), patience_(patience), changes_(changes), atoms_(connection.atoms(atomNames())) {
+    : connection_(connection), timeout_(timeout), changes_(changes), atoms_(connection.atoms(atomNames())) {
     xcb_connection_t* const server = connection_.get();
     const auto* const extension = xcb_get_extension_data(server, &xcb_xfixes_id);
     if (!extension || !extension->present) return;
@@ -114,7 +114,7 @@ std::optional<X11Selection::Value> X11Selection::convert(xcb_atom_t target, std:
     if (!connection_.isHealthy()) return std::nullopt;
     xcb_connection_t* const server = connection_.get();
     Transfer transfer{
-        xcb_generate_id(server), target, maximumBytes, changes_, std::chrono::steady_clock::now() + patience_, stop};
+        xcb_generate_id(server), target, maximumBytes, changes_, std::chrono::steady_clock::now() + timeout_, stop};
     const std::uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_create_window(server, XCB_COPY_FROM_PARENT, transfer.window, connection_.root(), -1, -1, 1, 1, 0,
                       XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK, &events);

@@ -17,8 +17,8 @@ namespace velmora {
 /// Runs on: the thread of `connection`. Fails with: nothing.
 class X11Selection {
   public:
-    /// `patience` is how long one question may take in all.
-    X11Selection(X11Connection& connection, std::chrono::milliseconds patience, std::atomic<std::int64_t>& changes);
+    /// `timeout` is how long one question may take in all.
+    X11Selection(X11Connection& connection, std::chrono::milliseconds timeout, std::atomic<std::int64_t>& changes);
 
     /// To be called with every event of the connection.
     void handle(const xcb_generic_event_t& event);
@@ -47,7 +47,7 @@ class X11Selection {
     [[nodiscard]] bool waitFor(const Transfer& transfer, const std::function<bool(const xcb_generic_event_t&)>& wanted);
 
     X11Connection& connection_;
-    std::chrono::milliseconds patience_;
+    std::chrono::milliseconds timeout_;
     std::atomic<std::int64_t>& changes_;
     std::vector<xcb_atom_t> atoms_;
     std::uint8_t selectionEvent_ = 0;  // 0: the server does not tell of changes

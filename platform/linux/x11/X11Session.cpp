@@ -1,6 +1,6 @@
 #include "platform/linux/x11/X11Session.h"
 
-#include "platform/linux/clipboard/SessionThread.h"
+#include "platform/linux/clipboard/DisplayThread.h"
 #include "platform/linux/x11/X11ActiveWindow.h"
 #include "platform/linux/x11/X11Selection.h"
 
@@ -16,7 +16,7 @@ struct Display {
     Display(asio::io_context& context, const X11Session::Options& options, std::atomic<std::int64_t>& changes)
         : connection(options.display), descriptor(context) {
         if (!connection.isHealthy()) return;
-        selection.emplace(connection, options.patience, changes);
+        selection.emplace(connection, options.timeout, changes);
         activeWindow.emplace(connection);
         connection.onEvent = [this](const xcb_generic_event_t& event) {
             selection->handle(event);
@@ -76,7 +76,7 @@ struct X11Session::Thread {
     Options options;
     std::atomic<std::int64_t> changes{0};
     std::unique_ptr<Display> display;
-    SessionThread session;
+    DisplayThread session;
 };
 
 X11Session::X11Session(Options options) : thread_(std::make_unique<Thread>(std::move(options))) {}

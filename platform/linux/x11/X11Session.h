@@ -19,7 +19,7 @@ class X11Session final : public ClipboardReading {
     struct Options {
         std::string display;  ///< empty: the one that the environment names
         /// How long the owner of the clipboard may take for the answer to one question.
-        std::chrono::milliseconds patience{5000};
+        std::chrono::milliseconds timeout{5000};
     };
 
     explicit X11Session(Options options);

@@ -94,7 +94,7 @@ TEST_F(WaylandClipboardTest, ReadsWhatIsOffered) {
 }
 
 TEST_F(WaylandClipboardTest, AnOwnerThatDoesNotAnswerHasNothing) {
-    clipboard = WaylandClipboard::connect({.display = compositor.name(), .patience = 400ms});
+    clipboard = WaylandClipboard::connect({.display = compositor.name(), .timeout = 400ms});
     const auto start = std::chrono::steady_clock::now();
     own({{{"text/plain", "x"}}, How::silent});
     EXPECT_EQ(read(plain), std::nullopt);

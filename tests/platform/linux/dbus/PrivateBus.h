@@ -1,5 +1,9 @@
 #pragma once
 
+#include "tests/fakes/TemporaryFolder.h"
+
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <systemd/sd-bus.h>
 #include <unistd.h>
@@ -17,6 +21,34 @@
 
 namespace velmora::test {
 
+constexpr const char* busVariables[] = {"DBUS_SESSION_BUS_ADDRESS", "DBUS_SYSTEM_BUS_ADDRESS"};
+
+/// A bus, the session's and the system's, that takes connections and never says a word.
+class SilentBus {
+  public:
+    SilentBus() {
+        sockaddr_un name{};
+        name.sun_family = AF_UNIX;
+        path_.copy(name.sun_path, sizeof name.sun_path - 1);
+        if (bind(listener_, reinterpret_cast<const sockaddr*>(&name), sizeof name) != 0 || listen(listener_, 8) != 0)
+            throw std::runtime_error("no socket");
+        for (const char* const variable : busVariables)
+            setenv(variable, ("unix:path=" + path_).c_str(), 1);
+    }
+    SilentBus(const SilentBus&) = delete;
+    SilentBus& operator=(const SilentBus&) = delete;
+    ~SilentBus() {
+        for (const char* const variable : busVariables)
+            unsetenv(variable);
+        close(listener_);
+    }
+
+  private:
+    TemporaryFolder folder_;
+    std::string path_ = folder_.path() + "/bus";
+    int listener_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+};
+
 /// A message bus of the test's own, which counts as the session's and the system's, with one service on it that has
 /// the names it is told to have.
 class PrivateBus {
@@ -25,7 +57,7 @@ class PrivateBus {
     /// of the call beyond its path and member is appended to the text.
     using Answer = std::function<int(sd_bus_message* call, std::string& remembered)>;
 
-    PrivateBus(const std::vector<std::string>& names, Answer answer) : answer_(std::move(answer)) {
+    explicit PrivateBus(const std::vector<std::string>& names = {}, Answer answer = {}) : answer_(std::move(answer)) {
         int ends[2];
         if (pipe(ends) != 0) throw std::runtime_error("no pipe");
         daemon_ = fork();
@@ -41,7 +73,7 @@ class PrivateBus {
         if (length <= 0) throw std::runtime_error("no bus");
         std::string address(buffer, static_cast<std::size_t>(length));
         address.erase(address.find('\n'));
-        for (const char* const variable : variables)
+        for (const char* const variable : busVariables)
             setenv(variable, address.c_str(), 1);
         serve(names);
     }
@@ -50,7 +82,7 @@ class PrivateBus {
     ~PrivateBus() {
         stops_ = true;
         server_.join();
-        for (const char* const variable : variables)
+        for (const char* const variable : busVariables)
             unsetenv(variable);
         kill(daemon_, SIGTERM);
         waitpid(daemon_, nullptr, 0);
@@ -63,8 +95,6 @@ class PrivateBus {
     }
 
   private:
-    static constexpr const char* variables[] = {"DBUS_SESSION_BUS_ADDRESS", "DBUS_SYSTEM_BUS_ADDRESS"};
-
     void serve(const std::vector<std::string>& names) {
         sd_bus_open_user(&bus_);
         for (const std::string& name : names)

@@ -131,7 +131,7 @@ TEST_F(X11SessionTest, TellsTheMarksWithoutReadingTheContents) {
 }
 
 TEST_F(X11SessionTest, SurvivesMisbehavingOwners) {
-    session = std::make_unique<X11Session>(X11Session::Options{.display = display.name(), .patience = 400ms});
+    session = std::make_unique<X11Session>(X11Session::Options{.display = display.name(), .timeout = 400ms});
     types();
     struct Case {
         const char* name;
@@ -195,7 +195,7 @@ TEST_F(X11SessionTest, TakesNoMoreThanItWasAskedFor) {
 }
 
 TEST_F(X11SessionTest, ANewCopyEndsTheWaitForTheOld) {
-    session = std::make_unique<X11Session>(X11Session::Options{.display = display.name(), .patience = 1h});
+    session = std::make_unique<X11Session>(X11Session::Options{.display = display.name(), .timeout = 1h});
     types();
     own({{"UTF8_STRING", {"never", How::silent}}});
     std::optional<std::string> found = "unset";

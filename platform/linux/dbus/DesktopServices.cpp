@@ -1,4 +1,4 @@
-#include "platform/linux/dbus/SessionBus.h"
+#include "platform/linux/dbus/DesktopServices.h"
 
 #include "platform/linux/dbus/SdBus.h"
 
@@ -15,7 +15,7 @@ using sdbus::Message;
 using sdbus::methodCall;
 
 constexpr std::uint64_t activationMicroseconds = 25'000'000;
-constexpr std::uint64_t separationMicroseconds = 2'000'000;
+constexpr std::uint64_t scopeMicroseconds = 2'000'000;
 constexpr std::chrono::seconds greeting{5};
 
 Bus open() {
@@ -51,7 +51,8 @@ std::string unitName(int process, std::string_view desktopId) {
 
 }  // namespace
 
-SessionBus::Activation SessionBus::activate(const std::string& desktopId, const std::vector<std::string>& urls) {
+DesktopServices::Activation DesktopServices::activate(const std::string& desktopId,
+                                                      const std::vector<std::string>& urls) {
     const std::string path = objectPath(desktopId);
     if (!sd_bus_service_name_is_valid(desktopId.c_str()) || !sd_bus_object_path_is_valid(path.c_str())) {
         return Activation::unavailable;
@@ -79,7 +80,7 @@ SessionBus::Activation SessionBus::activate(const std::string& desktopId, const 
     throw std::runtime_error("The application did not come up on the session bus");
 }
 
-bool SessionBus::showItem(const std::string& url) {
+bool DesktopServices::showItem(const std::string& url) {
     const Bus bus = open();
     if (!bus) return false;
     const Message message = methodCall(bus, "org.freedesktop.FileManager1", "/org/freedesktop/FileManager1",
@@ -88,7 +89,7 @@ bool SessionBus::showItem(const std::string& url) {
            sd_bus_call(bus.get(), message.get(), activationMicroseconds, nullptr, nullptr) >= 0;
 }
 
-void SessionBus::separate(int process, const std::string& desktopId) {
+void DesktopServices::moveToOwnScope(int process, const std::string& desktopId) {
     const Bus bus = open();
     if (!bus) return;
     const Message message = methodCall(bus, "org.freedesktop.systemd1", "/org/freedesktop/systemd1",
@@ -99,7 +100,7 @@ void SessionBus::separate(int process, const std::string& desktopId) {
                                             "PIDs", "au", 1, static_cast<std::uint32_t>(process),                 //
                                             "Slice", "s", "app.slice", "CollectMode", "s", "inactive-or-failed",  //
                                             0);
-    if (built >= 0) sd_bus_call(bus.get(), message.get(), separationMicroseconds, nullptr, nullptr);
+    if (built >= 0) sd_bus_call(bus.get(), message.get(), scopeMicroseconds, nullptr, nullptr);
 }
 
 }  // namespace velmora

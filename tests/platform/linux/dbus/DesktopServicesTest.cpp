@@ -1,4 +1,4 @@
-#include "platform/linux/dbus/SessionBus.h"
+#include "platform/linux/dbus/DesktopServices.h"
 
 #include "tests/platform/linux/applications/LaunchFixture.h"
 #include "tests/platform/linux/dbus/PrivateBus.h"
@@ -34,25 +34,25 @@ class DesktopBus {
                           [this](sd_bus_message* message, std::string& call) { return answer(message, call); }};
 };
 
-class SessionBusTest : public test::LaunchFixture {
+class DesktopServicesTest : public test::LaunchFixture {
   protected:
     std::string activatable(const std::string& id) { return entry("Exec=probe %U\nDBusActivatable=true\n", id); }
 };
 
 const std::string unit = "/org/freedesktop/systemd1 StartTransientUnit app-velmora-";
 
-TEST_F(SessionBusTest, ActivatesApplicationsThatTakePart) {
+TEST_F(DesktopServicesTest, ActivatesApplicationsThatTakePart) {
     DesktopBus bus;
     launch(activatable("org.example.Probe-App"));
     EXPECT_EQ(bus.calls(), Texts{"/org/example/Probe_App Activate"});
-    SessionBus::activate("org.example.Probe-App", {"file:///a%20b"});
+    DesktopServices::activate("org.example.Probe-App", {"file:///a%20b"});
     EXPECT_EQ(bus.calls().back(), "/org/example/Probe_App Open file:///a%20b");
     EXPECT_FALSE(std::filesystem::exists(probe + ".report"));
     bus.refuses = true;
     EXPECT_THROW(launch(activatable("org.example.Probe-App")), std::runtime_error);
 }
 
-TEST_F(SessionBusTest, RunsTheProgramWhenItHasArgumentsOrNobodyAnswers) {
+TEST_F(DesktopServicesTest, RunsTheProgramWhenItHasArgumentsOrNobodyAnswers) {
     DesktopBus bus;
     EXPECT_EQ(launched(activatable("org.example.Probe-App"), {"--new-window"}).arguments, Texts{"--new-window"});
     EXPECT_EQ(launched(activatable("org.example.Absent")).arguments, Texts{});

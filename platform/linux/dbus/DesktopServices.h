@@ -6,7 +6,7 @@
 namespace velmora {
 
 /// What the session's message bus does for opening things. Blocks; runs on: worker threads.
-namespace SessionBus {
+namespace DesktopServices {
 
 /// How asking an application to activate itself went.
 enum class Activation {
@@ -23,8 +23,8 @@ bool showItem(const std::string& url);
 
 /// Asks the service manager, where there is one, to keep a started process apart from ours, so that it lives on when
 /// we are stopped as a service. Takes two seconds at most; whether it worked is nobody's concern.
-void separate(int process, const std::string& desktopId);
+void moveToOwnScope(int process, const std::string& desktopId);
 
-}  // namespace SessionBus
+}  // namespace DesktopServices
 
 }  // namespace velmora

@@ -15,12 +15,12 @@
 namespace velmora {
 
 /// A thread for one connection to a display server. It sleeps while nothing happens.
-class SessionThread {
+class DisplayThread {
   public:
-    SessionThread() : thread_([this] { context_.run(); }) {}
-    ~SessionThread() { end(); }
-    SessionThread(const SessionThread&) = delete;
-    SessionThread& operator=(const SessionThread&) = delete;
+    DisplayThread() : thread_([this] { context_.run(); }) {}
+    ~DisplayThread() { end(); }
+    DisplayThread(const DisplayThread&) = delete;
+    DisplayThread& operator=(const DisplayThread&) = delete;
 
     [[nodiscard]] boost::asio::io_context& context() { return context_; }
 

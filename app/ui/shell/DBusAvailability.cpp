@@ -1,4 +1,4 @@
-#include "app/ui/shell/SessionBus.h"
+#include "app/ui/shell/DBusAvailability.h"
 
 #include <QFileInfo>
 
