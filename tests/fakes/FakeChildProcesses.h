@@ -12,7 +12,7 @@
 
 namespace velmora::test {
 
-/// Programs that take as long as told and end as told. They can refuse to start, and to end when they are terminated.
+/// Programs that take as long as told and end as told. They can refuse to start, and vanish.
 class FakeChildProcesses final : public ChildProcesses {
   public:
     explicit FakeChildProcesses(ManualClock& clock) : clock_(clock) {}
@@ -37,9 +37,6 @@ class FakeChildProcesses final : public ChildProcesses {
     ChildProcessResult result;
     std::chrono::milliseconds duration{0};
     bool vanishes = false;  ///< nobody will ever know how it ended
-    bool ignoresTermination = false;
-    /// Programs that were terminated, ignored it, and wait to be let go.
-    std::vector<Completion<>> dying;
     int terminated = 0;
     std::vector<ChildProcessRequest> requests;
 
@@ -61,9 +58,6 @@ class FakeChildProcesses final : public ChildProcesses {
         [[nodiscard]] Task<ChildProcessEnd> finished() override {
             if (owner_.vanishes) throw Cancelled{};
             if (!terminated_ && owner_.duration.count() > 0) co_await owner_.clock_.sleep(owner_.duration);
-            const auto hold = [this](const Completion<>& gone) { owner_.dying.push_back(gone); };
-            const auto ignore = [] {};
-            if (terminated_ && owner_.ignoresTermination) co_await Completion<>::await(hold, ignore);
             co_return owner_.result.end;
         }
 

@@ -69,6 +69,7 @@ struct WaylandClipboard::Connection {
 
     [[nodiscard]] std::vector<std::string> types() const {
         std::vector<std::string> found;
+        if (!isHealthy()) return found;  // the offers of a compositor that has gone
         for (std::size_t i = 0; current && i < selectionText::forms.size(); ++i) {
             const std::string_view type = selectionText::forms[i].type;
             if (current->has[i] && std::ranges::find(found, type) == found.end()) found.emplace_back(type);

@@ -165,19 +165,6 @@ TEST_F(ShortcutsTest, TerminatesWhatTakesTooLong) {
     EXPECT_EQ(processes.terminated, 2);
 }
 
-TEST_F(ShortcutsTest, TheRaceEndsWhenBothHaveEnded) {
-    processes.duration = 1h;
-    processes.ignoresTermination = true;
-    const TaskHandle task = begin();
-    wait(180s);
-    EXPECT_FALSE(task.done()) << "the program has not ended yet";
-    ASSERT_EQ(processes.dying.size(), 1U);
-    processes.dying.front().fulfil();
-    loop.settle();
-    EXPECT_TRUE(task.done());
-    EXPECT_EQ(words, "The shortcut timed out.");
-}
-
 TEST_F(ShortcutsTest, CancellingARunTerminatesIt) {
     processes.duration = 1h;
     const TaskHandle task = begin();
