@@ -6,6 +6,7 @@
 #include <chrono>
 #include <optional>
 #include <stdexcept>
+#include <string>
 
 namespace velmora::test {
 
@@ -37,29 +38,33 @@ class TestLoop {
     auto run(Work work) {
         using Result = typename decltype(work())::value_type;
         std::exception_ptr failure;
-        if constexpr (std::is_void_v<Result>) {
-            const TaskHandle task = spawn(executor(), [&]() -> Task<> {
-                try {
+        std::optional<std::conditional_t<std::is_void_v<Result>, bool, Result>> result;
+        const TaskHandle task = spawn(executor(), [&]() -> Task<> {
+            try {
+                if constexpr (std::is_void_v<Result>) {
                     co_await work();
-                } catch (...) {
-                    failure = std::current_exception();
-                }
-            });
-            until([&] { return task.done(); });
-            if (failure) std::rethrow_exception(failure);
-        } else {
-            std::optional<Result> result;
-            const TaskHandle task = spawn(executor(), [&]() -> Task<> {
-                try {
+                } else {
                     result.emplace(co_await work());
-                } catch (...) {
-                    failure = std::current_exception();
                 }
-            });
-            until([&] { return task.done(); });
-            if (failure) std::rethrow_exception(failure);
-            return std::move(*result);
-        }
+            } catch (...) {
+                failure = std::current_exception();
+            }
+        });
+        until([&] { return task.done(); });
+        if (failure) std::rethrow_exception(failure);
+        if constexpr (!std::is_void_v<Result>) return std::move(*result);
+    }
+
+    /// Starts a task and says in `outcome` how it went: what it returned, or what it failed with; nothing until then.
+    TaskHandle start(std::string& outcome, std::function<Task<std::string>()> work) {
+        outcome = "";
+        return spawn(executor(), [&outcome, work = std::move(work)]() -> Task<> {
+            try {
+                outcome = co_await work();
+            } catch (const std::exception& failure) {
+                outcome = failure.what();
+            }
+        });
     }
 
   private:

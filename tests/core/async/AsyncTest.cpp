@@ -166,7 +166,7 @@ TEST_F(ActorTest, CancellationSkipsQueuedWorkAndKeepsWhatHasBegun) {
     std::latch release(1);
     int result = 0;
     bool queuedRan = false;
-    bool queuedCancelled = false;
+    std::string outcome;
     const TaskHandle running = spawn(loop.executor(), [&]() -> Task<> {
         result = co_await actor.run([&] {
             begun.count_down();
@@ -174,12 +174,9 @@ TEST_F(ActorTest, CancellationSkipsQueuedWorkAndKeepsWhatHasBegun) {
             return 42;
         });
     });
-    const TaskHandle queued = spawn(loop.executor(), [&]() -> Task<> {
-        try {
-            co_await actor.run([&] { queuedRan = true; });
-        } catch (const Cancelled&) {
-            queuedCancelled = true;
-        }
+    const TaskHandle queued = loop.start(outcome, [&]() -> Task<std::string> {
+        co_await actor.run([&] { queuedRan = true; });
+        co_return "ran";
     });
     loop.settle();
     begun.wait();
@@ -191,7 +188,7 @@ TEST_F(ActorTest, CancellationSkipsQueuedWorkAndKeepsWhatHasBegun) {
     loop.until([&] { return running.done() && queued.done(); });
     EXPECT_EQ(result, 42);
     EXPECT_FALSE(queuedRan);
-    EXPECT_TRUE(queuedCancelled);
+    EXPECT_EQ(outcome, "cancelled");
 }
 
 TEST_F(ActorTest, TellsRunningWorkOfTheCancellation) {
@@ -213,24 +210,19 @@ TEST(Stream, HoldsTheWriterBackAndEndsWithTheReader) {
     auto ends = std::make_optional(makeStream<int>(2));
     auto reader = std::make_optional(std::move(ends->first));
     int written = 0;
-    bool cancelled = false;
-    spawn(loop.executor(), [&]() -> Task<> {
-        try {
-            for (;; ++written)
-                co_await ends->second.write(written);
-        } catch (const Cancelled&) {
-            cancelled = true;
-        }
+    std::string outcome;
+    loop.start(outcome, [&]() -> Task<std::string> {
+        for (;; ++written)
+            co_await ends->second.write(written);
     });
     loop.settle();
     EXPECT_EQ(written, 2) << "no more than the stream holds";
     EXPECT_EQ(loop.run([&]() -> Task<std::optional<int>> { co_return co_await reader->next(); }), 0);
     loop.settle();
     EXPECT_EQ(written, 3);
-    EXPECT_FALSE(cancelled);
     reader.reset();
     loop.settle();
-    EXPECT_TRUE(cancelled);
+    EXPECT_EQ(outcome, "cancelled");
 }
 
 TEST(Stream, EndsAsTheWriterEnded) {

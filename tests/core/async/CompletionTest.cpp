@@ -18,37 +18,25 @@ using namespace std::chrono_literals;
 
 class CompletionTest : public testing::Test {
   protected:
-    /// Asks, and lets `meanwhile` happen before the task that asked goes on; what it got, or why it got nothing.
-    std::string answer(const std::function<void()>& meanwhile) {
-        const TaskHandle task = spawn(loop.executor(), [this]() -> Task<> {
-            const auto ask = [this](const Completion<int>& completion) { asked = completion; };
-            const auto onCancel = [this] { withdrawals++; };
-            try {
-                if (leavesCancellationToUs) {
-                    got = std::to_string(co_await Completion<int>::await(ask, onCancel));
-                } else {
-                    got = std::to_string(co_await Completion<int>::await(ask));
-                }
-            } catch (const Cancelled&) {
-                got = "cancelled";
-            } catch (const std::runtime_error& error) {
-                got = error.what();
-            }
-        });
-        got = "nothing";
+    /// Asks, and lets `meanwhile` happen before the task that asked goes on; what it got.
+    std::string answer(const std::function<void()>& meanwhile, bool leavesCancellationToUs = false) {
         withdrawals = 0;
+        running = loop.start(got, [this, leavesCancellationToUs]() -> Task<std::string> {
+            const auto ask = [this](const Completion<std::string>& completion) { asked = completion; };
+            const auto onCancel = [this] { ++withdrawals; };
+            if (leavesCancellationToUs) co_return co_await Completion<std::string>::await(ask, onCancel);
+            co_return co_await Completion<std::string>::await(ask);
+        });
         loop.settle();
-        running = task;
         meanwhile();
         loop.settle();
         return got;
     }
 
     test::TestLoop loop;
-    std::optional<Completion<int>> asked;
+    std::optional<Completion<std::string>> asked;
     TaskHandle running;
     std::string got;
-    bool leavesCancellationToUs = false;
     int withdrawals = 0;
 };
 
@@ -59,28 +47,27 @@ TEST_F(CompletionTest, TheFirstToSettleItDecides) {
         std::function<void()> meanwhile;
         const char* got;
     } cases[] = {
-        {"a value", [&] { asked->fulfil(1); }, "1"},
+        {"a value", [&] { asked->fulfil("1"); }, "1"},
         {"a failure", [&] { asked->fail(failure); }, "broken"},
-        {"two values", [&] { asked->fulfil(1), asked->fulfil(2), asked->fail(failure); }, "1"},
-        {"a copy of it goes", [&] { std::optional(asked).reset(), asked->fulfil(3); }, "3"},
+        {"two values", [&] { asked->fulfil("1"), asked->fulfil("2"), asked->fail(failure); }, "1"},
+        {"a copy of it goes", [&] { std::optional(asked).reset(), asked->fulfil("3"); }, "3"},
         {"all copies go", [&] { asked.reset(); }, "cancelled"},
-        {"cancellation", [&] { running.cancel(), asked->fulfil(1); }, "1"},
-        {"cancellation first", [&] { running.cancel(), loop.settle(), asked->fulfil(1); }, "cancelled"},
-        {"value, then cancellation", [&] { asked->fulfil(1), running.cancel(); }, "1"},
-        {"never", [] {}, "nothing"},
+        {"cancellation", [&] { running.cancel(), asked->fulfil("1"); }, "1"},
+        {"cancellation first", [&] { running.cancel(), loop.settle(), asked->fulfil("1"); }, "cancelled"},
+        {"value, then cancellation", [&] { asked->fulfil("1"), running.cancel(); }, "1"},
+        {"never", [] {}, ""},
     };
     for (const auto& one : cases)
         EXPECT_EQ(answer(one.meanwhile), one.got) << one.name;
 }
 
 TEST_F(CompletionTest, LeavesACancellationToWhoAsked) {
-    leavesCancellationToUs = true;
-    EXPECT_EQ(answer([&] { running.cancel(); }), "nothing") << "the wait goes on";
+    EXPECT_EQ(answer([&] { running.cancel(); }, true), "") << "the wait goes on";
     EXPECT_EQ(withdrawals, 1);
-    asked->fulfil(1);
+    asked->fulfil("1");
     loop.settle();
     EXPECT_EQ(got, "1");
-    EXPECT_EQ(answer([&] { asked->fulfil(2), running.cancel(); }), "2");
+    EXPECT_EQ(answer([&] { asked->fulfil("2"), running.cancel(); }, true), "2");
     EXPECT_EQ(withdrawals, 0) << "there is nothing to withdraw";
 }
 
@@ -100,59 +87,45 @@ TEST_F(CompletionTest, AnyThreadMayFulfilAndTheTaskGoesOnOnItsOwn) {
     });
 }
 
-class TimeoutTest : public testing::Test {
-  protected:
-    /// Starts work that takes `duration` and may ignore its cancellation, with five seconds for it.
-    TaskHandle begin(std::chrono::seconds duration, bool fails = false, bool isStubborn = false) {
-        got = "nothing";
-        const std::function<Task<int>()> work = [=, this]() -> Task<int> {
-            const auto hold = [this](const Completion<>& end) { stubborn = end; };
+TEST(Timeout, TheFirstToEndDecides) {
+    test::TestLoop loop;
+    test::ManualClock clock;
+    std::optional<Completion<>> stubborn;
+    std::string got;
+    // Five seconds for work that takes `duration`.
+    const auto begin = [&](std::chrono::seconds duration, bool fails = false, bool isStubborn = false) {
+        const std::function<Task<std::string>()> work = [&, duration, fails, isStubborn]() -> Task<std::string> {
+            const auto hold = [&](const Completion<>& end) { stubborn = end; };
             const auto ignore = [] {};
             if (isStubborn) co_await Completion<>::await(hold, ignore);
             if (duration > 0s) co_await clock.sleep(duration);
             if (fails) throw std::runtime_error("broken");
-            co_return 7;
+            co_return "done";
         };
-        TaskHandle task = spawn(loop.executor(), [this, work]() -> Task<> {
-            const std::runtime_error tooLate("too late");
-            try {
-                const int value = co_await withTimeout(clock, 5s, tooLate, work);
-                got = std::to_string(value);
-            } catch (const Cancelled&) {
-                got = "cancelled";
-            } catch (const std::runtime_error& error) {
-                got = error.what();
-            }
+        TaskHandle task = loop.start(got, [&, work]() -> Task<std::string> {
+            co_return co_await withTimeout(clock, 5s, std::runtime_error("too late"), work);
         });
         loop.settle();
         return task;
-    }
-    const std::string& after(std::chrono::seconds duration) {
+    };
+    const auto after = [&](std::chrono::seconds duration) {
         clock.advance(duration);
         loop.settle();
         return got;
-    }
-
-    test::TestLoop loop;
-    test::ManualClock clock;
-    std::string got;
-    std::optional<Completion<>> stubborn;
-};
-
-TEST_F(TimeoutTest, TheFirstToEndDecides) {
+    };
     begin(0s);
-    EXPECT_EQ(got, "7") << "without any wait";
+    EXPECT_EQ(got, "done") << "without any wait";
     begin(0s, true);
     EXPECT_EQ(got, "broken");
     begin(4s);
-    EXPECT_EQ(after(4s), "7");
+    EXPECT_EQ(after(4s), "done");
     begin(6s);
-    EXPECT_EQ(after(4s), "nothing");
+    EXPECT_EQ(after(4s), "");
     EXPECT_EQ(after(1s), "too late");
     begin(6s).cancel();
     EXPECT_EQ(after(0s), "cancelled");
     begin(0s, false, true);
-    EXPECT_EQ(after(5s), "nothing") << "what was cancelled has not ended";
+    EXPECT_EQ(after(5s), "") << "what was cancelled has not ended";
     stubborn->fulfil();
     EXPECT_EQ(after(0s), "too late") << "its value comes after the decision";
 }

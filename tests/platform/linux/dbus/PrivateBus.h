@@ -57,7 +57,7 @@ class PrivateBus {
     /// of the call beyond its path and member is appended to the text.
     using Answer = std::function<int(sd_bus_message* call, std::string& remembered)>;
 
-    explicit PrivateBus(const std::vector<std::string>& names = {}, Answer answer = {}) : answer_(std::move(answer)) {
+    PrivateBus(const std::vector<std::string>& names, Answer answer) : answer_(std::move(answer)) {
         int ends[2];
         if (pipe(ends) != 0) throw std::runtime_error("no pipe");
         daemon_ = fork();

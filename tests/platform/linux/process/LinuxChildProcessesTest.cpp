@@ -44,18 +44,15 @@ class LinuxChildProcessesTest : public testing::Test {
         loop.until([this] { return std::filesystem::remove(folder.path() + "/ready"); });
     }
     /// Writes to the program; `outcome` says how that went.
-    TaskHandle write(const Child& child, std::string bytes) {
-        outcome = "";
-        return spawn(loop.executor(), [this, child, bytes = std::move(bytes)]() -> Task<> {
-            try {
-                co_await child->write(bytes);
-                outcome = "written";
-            } catch (const Cancelled&) {
-                outcome = "cancelled";
-            } catch (const std::system_error& error) {
-                outcome = error.code() == std::errc::broken_pipe ? "broken pipe" : error.what();
-            }
+    TaskHandle write(const Child& child, const std::string& bytes) {
+        return loop.start(outcome, [child, bytes]() -> Task<std::string> {
+            co_await child->write(bytes);
+            co_return "written";
         });
+    }
+    std::string outcomeOf(const TaskHandle& task) {
+        loop.until([&] { return task.done(); });
+        return outcome;
     }
 
     test::TestLoop loop;
@@ -158,8 +155,7 @@ TEST_F(LinuxChildProcessesTest, HoldsTheWriterBackUntilItsWordsAreRead) {
             back += (co_await child->output().next()).value_or("?");
     });
     EXPECT_TRUE(back == line) << back.size();
-    loop.until([&] { return writing.done(); });
-    EXPECT_EQ(outcome, "written");
+    EXPECT_EQ(outcomeOf(writing), "written");
     child->closeInput();
     const auto rest = [&](Stream<std::string>& from) {
         return loop.run([&]() -> Task<std::string> { co_return (co_await from.next()).value_or("(end)"); });
@@ -176,12 +172,9 @@ TEST_F(LinuxChildProcessesTest, ItsInputEndsWithTheProgramAndWithTheCaller) {
         awaitReady();
         return child;
     };
-    const auto outcomeOf = [&](const TaskHandle& task) {
-        loop.until([&] { return task.done(); });
-        return outcome;
-    };
+    const std::string broken = "the program takes no input: Broken pipe";
     Child child = begin("deaf");
-    EXPECT_EQ(outcomeOf(write(child, large)), "broken pipe");
+    EXPECT_EQ(outcomeOf(write(child, large)), broken);
     child->terminate(grace);
 
     child = begin("sleep");
@@ -191,9 +184,9 @@ TEST_F(LinuxChildProcessesTest, ItsInputEndsWithTheProgramAndWithTheCaller) {
     EXPECT_EQ(outcomeOf(writing), "cancelled");
     writing = write(child, large);
     child->terminate(grace);
-    EXPECT_EQ(outcomeOf(writing), "broken pipe");
+    EXPECT_EQ(outcomeOf(writing), broken);
     EXPECT_EQ(statusOf(child), 128 + SIGTERM);
-    EXPECT_EQ(outcomeOf(write(child, "x")), "broken pipe");
+    EXPECT_EQ(outcomeOf(write(child, "x")), broken);
 }
 
 TEST_F(LinuxChildProcessesTest, TerminatesWhateverTheProgramDoes) {
@@ -224,24 +217,16 @@ TEST_F(LinuxChildProcessesTest, DoesNotWaitForWhatAProgramLeavesBehind) {
 
 TEST_F(LinuxChildProcessesTest, CancellingTheCollectionTerminatesAndThatOfTheWaitDoesNot) {
     const Child child = start({"stubborn"});
-    bool wasCancelled = false;
-    const auto cancelled = [&](std::function<Task<>()> wait) {
-        wasCancelled = false;
-        const TaskHandle waiting = spawn(loop.executor(), [&, wait = std::move(wait)]() -> Task<> {
-            try {
-                co_await wait();
-            } catch (const Cancelled&) {
-                wasCancelled = true;
-            }
-        });
+    const auto cancelled = [&](std::function<Task<std::string>()> wait) {
+        const TaskHandle waiting = loop.start(outcome, std::move(wait));
         loop.settle();
         waiting.cancel();
-        loop.until([&] { return waiting.done(); });
-        return wasCancelled;
+        return outcomeOf(waiting);
     };
     awaitReady();
-    EXPECT_TRUE(cancelled([&]() -> Task<> { co_await child->finished(); }));
-    EXPECT_TRUE(cancelled([&]() -> Task<> { co_await collect(child, limit, grace); }));
+    EXPECT_EQ(cancelled([&]() -> Task<std::string> { co_return (co_await child->finished()).errors; }), "cancelled");
+    EXPECT_EQ(cancelled([&]() -> Task<std::string> { co_return (co_await collect(child, limit, grace)).output; }),
+              "cancelled");
     EXPECT_EQ(statusOf(child), 128 + SIGKILL);
 }
 
