@@ -49,6 +49,13 @@ struct Output {
         isEnded = true;
     }
 
+    /// Keeps the beginning instead of streaming it.
+    void collect(std::size_t bytes) {
+        if (pieces) pieces->finish();
+        pieces.reset();
+        room = bytes;
+    }
+
     [[nodiscard]] bool hasMore() {
         Pipe::bytes_readable waiting;
         boost::system::error_code error;
@@ -88,11 +95,7 @@ class Follower final : public std::enable_shared_from_this<Follower> {
           handle_(strand_, spawned.handle.release()),
           timer_(strand_) {
         if (spawned.input) input_.assign(spawned.input.release());
-        if (collectsErrors_) {
-            errors_.pieces->finish();
-            errors_.pieces.reset();
-            errors_.room = collectedErrors;
-        }
+        if (collectsErrors_) errors_.collect(collectedErrors);
     }
 
     void follow() {
@@ -264,12 +267,9 @@ class LinuxChildProcess final : public ChildProcess, public std::enable_shared_f
     LinuxChildProcess(const Executor& pool, SpawnedProcess spawned, const ChildProcessRequest& request,
                       LinuxChildProcesses::Timeouts timeouts)
         : strand_(asio::make_strand(pool)) {
-        auto [output, outputWriter] = makeStream<std::string>(piecesAhead);
-        auto [errors, errorsWriter] = makeStream<std::string>(piecesAhead);
-        output_.emplace(std::move(output));
-        errors_.emplace(std::move(errors));
-        const auto follower = std::make_shared<Follower>(strand_, std::move(spawned), request, std::move(outputWriter),
-                                                         std::move(errorsWriter), timeouts, outcome_);
+        const auto follower =
+            std::make_shared<Follower>(strand_, std::move(spawned), request, std::move(output_.second),
+                                       std::move(errors_.second), timeouts, outcome_);
         follower_ = follower;
         asio::post(strand_, [follower] { follower->follow(); });
     }
@@ -296,8 +296,8 @@ class LinuxChildProcess final : public ChildProcess, public std::enable_shared_f
         perform([](Follower& follower) { follower.closeInput(); });
     }
 
-    [[nodiscard]] Stream<std::string>& output() override { return *output_; }
-    [[nodiscard]] Stream<std::string>& errors() override { return *errors_; }
+    [[nodiscard]] Stream<std::string>& output() override { return output_.first; }
+    [[nodiscard]] Stream<std::string>& errors() override { return errors_.first; }
 
     [[nodiscard]] Task<ChildProcessEnd> finished() override {
         const auto self = shared_from_this();
@@ -326,8 +326,8 @@ class LinuxChildProcess final : public ChildProcess, public std::enable_shared_f
     const Strand strand_;
     const std::shared_ptr<Outcome> outcome_ = std::make_shared<Outcome>();
     std::weak_ptr<Follower> follower_;
-    std::optional<Stream<std::string>> output_;
-    std::optional<Stream<std::string>> errors_;
+    std::pair<Stream<std::string>, Pieces> output_ = makeStream<std::string>(piecesAhead);
+    std::pair<Stream<std::string>, Pieces> errors_ = makeStream<std::string>(piecesAhead);
 };
 
 }  // namespace
