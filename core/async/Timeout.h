@@ -53,8 +53,9 @@ Task<T> withTimeout(Clock& clock, std::chrono::nanoseconds duration, Error error
     if (race->timedOut) throw error;
     const std::exception_ptr failure = std::exchange(race->failure, nullptr);
     if (failure) std::rethrow_exception(failure);
-    if (!race->value) throw Cancelled{};
-    co_return *std::move(race->value);
+    std::optional<T> value = std::move(race->value);
+    if (!value) throw Cancelled{};
+    co_return *std::move(value);
 }
 
 }  // namespace velmora
