@@ -52,7 +52,7 @@ double longestPiece(const std::string& tool, const std::string& home, std::size_
         std::make_shared<ShortcutsCLI>(pool.executor(), clock, processes, std::vector<std::string>{tool}));
     CommandRegistry registry;
     bool listed = false;
-    service->onUpdate = [&] {
+    const auto subscription = service->onUpdate([&] {
         std::vector<std::shared_ptr<const Command>> commands;
         commands.reserve(service->shortcuts().size());
         for (const ShortcutItem& item : service->shortcuts())
@@ -60,7 +60,7 @@ double longestPiece(const std::string& tool, const std::string& home, std::size_
         registry.replace(ShortcutCommand::prefix, std::move(commands));
         static_cast<void>(registry.ranked("", {}, clock, 60));
         listed = true;
-    };
+    });
     double longest = 0;
     const auto timed = [&](const auto& work) {
         const auto began = SteadyClock::now();
