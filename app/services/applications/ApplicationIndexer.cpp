@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <set>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace velmora {
 namespace {
@@ -63,6 +64,9 @@ class Walk {
 
     std::vector<ApplicationRecord> sorted() && {
         std::erase_if(found_, [](const Found& application) { return application.hidden; });
+        // One root may lie in another, and a desktop entry then has another identifier in each.
+        std::unordered_set<std::string> paths;
+        std::erase_if(found_, [&](const Found& application) { return !paths.insert(application.record.path).second; });
         std::ranges::stable_sort(found_, [](const Found& left, const Found& right) {
             return text::compareStandard(left.record.name, right.record.name) < 0;
         });

@@ -234,27 +234,6 @@ TEST_F(PaletteStateTest, GroupsAreReplacedWhenTheyChangeAndOnlyThen) {
     EXPECT_EQ(state->error(), "The database is closed.");
 }
 
-TEST_F(PaletteStateTest, ARefusedGroupKeepsTheOldOneAndIsTriedAgain) {
-    // The same bundle found twice, under another identifier each time.
-    bundles->folders.push_back(bundles->folders.front());
-    int reads = 0;
-    bundles->beforeReading = [&](const std::string& path) {
-        std::ofstream(path + ".info") << "Twin\nid" << ++reads % 2 << path << "\n";
-    };
-    for (int attempt = 0; attempt < 2; ++attempt) {
-        state->search();
-        EXPECT_EQ(state->error(), std::nullopt);
-        state->groups().refreshApplications();
-        settle();
-        EXPECT_EQ(state->error(), "Invalid or duplicate command identifier.");
-        EXPECT_EQ(std::ranges::count(titles(), "Zoom"), 1);
-    }
-    bundles->folders.pop_back();
-    state->groups().refreshApplications();
-    settle();
-    EXPECT_EQ(std::ranges::count(titles(), "Twin"), 3);
-}
-
 TEST_F(PaletteStateTest, TellsItsViewsOncePerCall) {
     int changes = 0;
     const auto subscription = state->onChange([&] { ++changes; });
