@@ -1,16 +1,22 @@
 #include "core/text/URL.h"
 
+#include "core/text/PercentEncoding.h"
+
 #include <unicode/bytestream.h>
 #include <unicode/idna.h>
-#include <boost/url/parse.hpp>
-#include <boost/url/url.hpp>
+#include <boost/url/ipv4_address.hpp>
+#include <boost/url/ipv6_address.hpp>
 
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
+#include <limits>
 #include <memory>
 
 namespace velmora {
+
+using namespace percent;
+
 namespace {
 
 constexpr std::string_view subDelimiters = "!$&'()*+,;=";
@@ -18,56 +24,9 @@ constexpr std::string_view inUserInfo = "!$&'()*+,;=:";
 constexpr std::string_view inPath = "!$&'()*+,;=:@/";
 constexpr std::string_view inQuery = "!$&'()*+,;=:@/?";
 
-bool isAlpha(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
-bool isDigit(char c) {
-    return c >= '0' && c <= '9';
-}
-
-bool isUnreserved(char c) {
-    return isAlpha(c) || isDigit(c) || c == '-' || c == '.' || c == '_' || c == '~';
-}
-
-int hexValue(char c) {
-    if (isDigit(c)) return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
-}
-
-bool isEscape(std::string_view text, std::size_t at) {
-    return text[at] == '%' && at + 2 < text.size() && hexValue(text[at + 1]) >= 0 && hexValue(text[at + 2]) >= 0;
-}
-
-/// Percent-encodes whatever is neither unreserved, nor in `allowed`, nor an escape already.
-std::string encoded(std::string_view text, std::string_view allowed) {
-    constexpr std::string_view digits = "0123456789ABCDEF";
-    std::string result;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        if (isUnreserved(c) || allowed.find(c) != std::string_view::npos || isEscape(text, i)) {
-            result += c;
-        } else {
-            const auto byte = static_cast<unsigned char>(c);
-            result += {'%', digits[byte >> 4U], digits[byte & 0xFU]};
-        }
-    }
-    return result;
-}
-
-std::string decoded(std::string_view text) {
-    std::string result;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (isEscape(text, i)) {
-            result += static_cast<char>(hexValue(text[i + 1]) * 16 + hexValue(text[i + 2]));
-            i += 2;
-        } else {
-            result += text[i];
-        }
-    }
-    return result;
+std::string lowered(std::string text) {
+    std::ranges::transform(text, text.begin(), [](char c) { return isAlpha(c) ? static_cast<char>(c | 0x20) : c; });
+    return text;
 }
 
 /// The ASCII form of a domain; nothing when it has none.
@@ -85,18 +44,68 @@ std::optional<std::string> asciiDomain(const std::string& domain) {
     icu::IDNAInfo info;
     idna->nameToASCII_UTF8(domain, sink, info, status);
     if (U_FAILURE(status) || (info.getErrors() & ~forgiven) != 0) return std::nullopt;
-    const bool isPlain = std::ranges::all_of(
-        ascii, [](char c) { return isUnreserved(c) || subDelimiters.find(c) != std::string_view::npos; });
+    const bool isPlain = std::ranges::all_of(ascii, [](char c) { return mayStand(c, subDelimiters); });
     return isPlain ? std::optional(ascii) : std::nullopt;
 }
 
+/// A number of an IPv4 address: octal after "0", hexadecimal after "0x". Too large a one is the largest.
+std::optional<std::uint64_t> ipv4Number(std::string_view digits) {
+    if (digits.empty()) return std::nullopt;
+    int base = 10;
+    if (digits.starts_with("0x")) {
+        base = 16;
+        digits.remove_prefix(2);
+    } else if (digits.size() > 1 && digits.front() == '0') {
+        base = 8;
+        digits.remove_prefix(1);
+    }
+    if (digits.empty()) return 0;
+    std::uint64_t number = 0;
+    const auto [stop, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number, base);
+    if (stop != digits.data() + digits.size()) return std::nullopt;
+    return error == std::errc{} ? number : std::numeric_limits<std::uint64_t>::max();
+}
+
+/// A domain in ASCII, or the IPv4 address that it stands for: whatever ends in a number is one or nothing, and
+/// "127.1", "0x7f.1" and "2130706433" are all 127.0.0.1 (the URL Standard, section 3.5).
+std::optional<std::string> domainOrAddress(std::string domain) {
+    std::string_view rest(domain);
+    if (rest.ends_with('.')) rest.remove_suffix(1);
+    const std::string_view last = rest.substr(rest.rfind('.') + 1);
+    if (!ipv4Number(last) && (last.empty() || !std::ranges::all_of(last, isDigit))) return domain;
+    std::uint64_t address = 0;
+    for (int place = 3; place >= 0; --place) {
+        const std::size_t dot = rest.find('.');
+        const auto number = ipv4Number(rest.substr(0, dot));
+        const bool isLast = dot == std::string_view::npos;
+        // The last number fills all the places that are left.
+        if (!number || *number >= (isLast ? std::uint64_t{1} << (8 * (place + 1)) : 256)) return std::nullopt;
+        address += isLast ? *number : *number << (8 * place);
+        if (isLast) return boost::urls::ipv4_address(static_cast<std::uint32_t>(address)).to_string();
+        rest.remove_prefix(dot + 1);
+    }
+    return std::nullopt;
+}
+
+bool isReadLikeBrowsers(std::string_view scheme) {
+    return scheme == "http" || scheme == "https" || scheme == "file";
+}
+
 /// The host as it stands in the address; nothing when it is none.
-std::optional<std::string> normalHost(std::string_view host) {
-    if (!host.starts_with('[')) return asciiDomain(decoded(host));
-    if (!host.ends_with(']')) return std::nullopt;
-    const auto address = boost::urls::parse_ipv6_address(std::string(host.substr(1, host.size() - 2)));
-    if (!address) return std::nullopt;
-    return "[" + address->to_string() + "]";
+std::optional<std::string> normalHost(std::string_view host, std::string_view scheme) {
+    if (host.starts_with('[')) {
+        if (!host.ends_with(']')) return std::nullopt;
+        const auto address = boost::urls::parse_ipv6_address(std::string(host.substr(1, host.size() - 2)));
+        if (!address) return std::nullopt;
+        return "[" + address->to_string() + "]";
+    }
+    if (isReadLikeBrowsers(scheme)) {
+        auto domain = asciiDomain(decoded(host));
+        return domain ? domainOrAddress(*std::move(domain)) : domain;
+    }
+    if (!isWritten(host, subDelimiters)) return std::nullopt;
+    // An escape may stand for a capital letter, and is itself in capitals.
+    return encoded(lowered(encoded(host, subDelimiters)), subDelimiters);
 }
 
 /// ":port"; empty for none and for the scheme's own; nothing for what is no port.
@@ -109,25 +118,52 @@ std::optional<std::string> normalPort(std::string_view port, std::string_view sc
     return ":" + std::to_string(number);
 }
 
-std::optional<std::string> normalAuthority(std::string_view authority, std::string_view scheme) {
+struct Authority {
+    std::string text;
+    std::string host;
+};
+
+std::optional<Authority> normalAuthority(std::string_view authority, std::string_view scheme) {
     std::string user;
     const std::size_t at = authority.rfind('@');
     if (at != std::string_view::npos) {
-        if (at > 0) user = encoded(authority.substr(0, at), inUserInfo) + "@";
+        const std::string_view typed = authority.substr(0, at);
+        if (!isReadLikeBrowsers(scheme) && !isWritten(typed, inUserInfo)) return std::nullopt;
+        if (!typed.empty()) user = encoded(typed, inUserInfo) + "@";
         authority.remove_prefix(at + 1);
     }
     const std::size_t hostEnd = authority.starts_with('[') ? authority.find(']') : 0;
     const std::size_t colon = authority.find(':', std::min(hostEnd, authority.size()));
-    const auto host = normalHost(authority.substr(0, colon));
+    auto host = normalHost(authority.substr(0, colon), scheme);
     const auto port =
         normalPort(colon == std::string_view::npos ? std::string_view() : authority.substr(colon + 1), scheme);
     if (!host || !port) return std::nullopt;
     if (scheme == "file") {
         if (!user.empty() || !port->empty()) return std::nullopt;
-        return *host == "localhost" ? std::string() : *host;
+        if (*host == "localhost") host->clear();
+    } else if (isReadLikeBrowsers(scheme) && host->empty()) {
+        return std::nullopt;
     }
-    if (host->empty()) return std::nullopt;
-    return user + *host + *port;
+    const bool isBracketed = host->starts_with('[');
+    return Authority{user + *host + *port, isBracketed ? host->substr(1, host->size() - 2) : *host};
+}
+
+/// Without the segments "." and ".." (RFC 3986, section 5.2.4). `path` is empty or begins with a slash.
+std::string withoutDots(std::string_view path) {
+    std::string result;
+    while (!path.empty()) {
+        path.remove_prefix(1);
+        const std::string_view segment = path.substr(0, path.find('/'));
+        path.remove_prefix(segment.size());
+        // Above the top there is nothing: one stays there.
+        if (segment == "..") result.erase(std::min(result.rfind('/'), result.size()));
+        if (segment != ".." && segment != ".") {
+            result.append("/").append(segment);
+        } else if (path.empty()) {
+            result += '/';
+        }
+    }
+    return result;
 }
 
 std::string_view cutBefore(std::string_view& text, std::string_view delimiters) {
@@ -136,23 +172,12 @@ std::string_view cutBefore(std::string_view& text, std::string_view delimiters) 
     return head;
 }
 
-/// What follows the scheme and its colon of a web or file address, ready for a strict parser.
-std::optional<std::string> normalRest(std::string_view rest, std::string_view scheme) {
-    std::string hierarchy(cutBefore(rest, "?#"));
-    std::ranges::replace(hierarchy, '\\', '/');
-    std::string_view path = hierarchy;
-    const bool isFile = scheme == "file";
-    std::string_view authority;
-    if (!isFile) path.remove_prefix(std::min(path.find_first_not_of('/'), path.size()));
-    if (isFile && path.starts_with("//")) path.remove_prefix(2);
-    if (!isFile || hierarchy.starts_with("//")) authority = cutBefore(path, "/");
-    const auto normal = normalAuthority(authority, scheme);
-    if (!normal) return std::nullopt;
-    std::string result = "//" + *normal + (path.starts_with('/') ? "" : "/") + encoded(path, inPath);
-    const std::string_view query = cutBefore(rest, "#");
-    if (!query.empty()) result += "?" + encoded(query.substr(1), inQuery);
-    if (!rest.empty()) result += "#" + encoded(rest.substr(1), inQuery);
-    return result;
+/// Cuts the authority off the front of `path`; nothing when there is none.
+std::optional<std::string_view> cutAuthority(std::string_view& path, std::string_view scheme) {
+    const bool isWeb = scheme == "http" || scheme == "https";
+    if (!isWeb && !path.starts_with("//")) return scheme == "file" ? std::optional(std::string_view()) : std::nullopt;
+    path.remove_prefix(isWeb ? std::min(path.find_first_not_of('/'), path.size()) : 2);
+    return cutBefore(path, "/");
 }
 
 std::string_view schemeOf(std::string_view text) {
@@ -171,7 +196,7 @@ bool hasAddressCharacters(std::string_view text) {
         const auto c = static_cast<unsigned char>(text[i]);
         if (c <= ' ' || c == 0x7F || std::string_view("\"<>\\^`{|}").find(text[i]) != std::string_view::npos)
             return false;
-        if (c == '%' && !isEscape(text, i)) return false;
+        if (c == '%' && !escapedAt(text, i)) return false;
     }
     return true;
 }
@@ -190,31 +215,35 @@ std::optional<URL> URL::parse(std::string_view typed) {
     if (typed.size() > maximumBytes) return std::nullopt;
     std::string whole(typed);
     std::erase_if(whole, [](char c) { return c == '\t' || c == '\n' || c == '\r'; });
-    std::string scheme(schemeOf(whole));
-    if (scheme.empty()) return std::nullopt;
-    const std::size_t colon = scheme.size();
-    std::ranges::transform(scheme, scheme.begin(), [](char c) { return isAlpha(c) ? static_cast<char>(c | 0x20) : c; });
-    if (scheme == "http" || scheme == "https" || scheme == "file") {
-        const auto rest = normalRest(std::string_view(whole).substr(colon + 1), scheme);
-        if (!rest) return std::nullopt;
-        whole = scheme + ":" + *rest;
+    URL url;
+    url.scheme = lowered(std::string(schemeOf(whole)));
+    if (url.scheme.empty()) return std::nullopt;
+    std::string_view fragment = std::string_view(whole).substr(url.scheme.size() + 1);
+    std::string hierarchy(cutBefore(fragment, "?#"));
+    const std::string_view query = cutBefore(fragment, "#");
+    if (isReadLikeBrowsers(url.scheme)) std::ranges::replace(hierarchy, '\\', '/');
+    std::string_view typedPath = hierarchy;
+    const auto typedAuthority = cutAuthority(typedPath, url.scheme);
+    if (!isReadLikeBrowsers(url.scheme) &&
+        !(isWritten(typedPath, inPath) && isWritten(query, inQuery) &&
+          isWritten(fragment.substr(std::min<std::size_t>(1, fragment.size())), inQuery)))
+        return std::nullopt;
+    url.text = url.scheme + ":";
+    if (typedAuthority) {
+        auto authority = normalAuthority(*typedAuthority, url.scheme);
+        if (!authority) return std::nullopt;
+        url.text += "//" + authority->text;
+        url.host = std::move(authority->host);
     }
-    const auto parsed = boost::urls::parse_uri(whole);
-    if (!parsed) return std::nullopt;
-    boost::urls::url url(*parsed);
-    url.normalize();
-    URL result{std::string(url.buffer()), std::move(scheme), std::string(url.encoded_host_name())};
-    // Above the top there is nothing: browsers stay there, the normal form of the RFC goes on asking.
-    const auto path = static_cast<std::size_t>(url.encoded_path().data() - url.buffer().data());
-    const std::string_view above(url.encoded_path());
-    std::size_t cut = 0;
-    while (above.substr(cut).starts_with("/../"))
-        cut += 3;
-    if (above.substr(cut) == "/..") result.text.erase(path + cut + 1, 2);
-    result.text.erase(path, cut);
-    if (url.host_type() == boost::urls::host_type::ipv6) result.host = url.host_ipv6_address().to_string();
-    if (url.host_type() == boost::urls::host_type::ipv4) result.host = url.host_ipv4_address().to_string();
-    return result;
+    std::string path = encoded(typedPath, inPath);
+    if (isReadLikeBrowsers(url.scheme) && !path.starts_with('/')) path.insert(0, "/");
+    if (path.starts_with('/')) path = withoutDots(path);
+    // Two slashes would begin an authority.
+    if (!typedAuthority && path.starts_with("//")) path.insert(0, "/.");
+    url.text += path;
+    if (!query.empty()) url.text += "?" + encoded(query.substr(1), inQuery);
+    if (!fragment.empty()) url.text += "#" + encoded(fragment.substr(1), inQuery);
+    return url.text.size() <= maximumBytes ? std::optional(std::move(url)) : std::nullopt;
 }
 
 }  // namespace velmora
