@@ -39,6 +39,10 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(velmora_options INTERFACE -fpch-preprocess -Wno-mismatched-new-delete -Wno-subobject-linkage
     "$<$<BOOL:${VELMORA_TSAN}>:-Wno-tsan;-Wno-array-bounds;-Wno-stringop-overflow;-Wno-stringop-overread>")
 endif()
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  # The stable sorts of GCC 12's library call what it has itself marked as deprecated. GCC tells where we do.
+  target_compile_options(velmora_options INTERFACE -Wno-deprecated-declarations)
+endif()
 if(VELMORA_CHECKS)
   target_compile_definitions(velmora_options INTERFACE VELMORA_CHECKS)
 endif()

@@ -76,6 +76,7 @@ std::optional<std::string> firstOfList(std::string_view bytes) {
 
 std::optional<std::string> firstOfMozillaLink(std::string_view bytes) {
     std::vector<char16_t> units(bytes.size() / sizeof(char16_t));
+    if (units.empty()) return std::nullopt;
     std::memcpy(units.data(), bytes.data(), units.size() * sizeof(char16_t));
     std::string utf8;
     icu::UnicodeString(units.data(), static_cast<std::int32_t>(units.size())).toUTF8String(utf8);
