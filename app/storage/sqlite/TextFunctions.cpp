@@ -58,9 +58,9 @@ std::int64_t position(std::string_view whole, std::string_view part, bool inByte
         if (!found) return 0;
         const auto at = static_cast<std::size_t>(found - whole.data());
         if (inBytes) return static_cast<std::int64_t>(at) + 1;
-        if (at == 0 || at == whole.size() || beginsCharacter(*found)) {
-            return std::ranges::count_if(whole.substr(0, at), beginsCharacter) + 1;
-        }
+        // The first byte counts as a character whatever it is.
+        if (at == 0) return 1;
+        if (beginsCharacter(*found)) return std::ranges::count_if(whole.substr(1, at - 1), beginsCharacter) + 2;
         from = at + 1;
     }
     return 0;

@@ -31,7 +31,9 @@ bool isShallow(std::string_view xml) {
 }  // namespace
 
 std::optional<Strings> propertyListStrings(std::string_view contents, std::span<const std::string_view> keys) {
-    if (contents.size() > maximumDescriptionBytes || !isShallow(contents)) return std::nullopt;
+    // A NUL stands in no XML, and the library would end some texts there and not others.
+    const bool hasNul = contents.find('\0') != std::string_view::npos;
+    if (contents.size() > maximumDescriptionBytes || hasNul || !isShallow(contents)) return std::nullopt;
     plist_t parsed = nullptr;
     // Not the function that takes either form: a binary list of a few hundred bytes can name one value a billion times,
     // and the library builds them all.

@@ -1,9 +1,6 @@
 #include "app/storage/sqlite/TextFunctions.h"
 
-#include "app/storage/sqlite/LikePattern.h"
 #include "tests/app/storage/StorageFixture.h"
-
-#include <random>
 
 namespace velmora::test {
 namespace {
@@ -44,35 +41,6 @@ TEST_F(TextFunctionsTest, MeanWhatTheyMeanInSQLite) {
         EXPECT_EQ(one(sql), expected) << expression;
     }
     sqlite3_close(plain);
-}
-
-/// `count` pieces of patterns and names, among them capitals, wildcards, escapes and characters of several bytes.
-std::string anyText(std::mt19937& random, std::size_t count) {
-    static constexpr std::string_view pieces[] = {"a", "A", "b",  "B", "z", "@", "`", "%",
-                                                  "_", "K", "\\", "é", "É", "1", ".", "漢"};
-    std::string text;
-    for (std::size_t i = 0; i < count; ++i)
-        text += pieces[random() % std::size(pieces)];
-    return text;
-}
-
-TEST(LikePattern, MatchesAsSQLiteDoes) {
-    std::mt19937 random(7);
-    std::size_t matched = 0;
-    for (int round = 0; round < 20'000; ++round) {
-        const std::string part = anyText(random, random() % 8);
-        const std::string text = anyText(random, random() % 40) + part + anyText(random, random() % 40);
-        std::string pattern = round % 2 == 0 ? part : anyText(random, random() % 5);
-        for (char& c : pattern)
-            c = c == 'a' ? 'A' : c == 'B' ? 'b' : c;
-        if (random() % 3 > 0) pattern.insert(0, "%");
-        if (random() % 3 > 0) pattern += "%";
-        const char escape = random() % 4 == 0 ? '\0' : '\\';
-        const bool expected = sqlite3_strlike(pattern.c_str(), text.c_str(), static_cast<unsigned char>(escape)) == 0;
-        EXPECT_EQ(LikePattern(pattern, escape).matches(text), expected) << pattern << " in " << text;
-        matched += expected ? 1 : 0;
-    }
-    EXPECT_GT(matched, 4'000U);
 }
 
 TEST_F(TextFunctionsTest, TheFasterLikeLastsForItsQueryOnly) {
