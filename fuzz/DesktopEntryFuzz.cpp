@@ -1,45 +1,38 @@
-// Any bytes either are no desktop entry or give one of valid texts; no operand is ever lost, split or taken for the
-// program when its command line is expanded.
+// Any bytes either are no desktop entry or give one of valid texts, which are read again as they are when they stand in
+// an entry of their own.
+#include "fuzz/Fuzz.h"
+
 #include "core/text/Text.h"
 #include "platform/linux/applications/DesktopEntry.h"
-#include "platform/linux/applications/ExecLine.h"
 
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <stdexcept>
-
+namespace velmora::fuzz {
 namespace {
 
-void check(bool holds) {
-    if (!holds) std::abort();
-}
-
-void checkExpansion(const std::string& exec, const velmora::DesktopEntry& entry) {
-    const std::string operand = "$(operand) '\" %f \\";
-    std::vector<std::string> words;
-    try {
-        words = velmora::expandExec(exec, {entry.name, entry.icon, "/x.desktop", {operand, "2"}, {operand, "2"}});
-    } catch (const std::invalid_argument&) {
-        return;
+std::string line(const char* key, std::string_view value) {
+    std::string escaped = std::string(key) + "=";
+    for (const char c : value) {
+        constexpr std::string_view special = " \n\r\t\\";
+        const std::size_t at = special.find(c);
+        escaped += at == std::string_view::npos ? std::string(1, c) : std::string("\\") + "snrt\\"[at];
     }
-    check(!words.empty() && !words.front().empty() && words.front().find(operand) == std::string::npos);
-    const auto holds = [&](const std::string& word) { return word.find(operand) != std::string::npos; };
-    check(std::ranges::count_if(words, holds) >= 1);
-    check(std::ranges::find(words.begin() + 1, words.end(), "2") != words.end());
+    return escaped + "\n";
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string contents(reinterpret_cast<const char*>(data), size);
+void run(std::string_view input) {
     const std::vector<std::string> languages{"de_AT", "de"};
-    if (const auto entry = velmora::DesktopEntry::parse(contents, languages)) {
-        for (const std::string& words : {entry->name, entry->exec, entry->path, entry->icon})
-            check(velmora::text::validUtf8(words) == words);
-        checkExpansion(entry->exec, *entry);
-    }
-    if (contents.find('\0') == std::string::npos) checkExpansion(contents, {});
-    return 0;
+    const auto entry = DesktopEntry::parse(input, languages);
+    if (!entry) return;
+    const std::string written = "[Desktop Entry]\nType=Application\n" + line("Name", entry->name) +
+                                line("Exec", entry->exec) + line("TryExec", entry->tryExec) +
+                                line("Path", entry->path) + line("Icon", entry->icon);
+    check(text::validUtf8(written) == written);
+    const auto again = DesktopEntry::parse(written, languages);
+    check(again && again->name == entry->name && again->exec == entry->exec && again->tryExec == entry->tryExec &&
+          again->path == entry->path && again->icon == entry->icon);
+    const std::vector<std::string> desktops{"GNOME"};
+    check(!entry->isShown(desktops) || !(entry->hidden || entry->noDisplay));
 }
+
+}  // namespace velmora::fuzz

@@ -1,37 +1,26 @@
 // Any bytes either fail to parse with JSONError or give a value that is written as text which reads back as the same.
-#include "core/json/JSONValue.h"
-#include "core/settings/AppPreferences.h"
+// Numbers are those of the C library.
+#include "fuzz/Fuzz.h"
 
-#include <cstddef>
-#include <cstdint>
+#include "core/json/JSONValue.h"
+#include "core/text/Text.h"
+
 #include <cstdlib>
 
-namespace {
-
-void check(bool holds) {
-    if (!holds) std::abort();
-}
-
-}  // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    using namespace velmora;
-    const std::string_view text(reinterpret_cast<const char*>(data), size);
+void velmora::fuzz::run(std::string_view input) {
     std::optional<JSONValue> value;
     try {
-        value = JSONValue::parse(text, 64U << 10U);
+        value = JSONValue::parse(input, 64U << 10U);
     } catch (const JSONError&) {
         // Texts of programs hold such bytes too; written, they must be JSON all the same.
-        const JSONValue read = JSONValue::parse(JSONValue(text).encodedString());
-        check(read.string() != nullptr);
-        return 0;
+        const JSONValue read = JSONValue::parse(JSONValue(input).encodedString());
+        check(read.string() && *read.string() == text::validUtf8(input));
+        return;
     }
+    check(text::validUtf8(input) == input);
     const std::string written = value->encodedString();
-    check(JSONValue::parse(written, written.size()) == *value);
-    try {
-        const auto preferences = AppPreferences::fromJSON(*value);
-        check(AppPreferences::fromJSON(preferences.toJSON()) == preferences);
-    } catch (const JSONError&) {  // NOLINT(bugprone-empty-catch): most documents are no preferences
-    }
-    return 0;
+    check(text::validUtf8(written) == written);
+    const JSONValue read = JSONValue::parse(written, written.size());
+    check(read == *value && read.encodedString() == written);
+    if (const auto number = value->number()) check(std::strtod(std::string(input).c_str(), nullptr) == *number);
 }

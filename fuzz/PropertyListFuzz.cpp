@@ -1,19 +1,24 @@
-// Any bytes either are no property list or give some of the texts that were asked for, none longer than the list.
+// Any bytes either are no property list or give some of the texts that were asked for, none longer than the list, which
+// are read again as they are when they stand in a list of their own.
+#include "fuzz/Fuzz.h"
+
 #include "platform/linux/applications/PropertyList.h"
 
 #include <array>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void velmora::fuzz::run(std::string_view input) {
     static constexpr std::array<std::string_view, 3> keys{"CFBundleName", "CFBundleIdentifier", "k"};
-    const std::string_view contents(reinterpret_cast<const char*>(data), size);
-    const auto strings = velmora::propertyListStrings(contents, keys);
-    if (!strings) return 0;
-    if (strings->size() > keys.size()) std::abort();
+    const auto strings = propertyListStrings(input, keys);
+    if (!strings) return;
+    std::string list = "<plist version=\"1.0\"><dict>";
     for (const auto& [key, words] : *strings) {
-        if (words.size() > 3 * size) std::abort();
+        check(words.size() <= 3 * input.size());
+        list += "<key>" + key + "</key><string>";
+        for (const char c : words) {
+            const bool isMarkup = c == '<' || c == '>' || c == '&' || c == '\r';
+            list += isMarkup ? "&#" + std::to_string(c) + ";" : std::string(1, c);
+        }
+        list += "</string>";
     }
-    return 0;
+    check(strings->size() <= keys.size() && propertyListStrings(list + "</dict></plist>", keys) == strings);
 }
