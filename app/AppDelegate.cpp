@@ -30,8 +30,12 @@ std::string description(const std::exception_ptr& failure) {
 
 }  // namespace
 
-AppDelegate::AppDelegate(Platform platform, ViewPlatform viewPlatform, bool showAtStart)
-    : platform_(std::move(platform)), viewPlatform_(std::move(viewPlatform)), showWhenReady_(showAtStart) {}
+AppDelegate::AppDelegate(Platform platform, ViewPlatform viewPlatform, bool showAtStart,
+                         std::function<void(int exitCode)> onTerminating)
+    : platform_(std::move(platform)),
+      viewPlatform_(std::move(viewPlatform)),
+      showWhenReady_(showAtStart),
+      onTerminating_(std::move(onTerminating)) {}
 
 AppDelegate::~AppDelegate() = default;
 
@@ -95,6 +99,7 @@ void AppDelegate::show() {
 void AppDelegate::terminate(int exitCode) {
     VELMORA_ASSERT_MAIN();
     if (std::exchange(terminating_, true)) return;
+    onTerminating_(exitCode);
     if (services_) services_->stopWatching();
     if (controller_) controller_->hide();
     if (state_) state_->stop();

@@ -3,6 +3,7 @@
 #include "app/composition/AppServices.h"
 #include "platform/Platform.h"
 
+#include <functional>
 #include <memory>
 
 namespace velmora {
@@ -24,7 +25,9 @@ struct ViewPlatform {
 /// Runs on: the main thread. Owns: the services, the palette's state and window, the status item.
 class AppDelegate {
   public:
-    AppDelegate(Platform platform, ViewPlatform viewPlatform, bool showAtStart);
+    /// `onTerminating` is called once, with the exit code, when the program begins to end.
+    AppDelegate(Platform platform, ViewPlatform viewPlatform, bool showAtStart,
+                std::function<void(int exitCode)> onTerminating);
     ~AppDelegate();
     AppDelegate(const AppDelegate&) = delete;
     AppDelegate& operator=(const AppDelegate&) = delete;
@@ -50,6 +53,7 @@ class AppDelegate {
     Platform platform_;
     ViewPlatform viewPlatform_;
     bool showWhenReady_;
+    std::function<void(int exitCode)> onTerminating_;
     bool terminating_ = false;
     TaskHandle startTask_;
     TaskHandle paletteStart_;

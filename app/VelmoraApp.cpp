@@ -9,6 +9,7 @@
 #include "platform/Runtime.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/dbus/SingleInstance.h"
+#include "platform/linux/session/ExitDeadline.h"
 #include "platform/linux/session/TerminationSignals.h"
 #include "platform/qt/QtMainExecutor.h"
 #include "platform/qt/QtPlatform.h"
@@ -28,6 +29,7 @@ namespace velmora {
 namespace {
 
 constexpr std::chrono::milliseconds busHeadStart{100};
+constexpr std::chrono::seconds quitDeadline{2};
 
 bool hasGraphicalSession() {
     for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
@@ -39,7 +41,9 @@ bool hasGraphicalSession() {
 
 /// For a second start: the exit code.
 int giveWay(SingleInstance& instance, bool show) {
-    return !show || instance.showFirst() ? 0 : 1;
+    if (instance.reachFirst(show)) return 0;
+    std::cerr << "velmora: the one that runs does not answer, or something else has its name on the session bus\n";
+    return 1;
 }
 
 /// Watches the session bus for another start of the program asking this one to show itself.
@@ -99,6 +103,7 @@ std::unique_ptr<QTimer> watchLoop() {
 }
 
 int run(int argc, char** argv, bool showAtStart, SingleInstance& instance) {
+    ExitDeadline exitDeadline;
     QApplication application(argc, argv);
     if (instance.role() == SingleInstance::Role::second) return giveWay(instance, showAtStart);
     if (instance.role() == SingleInstance::Role::alone) {
@@ -114,8 +119,13 @@ int run(int argc, char** argv, bool showAtStart, SingleInstance& instance) {
     QtMainExecutor main;
     const SystemAppearance appearance;
     QtPlatform qtPlatform(linuxPlatform.clipboard());
+    const auto onTerminating = [&](int exitCode) {
+        instance.release();
+        exitDeadline.start(quitDeadline, exitCode);
+    };
     AppDelegate delegate(linuxPlatform.platform(main.executor(), qtPlatform.toolkit()),
-                         ViewPlatform{qtPlatform.windowManager(), linuxPlatform.fileIcons()}, showAtStart);
+                         ViewPlatform{qtPlatform.windowManager(), linuxPlatform.fileIcons()}, showAtStart,
+                         onTerminating);
     const TerminationSignals signals(main.executor(), [&delegate] { delegate.terminate(); });
     const QuitRequests quitRequests(application, [&delegate] { delegate.terminate(); });
     instance.onShow = [&delegate] { delegate.show(); };

@@ -20,9 +20,20 @@ int activate(sd_bus_message* call, void* owner, sd_bus_error*) {
     return sd_bus_reply_method_return(call, nullptr);
 }
 
+int answer(sd_bus_message* call, void*, sd_bus_error*) {
+    return sd_bus_reply_method_return(call, nullptr);
+}
+
 constexpr sd_bus_vtable methods[] = {
     SD_BUS_VTABLE_START(0),
     SD_BUS_METHOD("Activate", "a{sv}", "", activate, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_VTABLE_END,
+};
+
+/// Tells this program from others that have taken its name.
+constexpr sd_bus_vtable ownMethods[] = {
+    SD_BUS_VTABLE_START(0),
+    SD_BUS_METHOD("Ping", "", "", answer, SD_BUS_VTABLE_UNPRIVILEGED),
     SD_BUS_VTABLE_END,
 };
 
@@ -34,7 +45,8 @@ struct SingleInstance::Question {
         sdbus::Bus opened = sdbus::connect(sd_bus_open_user, deadline);
         int reply = -ENOTCONN;
         // The object stands before the name, so that whoever sees the name can call it.
-        if (opened && sd_bus_add_object_vtable(opened.get(), nullptr, objectPath, interfaceName, methods, owner) >= 0) {
+        if (opened && sd_bus_add_object_vtable(opened.get(), nullptr, objectPath, interfaceName, methods, owner) >= 0 &&
+            sd_bus_add_object_vtable(opened.get(), nullptr, objectPath, busName, ownMethods, owner) >= 0) {
             sd_bus_set_method_call_timeout(opened.get(), sdbus::microsecondsUntil(deadline));
             reply = sd_bus_request_name(opened.get(), busName, 0);
         }
@@ -75,11 +87,18 @@ SingleInstance::Role SingleInstance::role(std::chrono::milliseconds atMost) {
     return role_;
 }
 
-bool SingleInstance::showFirst() {
+bool SingleInstance::reachFirst(bool show) {
     const sdbus::Bus& bus = question_->bus;
-    const sdbus::Message call = sdbus::methodCall(bus, busName, objectPath, interfaceName, "Activate");
-    return call && sd_bus_message_append(call.get(), "a{sv}", 0) >= 0 &&
-           sdbus::call(bus, call, question_->deadline) == sdbus::Outcome::done;
+    const sdbus::Message call = show ? sdbus::methodCall(bus, busName, objectPath, interfaceName, "Activate")
+                                     : sdbus::methodCall(bus, busName, objectPath, busName, "Ping");
+    if (!call || (show && sd_bus_message_append(call.get(), "a{sv}", 0) < 0)) return false;
+    return sdbus::call(bus, call, question_->deadline) == sdbus::Outcome::done;
+}
+
+void SingleInstance::release() {
+    if (role_ != Role::first) return;
+    sd_bus_release_name_async(question_->bus.get(), nullptr, busName, nullptr, nullptr);
+    sd_bus_flush(question_->bus.get());
 }
 
 int SingleInstance::descriptor() const {

@@ -32,8 +32,12 @@ class SingleInstance {
     /// the same.
     [[nodiscard]] Role role(std::chrono::milliseconds atMost = timeout);
 
-    /// For a second process: asks the first one to show itself. False when it did not answer.
-    [[nodiscard]] bool showFirst();
+    /// For a second process: asks the first one to show itself, or only whether it is there. False when it did not
+    /// answer, or when what has the name is something else.
+    [[nodiscard]] bool reachFirst(bool show);
+
+    /// For the first process: gives the name up, so that the next start need not wait until this one has ended.
+    void release();
 
     /// For the first process: called when another one asks it to show itself.
     std::function<void()> onShow = [] {};
