@@ -13,7 +13,7 @@
 
 namespace velmora::test {
 
-/// A menu and a folder panel in which the user always makes the same choice.
+/// A menu in which the user always makes the same choice, and a folder panel that is always dismissed.
 class FakeMenu final : public PopUpMenu {
   public:
     [[nodiscard]] Task<std::optional<std::size_t>> choose(std::vector<std::string> titles) override {
@@ -27,9 +27,7 @@ class FakeMenu final : public PopUpMenu {
 
 class FakeFolderPanel final : public FolderPanel {
   public:
-    [[nodiscard]] Task<std::optional<std::string>> chooseFolder(FolderPanelRequest) override { co_return choice; }
-
-    std::optional<std::string> choice;
+    [[nodiscard]] Task<std::optional<std::string>> chooseFolder(FolderPanelRequest) override { co_return std::nullopt; }
 };
 
 /// Answers questions as told, and remembers them. A question without an answer waits for `clock` to come round.

@@ -19,7 +19,6 @@ class FakeSession final : public Power, public ScreenLock, public Trash {
     [[nodiscard]] Task<SessionAnswer> sleep() override { co_return answer; }
     [[nodiscard]] Task<SessionAnswer> lock() override { co_return answer; }
     [[nodiscard]] Task<bool> empty() override {
-        ++emptied;
         if (delay.count() > 0) co_await clock_.sleep(delay);
         if (trashFails) throw std::runtime_error("the disk is on fire");
         co_return answer == SessionAnswer::accepted;
@@ -28,7 +27,6 @@ class FakeSession final : public Power, public ScreenLock, public Trash {
     SessionAnswer answer = SessionAnswer::accepted;
     bool trashFails = false;
     std::chrono::milliseconds delay{0};
-    int emptied = 0;
 
   private:
     ManualClock& clock_;

@@ -7,54 +7,35 @@
 namespace velmora {
 namespace {
 
-std::string join(std::initializer_list<std::string> parts) {
-    std::string joined;
-    for (const std::string& part : parts)
-        joined.append(part);
-    return joined;
-}
-
 std::string repeated(std::size_t times, char c) {
     return std::string(times, c);
 }
 
 TEST(Calculator, ShowsTheValueOfExpressionsOnly) {
-    const std::string deep = join({repeated(100'000, '('), "1+1", repeated(100'000, ')')});
-    const std::string signs = join({repeated(1'000'000, '-'), "1"});
-    const std::pair<std::string, std::string> values[] = {{"1+2*3", "7"},
-                                                          {"(1+2)*3", "9"},
-                                                          {"10/4", "2.5"},
-                                                          {"0/5", "0"},
-                                                          {"7 × 6", "42"},
-                                                          {"9 ÷ 2", "4.5"},
-                                                          {".5+.5", "1"},
-                                                          {"1.+1", "2"},
-                                                          {"-5", "-5"},
-                                                          {"+42", "42"},
-                                                          {"999999999999999+1", "1e+15"},
-                                                          {"2*-3", "-6"},
-                                                          {"-2*3", "-6"},
-                                                          {"2--3", "5"},
-                                                          {"--3", "3"},
-                                                          {"-7%3", "-1"},
-                                                          {"7.5%2", "1.5"},
-                                                          {"8-3-2", "3"},
-                                                          {"100/10*2%7", "6"},
-                                                          {"1/3", "0.3333333333"},
-                                                          {"1\u00A0+\u30001", "2"},
-                                                          {join({"1/", repeated(400, '9')}), "0"},
-                                                          {join({"1.", repeated(400, '0'), "1+0"}), "1"},
-                                                          {join({"0.", repeated(400, '0'), "1+0"}), "0"},
-                                                          {signs, "1"}};
+    const std::pair<std::string, std::string> values[] = {
+        {"1+2*3", "7"},
+        {"(1+2)*3", "9"},
+        {"9 ÷ 2 × 3", "13.5"},
+        {".5+1.", "1.5"},
+        {"+42", "42"},
+        {"999999999999999+1", "1e+15"},
+        {"2*-3", "-6"},
+        {"-7%3", "-1"},
+        {"8-3-2", "3"},
+        {"100/10*2%7", "6"},
+        {"1/3", "0.3333333333"},
+        {"1\u00A0+\u30001", "2"},
+        {"1/" + repeated(400, '9'), "0"},
+        {repeated(1'000'000, '-') + "1", "1"},
+    };
     for (const auto& [text, shown] : values) {
         const auto value = Calculator::value(text);
         EXPECT_EQ(value ? Calculator::format(*value) : "nothing", shown) << text.substr(0, 40);
     }
-    const std::string others[] = {
-        "2*(3",  "2*3)",       "10/0",  "10/-0",  "10%0",     "1,5+1",  "1.5.2+1",
-        ". + 1", "5",          "(42)",  "",       " \n ",     "+",      "2^3",
-        "1+2 3", "(1)+(2)(3)", "1e3+1", "0x10+1", "\u0661+1", "1+\xFF", join({repeated(400, '9'), "-1"}),
-        deep};
+    const std::string deep = repeated(100'000, '(') + "1+1" + repeated(100'000, ')');
+    const std::string others[] = {"2*(3", "2*3)", "10/-0", "10%0",   "1.5.2+1", "5",
+                                  "(42)", " \n ", "1+2 3", "0x10+1", "1+\xFF",  repeated(400, '9') + "-1",
+                                  deep};
     for (const std::string& text : others)
         EXPECT_EQ(Calculator::value(text), std::nullopt) << text.substr(0, 40);
 }

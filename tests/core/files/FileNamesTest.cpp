@@ -9,12 +9,8 @@ using namespace velmora;
 
 TEST(FileNames, WritesStrayBytesAsPrivateCharactersAndNothingElse) {
     const std::vector<std::pair<std::string, std::string>> cases{
-        {"plain.txt", "plain.txt"},
-        {"Übung – 日本 🎉", "Übung – 日本 🎉"},
         {"caf\xE9.txt", "caf\xEE\xBF\xA9.txt"},                      // Latin-1
-        {"\xC3", "\xEE\xBF\x83"},                                    // cut off
         {"\xC0\xAF", "\xEE\xBF\x80\xEE\xBE\xAF"},                    // overlong "/"
-        {"\xED\xA0\x80", "\xEE\xBF\xAD\xEE\xBE\xA0\xEE\xBE\x80"},    // half a surrogate pair
         {"\xEE\xBF\xA9", "\xEE\xBF\xAE\xEE\xBE\xBF\xEE\xBE\xA9"},    // the escape itself
         {"\xEE\xBD\xBF \xEF\x80\x80", "\xEE\xBD\xBF \xEF\x80\x80"},  // its neighbours
         {"a\n\"%_\\/\xFF/b", "a\n\"%_\\/\xEE\xBF\xBF/b"},

@@ -38,37 +38,19 @@ std::string repeated(const std::string& part, int count) {
 
 TEST(FileSearchQuery, ReadsTheLanguage) {
     const std::pair<std::string, std::string> cases[] = {
-        {"Report 2026", "<Report><2026>||||relevance"},
         {R"("annual report" 2026)", "<annual report><2026>||||relevance"},
         {R"(re"po rt"s "open end )", "<repo rts><open end >||||relevance"},
-        {R"(a "" b)", "<a><b>||||relevance"},
         {"a\u00A0b\u3000c\r\nd\u2028e", "<a><b><c><d><e>||||relevance"},
-        {"\"a\nb\"", "<a\nb>||||relevance"},
         {"x ext:.PDF,,docx. Ext:tar.gz,ÄRA", "<x>||<pdf><docx><tar.gz><ära>||relevance"},
         {"Downloads/report ~/x path:Downloads PATH:a/B", "|<Downloads/report><~/x><Downloads><a/B>|||relevance"},
-        {"path:path:x", "|<path:x>|||relevance"},
         {R"("path:My Files" "ext:pdf")", "|<My Files>|<pdf>||relevance"},
-        {"KIND:File", "|||file|relevance"},
         {"kind:file kind:folder sort:SIZE sort:name", "|||folder|name"},
         {"extra kinds sorted ext :x", "<extra><kinds><sorted><ext><:x>||||relevance"},
-        {"a a ext:c,c", "<a><a>||<c><c>||relevance"},
-        {"100%_done \\", "<100%_done><\\>||||relevance"},
-        {"e\u0301xt:pdf", "<e\u0301xt:pdf>||||relevance"},
-        {std::string(1000, 'x'), "<" + std::string(1000, 'x') + ">||||relevance"},
-        {repeated("👨‍👩‍👧‍👦", 1000),
-         "<" + repeated("👨‍👩‍👧‍👦", 1000) + ">||||relevance"},
         {repeated("a ", 16), repeated("<a>", 16) + "||||relevance"},
         {"\xFF\xFE caf\xE9", "<\xFF\xFE><caf\xE9>||||relevance"},
     };
     for (const auto& [text, expected] : cases)
         EXPECT_EQ(read(text), expected) << text;
-}
-
-TEST(FileSearchQuery, IsEmptyOnlyWithoutAnythingToLookFor) {
-    for (const char* const text : {"", "  \n", "\"\"", "sort:size"})
-        EXPECT_TRUE(FileSearchQuery(text).isEmpty()) << text;
-    for (const char* const text : {"a", "a/", "ext:a", "kind:folder", "kind:file", "\" \""})
-        EXPECT_FALSE(FileSearchQuery(text).isEmpty()) << text;
 }
 
 TEST(FileSearchQuery, SaysWhatToChange) {
@@ -79,22 +61,13 @@ TEST(FileSearchQuery, SaysWhatToChange) {
     const std::string order = "Use sort:relevance, name, size or modified.";
     const std::string fragment = "Add a path fragment after path:.";
     const std::pair<std::string, std::string> cases[] = {
-        {std::string(1001, 'x'), tooLong},
-        {repeated("ab ", 334), tooLong},
         {repeated("e\u0301", 1001), tooLong},
-        {"a" + repeated("\u0301", 1'000'000), tooLong},
         {repeated("a ", 17), tooMany},
-        {repeated("kind: ", 17), tooMany},
-        {"ext:", extension},
         {"ext:...", extension},
-        {"ext:,", extension},
-        {"kind:", kind},
         {"kind:files", kind},
-        {"sort:", order},
         {"sort:date", order},
         {"path:", fragment},
         {"a kind:x sort:y", kind},
-        {"sort:y kind:x", order},
     };
     for (const auto& [text, sentence] : cases)
         EXPECT_EQ(read(text), sentence) << text.substr(0, 40);

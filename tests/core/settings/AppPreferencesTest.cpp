@@ -21,12 +21,8 @@ TEST(AppPreferences, ReadsStrictly) {
         return JSONValue(members);
     };
     const auto hotkey = [](const char* text) { return JSONValue::parse(text); };
-    EXPECT_EQ(AppPreferences::fromJSON(with("unknown", 1)), AppPreferences());
-    EXPECT_EQ(AppPreferences::fromJSON(with("clipboardLimit", 0)).clipboardLimit, 0) << "used as stored";
     const auto labelled = hotkey(R"({"keyCode":7,"modifiers":4294967295,"keyLabel":"X"})");
     EXPECT_EQ(AppPreferences::fromJSON(with("hotkey", labelled)).hotkey, (HotkeyConfiguration{7, 4294967295U, "X"}));
-    const auto unlabelled = hotkey(R"({"keyCode":7,"modifiers":0,"keyLabel":null})");
-    EXPECT_EQ(AppPreferences::fromJSON(with("hotkey", unlabelled)).hotkey, (HotkeyConfiguration{7, 0, {}}));
 
     for (const JSONValue& value : std::vector<JSONValue>{
              JSONValue::Array{}, JSONValue::Object{}, with("model", std::nullopt), with("model", nullptr),
