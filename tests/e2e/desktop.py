@@ -27,6 +27,7 @@ import uuid
 import xml.etree.ElementTree
 
 MARK = "VELMORA_TEST_DESKTOP"
+SIZE = "1280x800"
 SHARED_DATA = ("dbus-1", "fonts", "glib-2.0", "icons", "mime", "themes")
 FONTS = """<?xml version="1.0"?>
 <!DOCTYPE fontconfig SYSTEM "urn:fontconfig:fonts.dtd">
@@ -58,10 +59,8 @@ class Desktop:
     accessibility tree, which costs them time: leave it off to measure.
     """
 
-    def __init__(self, size="1280x800", accessibility=False, background="gradient:#dfe7ee-#8496a9", environment=None):
-        self.size = size
+    def __init__(self, accessibility=False, environment=None):
         self.accessibility = accessibility
-        self.background = background
         self.extra = dict(environment or {})
         self.mark = uuid.uuid4().hex
         self.reader = None
@@ -136,7 +135,7 @@ class Desktop:
     def _start_display(self):
         reading, writing = os.pipe()
         # Without repeating keys: on a busy machine one that is let go late would come several times.
-        command = ["Xvfb", "-r", "-displayfd", str(writing), "-screen", "0", f"{self.size}x24"]
+        command = ["Xvfb", "-r", "-displayfd", str(writing), "-screen", "0", f"{SIZE}x24"]
         command += ["-nolisten", "tcp", "-noreset"]
         self.start(command, pass_fds=(writing,))
         os.close(writing)
@@ -155,7 +154,7 @@ class Desktop:
         self.start(["openbox", "--sm-disable", "--config-file", str(rules)])
         wait_until(lambda: self._window_manager_runs(), "the window manager")
         # Something to see rounded corners and shadows against.
-        self.run(["display", "-window", "root", "-size", self.size, self.background], check=False)
+        self.run(["display", "-window", "root", "-size", SIZE, "gradient:#dfe7ee-#8496a9"], check=False)
 
     def _window_manager_runs(self):
         found = self.run(["xdotool", "get_num_desktops"], check=False)
@@ -192,26 +191,15 @@ class Desktop:
     def log_of(self, program):
         return (self.logs / f"{pathlib.Path(program).name}.log").read_text(errors="replace")
 
-    def mock(self, name, *objects):
-        """A service on the session bus that prints the calls it gets. Each object is a path, an interface, and methods:
-        name, signatures of what goes in and out, and Python code that may set `ret` or raise."""
-        main, interface, _ = objects[0]
-        command = [sys.executable, "-m", "dbusmock", "--session", name, main, interface]
-        service = self.start(command, stdout=subprocess.PIPE, text=True)
-        self.run(["gdbus", "wait", "--session", "--timeout", "10", name])
-        for path, its_interface, methods in objects:
-            call = ["gdbus", "call", "--session", "--dest", name, "--object-path", main, "--method"]
-            if path == main:
-                self.run([*call, "org.freedesktop.DBus.Mock.AddMethods", its_interface, repr(methods)])
-            else:
-                self.run([*call, "org.freedesktop.DBus.Mock.AddObject", path, its_interface, "@a{sv} {}", repr(methods)])
-        return service
-
     def prefer_dark(self):
         """Lets the desktop say that it wants dark windows, through the settings portal. Programs started later see it."""
+        name, path = "org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop"
+        interface = "org.freedesktop.portal.Settings"
         read = ("Read", "ss", "v", "ret = dbus.UInt32(1, variant_level=2)")  # portals wrap this one twice
-        self.mock("org.freedesktop.portal.Desktop",
-                  ("/org/freedesktop/portal/desktop", "org.freedesktop.portal.Settings", [read]))
+        self.start([sys.executable, "-m", "dbusmock", "--session", name, path, interface])
+        self.run(["gdbus", "wait", "--session", "--timeout", "10", name])
+        self.run(["gdbus", "call", "--session", "--dest", name, "--object-path", path, "--method",
+                  "org.freedesktop.DBus.Mock.AddMethods", interface, repr([read])])
 
     # Windows and keys
 

@@ -1,6 +1,5 @@
 #!/usr/bin/python3
-"""Quicklinks, shortcuts and the commands of the session in the built program: they reach a browser, scripts, logind and
-the Trash of a private desktop."""
+"""Quicklinks, shortcuts and the Trash in the built program, on a private desktop."""
 
 import os
 import pathlib
@@ -18,11 +17,6 @@ QUESTION = "This operation cannot be undone."
 
 
 class Quick(PaletteTest):
-    def setUp(self):
-        super().setUp()
-        # The session's bus stands in for the system's too.
-        self.desktop.environment["DBUS_SYSTEM_BUS_ADDRESS"] = self.desktop.environment["DBUS_SESSION_BUS_ADDRESS"]
-
     def find(self, text, row):
         self.query(text)
         self.wait_for_row(row, 0)
@@ -42,20 +36,12 @@ class Quicklinks(Quick):
         self.desktop.wait_until_hidden(TITLE)
         address = "https://wiki.example.com/start%20here?q='$(x)"
         with sqlite3.connect(self.desktop.data / "Velmora/velmora.sqlite") as database:
-            insert = "INSERT INTO quicklinks(id,title,url_template) VALUES(?,?,?)"
-            database.execute(insert, ("1", "Team Handbook", address))
-            database.execute(insert, ("2", "Broken Link", "ftp://example.com/"))
+            database.execute("INSERT INTO quicklinks(id,title,url_template) VALUES('1','Team Handbook',?)", (address,))
         self.show_again()
         self.find("handb", "Team Handbook, wiki.example.com")
         self.picture("quicklink")
         self.desktop.press("Return")
         self.assertEqual(self.arguments(), ["--fixed", address])
-        self.desktop.wait_until_hidden(TITLE)
-
-        self.show_again()
-        self.find("broken link", "Broken Link")
-        self.desktop.press("Return")
-        self.wait_for_text("Quicklinks must use http, https or file addresses.")
 
 
 class Shortcuts(Quick):
@@ -98,51 +84,6 @@ class Shortcuts(Quick):
         self.addCleanup(os.kill, process, signal.SIGKILL)
         self.end(self.program)
         self.assertIn("sleep", pathlib.Path(f"/proc/{process}/comm").read_text())
-
-
-class Session(Quick):
-    def logind(self, code=""):
-        """A logind with one session, in which every request runs `code`."""
-        name, path = "org.freedesktop.login1", "/org/freedesktop/login1"
-        session = f"{path}/session/c1"
-        manager = [("Suspend", "b", "", code), ("GetSessionByPID", "u", "o", f"ret = '{session}'")]
-        return self.desktop.mock(
-            name, (path, f"{name}.Manager", manager), (session, f"{name}.Session", [("Lock", "", "", code)]))
-
-    def asked(self, service, request):
-        wait_until(lambda: service.stdout.readline().split(" ", 1)[1] == request + "\n", f'"{request}" to be asked for')
-
-    def run_command(self, text, row):
-        self.desktop.press("ctrl+a")
-        self.find(text, row)
-        self.desktop.press("Return")
-
-    def test_locks_and_sleeps_and_says_when_it_cannot(self):
-        service = self.logind()
-        self.open()
-        self.run_command("lock scr", "Lock Screen, System Command")
-        self.asked(service, "Lock")
-        self.desktop.wait_until_hidden(TITLE)
-        self.show_again()
-        self.run_command("sleep", "Sleep, System Command")
-        self.asked(service, "Suspend False")
-        self.desktop.wait_until_hidden(TITLE)
-        self.end_service(service)
-        refusal = "raise dbus.exceptions.DBusException('no', name='org.freedesktop.DBus.Error.AccessDenied')"
-        service = self.logind(refusal)
-        self.show_again()
-        self.run_command("sleep", "Sleep")
-        self.wait_for_text("macOS did not allow this sleep request.")
-        self.run_command("lock screen", "Lock Screen")
-        self.wait_for_text(
-            "Enable Velmora in System Settings → Privacy & Security → Accessibility to lock the screen.")
-        self.end_service(service)
-        self.run_command("sleep", "Sleep")
-        self.wait_for_text("Power management is unavailable.")
-
-    def end_service(self, service):
-        service.terminate()
-        service.wait(timeout=10)
 
 
 class Trash(Quick):
