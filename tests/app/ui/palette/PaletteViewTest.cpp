@@ -1,49 +1,13 @@
-#include "app/ui/palette/AnswerView.h"
 #include "app/ui/palette/NoticeLine.h"
 #include "app/ui/palette/ResultList.h"
-#include "app/ui/widgets/ChipButton.h"
 #include "tests/app/ui/palette/PaletteFixture.h"
 
 #include <QAccessible>
-#include <QClipboard>
-#include <QGuiApplication>
-#include <QMenu>
-#include <QPlainTextEdit>
-#include <QScrollBar>
 
 namespace velmora {
 namespace {
 
-using test::PaletteFixture;
-
-class PaletteViewTest : public PaletteFixture {
-  protected:
-    [[nodiscard]] ChipButton* chip(const QString& text) const {
-        for (auto* const button : panel().findChildren<ChipButton*>())
-            if (button->text() == text) return button;
-        return nullptr;
-    }
-};
-
-TEST_F(PaletteViewTest, OffersTheFolderOfTheFilesMode) {
-    show();
-    state->enter(PaletteState::Mode::files);
-    folderPanel.choice = "/home/somebody/Pictures";
-    QTest::mouseClick(chip("All Folders"), Qt::LeftButton);
-    loop.settle();
-    ASSERT_TRUE(chip("Pictures"));
-    QTest::mouseClick(chip("Pictures"), Qt::LeftButton);
-    auto* const popup = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-    ASSERT_TRUE(popup);
-    windowManager.activated.clear();
-    popup->actions().front()->trigger();
-    popup->close();
-    EXPECT_EQ(state->fileDirectory(), std::nullopt);
-    EXPECT_EQ(windowManager.activated, std::vector<WindowManager::Window>{panel().winId()})
-        << "the menu gives the keyboard back";
-    QTest::mouseClick(chip("esc Back"), Qt::LeftButton);
-    EXPECT_FALSE(chip("All Folders")->isVisible());
-}
+class PaletteViewTest : public test::PaletteFixture {};
 
 TEST_F(PaletteViewTest, ReadsTheIconsOfCommandsAheadAndThoseOfFilesWhenTheyShow) {
     for (int i = 0; i < 80; ++i)
@@ -71,27 +35,6 @@ TEST_F(PaletteViewTest, ReadsTheIconsOfCommandsAheadAndThoseOfFilesWhenTheyShow)
     EXPECT_TRUE(visible >= 7 && visible <= 10) << visible;
     press(Qt::Key_Up);
     EXPECT_GT(look(), 80 + visible) << "the selection is scrolled to";
-}
-
-TEST_F(PaletteViewTest, AnswersAreReadAndCopiedWhileTheKeyboardStaysInTheInput) {
-    show();
-    Agent talkative;
-    talkative.name = "no\u00A0break\r\n" + std::string(200, '\n');
-    state->enter(PaletteState::Mode::ai, talkative);
-    auto& text = *view<AnswerView>().findChild<QPlainTextEdit*>();
-    const QPoint start = text.cursorRect(QTextCursor(text.document())).center();
-    QTest::mouseDClick(text.viewport(), Qt::LeftButton, {}, start);
-    press(Qt::Key_PageDown);
-    const int scrolled = text.verticalScrollBar()->value();
-    EXPECT_GT(scrolled, 0);
-    state->showError("anything that draws the palette again");
-    press(Qt::Key_C, Qt::ControlModifier);
-    EXPECT_EQ(QGuiApplication::clipboard()->text(), "Enter");
-    EXPECT_EQ(text.verticalScrollBar()->value(), scrolled);
-    press(Qt::Key_PageUp);
-    EXPECT_LT(text.verticalScrollBar()->value(), scrolled);
-    type("x");
-    EXPECT_EQ(state->query(), "x");
 }
 
 TEST_F(PaletteViewTest, SaysWhichRowIsSelectedAndThatAnErrorIsAnAlert) {
