@@ -13,6 +13,7 @@
 namespace velmora {
 namespace {
 
+namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
 class AppServicesTest : public testing::Test, protected test::FakePlatform {
@@ -23,22 +24,12 @@ class AppServicesTest : public testing::Test, protected test::FakePlatform {
         umask(mask);
     }
 
-    void settle(std::chrono::milliseconds duration) {
-        loop.settle();
-        clock.advance(duration);
-        loop.settle();
-    }
-
     std::shared_ptr<AppServices> services;
 };
 
-TEST_F(AppServicesTest, KeepsItsDataFromOthers) {
-    namespace fs = std::filesystem;
+TEST_F(AppServicesTest, AppliesTheStoredPreferencesAndRefusesUnreadableOnes) {
     for (const std::string made : {"/data", "/data/Velmora"})
         EXPECT_EQ(fs::status(folder.path() + made).permissions(), fs::perms::owner_all) << made;
-}
-
-TEST_F(AppServicesTest, AppliesTheStoredPreferencesAndRefusesUnreadableOnes) {
     AppPreferences stored;
     stored.clipboardEnabled = false;
     stored.clipboardLimit = 7;
@@ -59,10 +50,11 @@ TEST_F(AppServicesTest, QuittingDuringTheStartStartsNothingAgain) {
     loop.until([&] { return start.done(); });
     services->startWatching();
     pasteboard.copyText("text");
-    settle(2s);
+    loop.settle();
+    clock.advance(2s);
+    loop.settle();
     EXPECT_TRUE(services->shortcuts->statusText().empty()) << "never listed";
-    const auto entries = loop.run([&] { return services->clipboard->search("", std::nullopt); });
-    EXPECT_TRUE(entries.empty());
+    EXPECT_TRUE(loop.run([&] { return services->clipboard->search("", std::nullopt); }).empty());
     loop.run([&] { return services->stop(); });
     EXPECT_ANY_THROW(loop.run([&] { return services->usage.record("x"); })) << "the database is closed";
 }

