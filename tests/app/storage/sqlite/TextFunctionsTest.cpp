@@ -16,14 +16,10 @@ TEST_F(TextFunctionsTest, MeanWhatTheyMeanInSQLite) {
         constexpr auto digits = "0123456789ABCDEF";
         letters += {digits[byte / 16], digits[byte % 16]};
     }
-    const std::string texts[] = {"NULL",        "''",
-                                 "'a'",         "'É'",
-                                 "'xÉabcé'",    "'©'",
-                                 "'Ã'",         "12",
-                                 "-1.50",       "x'C3A9'",
-                                 "x'A9'",       "x''",
-                                 "'AZ[@`{'",    "'a'||char(0)||'B'",
-                                 letters + "'", "CAST(" + letters + "' AS TEXT)"};
+    std::vector<std::string> texts{"NULL",    "''",    "'a'", "'É'",      "'xÉabcé'",         "12",
+                                   "x'C3A9'", "x'A9'", "x''", "'AZ[@`{'", "'a'||char(0)||'B'"};
+    texts.push_back(letters + "'");
+    texts.push_back("CAST(" + letters + "' AS TEXT)");
     std::vector<std::string> expressions;
     for (const std::string& whole : texts) {
         expressions.push_back("lower(" + whole + ")");
@@ -48,7 +44,6 @@ TEST_F(TextFunctionsTest, TheFasterLikeLastsForItsQueryOnly) {
         static constexpr auto query = "SELECT CAST(12 AS TEXT) LIKE ? ESCAPE ? AS c";
         return loop.run([&] { return database->rowsMatching(query, {pattern, escape}); }).at(0).text("c");
     };
-    EXPECT_EQ(matching("1_", "\\"), "1");
     EXPECT_EQ(matching(nullptr, "\\"), std::nullopt);
     EXPECT_EQ(failureOf([&] { matching("%", "ab"); }), "Could not read local data.");
     const auto plan = rows("EXPLAIN QUERY PLAN SELECT name FROM file_index WHERE name LIKE ? ESCAPE '\\'", {"ab%"});
