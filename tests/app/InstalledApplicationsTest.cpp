@@ -98,14 +98,8 @@ TEST_F(InstalledApplicationsTest, FollowsLinksWithoutGoingInCircles) {
     fs::create_directory_symlink(folder.path() + "/elsewhere", real + "/link");
     fs::create_symlink(folder.path() + "/elsewhere/two.desktop", real + "/two.desktop");
     fs::create_symlink(folder.path() + "/nowhere", real + "/dangling.desktop");
-    const auto records = scan();
     ASSERT_EQ(names(), (Texts{"In z", "Two", "Two"})) << "two.desktop and link-two.desktop are two identifiers";
-    EXPECT_EQ(records[0].path, real + "/z/in z.desktop") << "found under its own name, not a link's";
-    fs::remove(real + "/link");
-    fs::create_directories(folder.path() + "/share");
-    fs::create_directory_symlink(real, folder.path() + "/share/applications");
-    EXPECT_EQ(scan()[0].path, folder.path() + "/share/applications/z/in z.desktop")
-        << "a root is walked although one before it led there";
+    EXPECT_EQ(scan()[0].path, real + "/z/in z.desktop") << "found under its own name, not a link's";
 }
 
 TEST_F(InstalledApplicationsTest, MakesNamesFitForOneLine) {

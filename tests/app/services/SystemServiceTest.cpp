@@ -1,6 +1,5 @@
 #include "app/services/SystemService.h"
 
-#include "core/AppError.h"
 #include "tests/fakes/FakeSession.h"
 #include "tests/fakes/FakeWorkspace.h"
 #include "tests/fakes/TestLoop.h"
@@ -16,13 +15,14 @@ TEST(SystemService, NoFailureIsSilent) {
     test::FakeWorkspace workspace{clock};
     test::FakeSession session{clock};
     SystemService system{workspace, session, session, session, "/home/ann"};
-    const auto failureOf = [&](const std::function<Task<>()>& work) -> std::string {
-        try {
-            loop.run([&]() -> Task<> { co_await work(); });
-        } catch (const AppError& error) {
-            return error.what();
-        }
-        return "";
+    const auto failureOf = [&](const std::function<Task<>()>& work) {
+        std::string failure;
+        const TaskHandle task = loop.start(failure, [&]() -> Task<std::string> {
+            co_await work();
+            co_return "";
+        });
+        loop.until([&] { return task.done(); });
+        return failure;
     };
     const std::string trash = "Finder could not empty the Trash. Check Automation permissions and try again.";
     session.answer = SessionAnswer::refused;

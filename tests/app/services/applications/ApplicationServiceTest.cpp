@@ -1,6 +1,6 @@
 #include "app/services/applications/ApplicationService.h"
 
-#include "core/AppError.h"
+#include "app/services/applications/AppActions.h"
 #include "platform/Runtime.h"
 #include "tests/fakes/FakeApplicationIndexing.h"
 #include "tests/fakes/FakeBundles.h"
@@ -109,6 +109,21 @@ TEST_F(ApplicationServiceTest, ACancelledLaunchIsNoFailure) {
     task.cancel();
     loop.settle();
     EXPECT_EQ(outcome, "cancelled");
+}
+
+TEST(LaunchArguments, SplitsAtWhiteSpaceOutsideQuotes) {
+    const std::pair<std::string, std::vector<std::string>> cases[] = {
+        {" \t\n \"\" ''", {}},
+        {"a\"b c\"d", {"ab cd"}},
+        {"\"abc def", {"abc def"}},
+        {"'say \"hi\"' \"it's\"", {"say \"hi\"", "it's"}},
+        {R"(C:\temp\ x \")", {R"(C:\temp\)", "x", R"(\)"}},
+        {"one\r\ntwo\u00a0three\u3000four", {"one", "two", "three", "four"}},
+        {"x\"\u0301y", {"x\"\u0301y"}},  // a quotation mark with an accent is another character
+        {"\xff\xfe a", {"\xff\xfe", "a"}},
+    };
+    for (const auto& [text, arguments] : cases)
+        EXPECT_EQ(LaunchArguments::split(text), arguments) << text;
 }
 
 }  // namespace

@@ -156,18 +156,6 @@ TEST_F(FileIndexServiceTest, ANewerScanWins) {
     EXPECT_FALSE(service->isScanning());
 }
 
-TEST_F(FileIndexServiceTest, RootsCanBeAddedAndRemoved) {
-    start();
-    disk.entries.insert("/data/film.mkv");
-    service->addRoot("/data");
-    loop.settle();
-    EXPECT_TRUE(indexed().contains("/data/film.mkv"));
-    service->removeRoot(service->roots().at(3).id);
-    loop.settle();
-    EXPECT_FALSE(indexed().contains("/data/film.mkv"));
-    EXPECT_EQ(disk.watched.size(), 4U);
-}
-
 TEST_F(FileIndexServiceTest, FailuresStopNothingOrBecomeTheStatusLine) {
     disk.watchingFails = true;
     disk.unreadableRoots = {"/Applications"};

@@ -9,16 +9,7 @@
 namespace velmora {
 namespace {
 
-TEST(Quicklinks, TakeWebAndFileAddressesOnly) {
-    EXPECT_EQ(Quicklinks::validatedURL("\u00A0 HTTPS://Example.com/a b\r\n").text, "https://example.com/a%20b");
-    EXPECT_EQ(Quicklinks::validatedURL("FILE:///tmp/x").text, "file:///tmp/x");
-    for (const char* const refused :
-         {"  ", "example.com", "mailto:ann@example.com", "javascript:alert(1)", "https://"}) {
-        EXPECT_THROW(static_cast<void>(Quicklinks::validatedURL(refused)), AppError) << refused;
-    }
-}
-
-TEST(QuicklinkCommand, OpensItsAddressWhateverTheDesktopSays) {
+TEST(QuicklinkCommand, OpensWebAndFileAddressesOnly) {
     test::TestLoop loop;
     test::ManualClock clock;
     test::FakeWorkspace workspace(clock);
@@ -26,11 +17,11 @@ TEST(QuicklinkCommand, OpensItsAddressWhateverTheDesktopSays) {
         const ResultPointer result = QuicklinkCommand({"1", "x", url}, workspace).result({});
         loop.run([&]() -> Task<> { co_await result->actions.at(0).execute(); });
     };
-    open("https://example.com/{query}");
-    EXPECT_EQ(workspace.openedURLs, std::vector<std::string>{"https://example.com/%7Bquery%7D"});
-    EXPECT_THROW(open("javascript:alert(1)"), AppError) << "a database is not to be believed";
-    workspace.fails = true;
-    EXPECT_NO_THROW(open("https://example.com/"));
+    open("\u00A0 HTTPS://Example.com/{query}\r\n");
+    open("FILE:///tmp/x");
+    for (const char* const refused : {"  ", "mailto:ann@example.com", "javascript:alert(1)", "https://"})
+        EXPECT_THROW(open(refused), AppError) << "a database is not to be believed";
+    EXPECT_EQ(workspace.openedURLs, (std::vector<std::string>{"https://example.com/%7Bquery%7D", "file:///tmp/x"}));
 }
 
 }  // namespace
