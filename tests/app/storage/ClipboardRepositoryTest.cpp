@@ -42,19 +42,6 @@ TEST_F(ClipboardRepositoryTest, KeepsEachTextOnceWithItsLastCopy) {
     EXPECT_EQ(after[1], before[0]);
 }
 
-TEST_F(ClipboardRepositoryTest, StoresWhatIsNeitherEmptyNorTooLarge) {
-    const std::size_t limit = ClipboardRepository::maximumBytes;
-    for (const std::string& stored : {" "s, std::string(limit, 'x'), "nul\0inside"s, "\xff\xfe not text"s,
-                                      "Robert'); DROP TABLE clipboard_history;--"s}) {
-        insert(stored);
-        EXPECT_EQ(found(), Contents{stored});
-        loop.run([&] { return repository.clear(); });
-    }
-    for (const std::string& refused : {""s, std::string(limit + 1, 'x')})
-        insert(refused);
-    EXPECT_EQ(found(), Contents{});
-}
-
 TEST_F(ClipboardRepositoryTest, KeepsTheNewest) {
     for (const char* content : {"one", "two", "three", "four", "five"})
         insert(content, std::nullopt, 3);
@@ -67,18 +54,13 @@ TEST_F(ClipboardRepositoryTest, KeepsTheNewest) {
 }
 
 TEST_F(ClipboardRepositoryTest, FindsSubstringsIgnoringTheCaseOfAsciiLetters) {
-    const std::string texts[] = {"The abc of it", "ÉCOLE", "école", "100% sure_thing", "帮我打开", "x\0hidden"s};
+    const std::string hostile = "x\0'); DROP TABLE t;--\xff"s;
+    const std::string texts[] = {"The abc of it", "ÉCOLE", "école", "100% sure_thing", "帮我打开", hostile};
     for (const std::string& content : texts)
         insert(content);
     const std::pair<std::string, Contents> cases[] = {
-        {"Abc of", {"The abc of it"}},
-        {"É", {"ÉCOLE"}},
-        {"COLE", {"école", "ÉCOLE"}},
-        {"%", {"100% sure_thing"}},
-        {"_", {"100% sure_thing"}},
-        {"\xbc\x80", {}},
-        {"abc'--", {}},
-        {"\0H"s, {"x\0hidden"s}},
+        {"Abc of", {"The abc of it"}}, {"É", {"ÉCOLE"}}, {"COLE", {"école", "ÉCOLE"}}, {"%", {"100% sure_thing"}},
+        {"_", {"100% sure_thing"}},    {"\xbc\x80", {}}, {"\0'); dr"s, {hostile}},
     };
     for (const auto& [text, expected] : cases)
         EXPECT_EQ(found(text), expected) << text;

@@ -86,5 +86,17 @@ TEST_F(FileIndexRepositoryTest, RebuildsTheFullTextIndex) {
     EXPECT_FALSE(loop.run([&] { return index.mergeFTS(); }));
 }
 
+TEST_F(FileIndexRepositoryTest, MergesTheFullTextIndexToTheEnd) {
+    const auto pieces = [&] { return one("SELECT COUNT(DISTINCT segid) AS c FROM file_index_fts_idx"); };
+    for (int i = 0; i < 5; ++i)
+        upsert({file("/name" + std::to_string(i))});
+    EXPECT_NE(pieces(), "1");
+    int steps = 0;
+    while (loop.run([&] { return index.mergeFTS(); }) && steps < 1000)
+        ++steps;
+    EXPECT_LT(steps, 1000) << "it would go on forever";
+    EXPECT_EQ(pieces(), "1");
+}
+
 }  // namespace
 }  // namespace velmora
