@@ -3,6 +3,7 @@
 #include "platform/ClipboardReading.h"
 #include "platform/Pasteboard.h"
 #include "tests/fakes/TestLoop.h"
+#include "tests/platform/linux/ServerProcess.h"
 
 #include <gtest/gtest.h>
 
@@ -15,6 +16,12 @@ using Types = std::vector<std::string>;
 
 inline const std::string plain(pasteboardType::text);
 inline const std::string address(pasteboardType::url);
+
+/// An X server without a screen, for as long as the test lives.
+struct VirtualDisplay {
+    ServerProcess server{{"Xvfb", "-displayfd", "1", "-screen", "0", "320x200x24", "-nolisten", "tcp", "-noreset"}};
+    const std::string name = ":" + server.line();
+};
 
 /// What is waited for happens on other threads, which wake nobody here.
 inline void until(const std::function<bool()>& condition) {

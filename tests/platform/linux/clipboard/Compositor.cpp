@@ -80,26 +80,16 @@ void Compositor::own(Content content) {
         announce(device);
 }
 
-void Compositor::ownPrimary() {
-    const std::lock_guard lock(mutex_);
-    for (wl_resource* const device : devices_)
-        zwlr_data_control_device_v1_send_primary_selection(device, introduce(device));
-}
-
-wl_resource* Compositor::introduce(wl_resource* device) {
+void Compositor::announce(wl_resource* device) {
+    if (content_.forms.empty()) return zwlr_data_control_device_v1_send_selection(device, nullptr);
     static const struct zwlr_data_control_offer_v1_interface requests { Protocol::receive, Protocol::destroy };
     wl_resource* const offer =
         wl_resource_create(wl_resource_get_client(device), &zwlr_data_control_offer_v1_interface, 1, 0);
-    wl_resource_set_implementation(offer, &requests, this, [](wl_resource* gone) { --Protocol::of(gone).offers_; });
-    ++offers_;
+    wl_resource_set_implementation(offer, &requests, this, nullptr);
     zwlr_data_control_device_v1_send_data_offer(device, offer);
     for (const auto& [target, bytes] : content_.forms)
         zwlr_data_control_offer_v1_send_offer(offer, target.c_str());
-    return offer;
-}
-
-void Compositor::announce(wl_resource* device) {
-    zwlr_data_control_device_v1_send_selection(device, content_.forms.empty() ? nullptr : introduce(device));
+    zwlr_data_control_device_v1_send_selection(device, offer);
 }
 
 void Compositor::answer(const std::string& target, Descriptor into) {

@@ -42,19 +42,12 @@ class Compositor {
     /// Puts it on the clipboard; no forms at all empty it.
     void own(Content content);
 
-    /// Puts something on the selection of the middle mouse button.
-    void ownPrimary();
-
     /// How often anything was asked for.
     [[nodiscard]] int requests() const { return requests_; }
-
-    /// How many offers the clients have not let go.
-    [[nodiscard]] int offers() const { return offers_; }
 
   private:
     struct Protocol;
 
-    wl_resource* introduce(wl_resource* device);
     void announce(wl_resource* device);
     void answer(const std::string& target, Descriptor into);
     void serve();
@@ -68,7 +61,6 @@ class Compositor {
     std::vector<Descriptor> held_;
     std::vector<std::jthread> writers_;
     std::atomic<int> requests_{0};
-    std::atomic<int> offers_{0};
     std::jthread thread_;  // the last: it uses all of the others
 };
 

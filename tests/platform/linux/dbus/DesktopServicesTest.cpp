@@ -9,13 +9,7 @@ namespace {
 using Texts = std::vector<std::string>;
 
 /// A bus on which an application and a service manager live.
-class DesktopBus {
-  public:
-    [[nodiscard]] Texts calls() { return bus_.calls(); }
-
-    std::atomic<bool> refuses = false;
-
-  private:
+struct DesktopBus {
     int answer(sd_bus_message* message, std::string& call) const {
         const std::string member = sd_bus_message_get_member(message);
         const char* text = nullptr;
@@ -30,8 +24,9 @@ class DesktopBus {
         return sd_bus_reply_method_return(message, nullptr);
     }
 
-    test::PrivateBus bus_{{"org.example.Probe-App", "org.freedesktop.systemd1"},
-                          [this](sd_bus_message* message, std::string& call) { return answer(message, call); }};
+    std::atomic<bool> refuses = false;
+    test::PrivateBus bus{{"org.example.Probe-App", "org.freedesktop.systemd1"},
+                         [this](sd_bus_message* message, std::string& call) { return answer(message, call); }};
 };
 
 class DesktopServicesTest : public test::LaunchFixture {
@@ -44,9 +39,9 @@ const std::string unit = "/org/freedesktop/systemd1 StartTransientUnit app-velmo
 TEST_F(DesktopServicesTest, ActivatesApplicationsThatTakePart) {
     DesktopBus bus;
     launch(activatable("org.example.Probe-App"));
-    EXPECT_EQ(bus.calls(), Texts{"/org/example/Probe_App Activate"});
+    EXPECT_EQ(bus.bus.calls(), Texts{"/org/example/Probe_App Activate"});
     DesktopServices::activate("org.example.Probe-App", {"file:///a%20b"});
-    EXPECT_EQ(bus.calls().back(), "/org/example/Probe_App Open file:///a%20b");
+    EXPECT_EQ(bus.bus.calls().back(), "/org/example/Probe_App Open file:///a%20b");
     EXPECT_FALSE(std::filesystem::exists(probe + ".report"));
     bus.refuses = true;
     EXPECT_THROW(launch(activatable("org.example.Probe-App")), std::runtime_error);
@@ -57,8 +52,8 @@ TEST_F(DesktopServicesTest, RunsTheProgramWhenItHasArgumentsOrNobodyAnswers) {
     EXPECT_EQ(launched(activatable("org.example.Probe-App"), {"--new-window"}).arguments, Texts{"--new-window"});
     EXPECT_EQ(launched(activatable("org.example.Absent")).arguments, Texts{});
     EXPECT_EQ(launched(activatable("not a bus name")).arguments, Texts{});
-    EXPECT_EQ(bus.calls(), (Texts{unit + "org.example.Probe\\x2dApp", unit + "org.example.Absent",
-                                  unit + "not\\x20a\\x20bus\\x20name"}))
+    EXPECT_EQ(bus.bus.calls(), (Texts{unit + "org.example.Probe\\x2dApp", unit + "org.example.Absent",
+                                      unit + "not\\x20a\\x20bus\\x20name"}))
         << "each program gets a scope of its own";
     bus.refuses = true;
     EXPECT_EQ(launched(entry("Exec=probe\n")).arguments, Texts{}) << "without a scope it runs all the same";

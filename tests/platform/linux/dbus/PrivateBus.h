@@ -1,19 +1,13 @@
 #pragma once
 
-#include "tests/fakes/TemporaryFolder.h"
+#include "tests/platform/linux/ServerProcess.h"
 
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <sys/wait.h>
 #include <systemd/sd-bus.h>
-#include <unistd.h>
 
 #include <atomic>
-#include <csignal>
 #include <cstdlib>
 #include <functional>
 #include <mutex>
-#include <stdexcept>
 #include <string>
 #include <thread>
 #include <utility>
@@ -22,32 +16,6 @@
 namespace velmora::test {
 
 constexpr const char* busVariables[] = {"DBUS_SESSION_BUS_ADDRESS", "DBUS_SYSTEM_BUS_ADDRESS"};
-
-/// A bus, the session's and the system's, that takes connections and never says a word.
-class SilentBus {
-  public:
-    SilentBus() {
-        sockaddr_un name{};
-        name.sun_family = AF_UNIX;
-        path_.copy(name.sun_path, sizeof name.sun_path - 1);
-        if (bind(listener_, reinterpret_cast<const sockaddr*>(&name), sizeof name) != 0 || listen(listener_, 8) != 0)
-            throw std::runtime_error("no socket");
-        for (const char* const variable : busVariables)
-            setenv(variable, ("unix:path=" + path_).c_str(), 1);
-    }
-    SilentBus(const SilentBus&) = delete;
-    SilentBus& operator=(const SilentBus&) = delete;
-    ~SilentBus() {
-        for (const char* const variable : busVariables)
-            unsetenv(variable);
-        close(listener_);
-    }
-
-  private:
-    TemporaryFolder folder_;
-    std::string path_ = folder_.path() + "/bus";
-    int listener_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-};
 
 /// A message bus of the test's own, which counts as the session's and the system's, with one service on it that has
 /// the names it is told to have.
@@ -58,35 +26,21 @@ class PrivateBus {
     using Answer = std::function<int(sd_bus_message* call, std::string& remembered)>;
 
     PrivateBus(const std::vector<std::string>& names, Answer answer) : answer_(std::move(answer)) {
-        int ends[2];
-        if (pipe(ends) != 0) throw std::runtime_error("no pipe");
-        daemon_ = fork();
-        if (daemon_ == 0) {
-            const std::string print = "--print-address=" + std::to_string(ends[1]);
-            execl("/usr/bin/dbus-daemon", "dbus-daemon", "--session", "--nofork", "--nosyslog", print.c_str(), nullptr);
-            _exit(127);
-        }
-        close(ends[1]);
-        char buffer[512];
-        const ssize_t length = read(ends[0], buffer, sizeof buffer);
-        close(ends[0]);
-        if (length <= 0) throw std::runtime_error("no bus");
-        std::string address(buffer, static_cast<std::size_t>(length));
-        address.erase(address.find('\n'));
         for (const char* const variable : busVariables)
-            setenv(variable, address.c_str(), 1);
+            setenv(variable, daemon.line().c_str(), 1);
         serve(names);
     }
     PrivateBus(const PrivateBus&) = delete;
     PrivateBus& operator=(const PrivateBus&) = delete;
     ~PrivateBus() {
         stops_ = true;
+        daemon.end();  // the server's thread waits for it where it is frozen
         server_.join();
         for (const char* const variable : busVariables)
             unsetenv(variable);
-        kill(daemon_, SIGTERM);
-        waitpid(daemon_, nullptr, 0);
     }
+
+    ServerProcess daemon{{"dbus-daemon", "--session", "--nofork", "--nosyslog", "--print-address"}};
 
     /// The calls so far, each as "path member" and what was remembered of it.
     std::vector<std::string> calls() {
@@ -121,7 +75,6 @@ class PrivateBus {
     }
 
     const Answer answer_;
-    pid_t daemon_ = 0;
     sd_bus* bus_ = nullptr;
     std::atomic<bool> stops_ = false;
     std::thread server_;
