@@ -12,12 +12,9 @@ namespace {
 using namespace std::chrono_literals;
 using test::TestLoop;
 
-TEST(SystemClock, SleepsAndIsCancelledFromTheTasksOwnThread) {
+TEST(SystemClock, SleepIsCancelledFromTheTasksOwnThread) {
     TestLoop loop;
     SystemClock clock;
-    const auto before = std::chrono::steady_clock::now();
-    loop.run([&]() -> Task<> { co_await clock.sleep(5ms); });
-    EXPECT_GE(std::chrono::steady_clock::now() - before, 5ms);
     // The cancellation races with the timer: these moments on both sides of its end are what is tested.
     for (int i = 0; i < 100; ++i) {
         const TaskHandle task = spawn(loop.executor(), [&]() -> Task<> { co_await clock.sleep(200us); });

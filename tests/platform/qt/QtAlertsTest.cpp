@@ -66,7 +66,6 @@ TEST_F(QtAlertsTest, OnlyAllowAllows) {
     };
     const std::vector<Case> cases{
         {"Return", key(Qt::Key_Return), "q refused"},
-        {"Enter", key(Qt::Key_Enter), "q refused"},
         {"Escape", key(Qt::Key_Escape), "q refused"},
         {"Space", key(Qt::Key_Space), "q refused"},
         {"close", [](AlertDialog& shown) { shown.close(); }, "q refused"},
@@ -100,24 +99,15 @@ TEST_F(QtAlertsTest, OnlyAllowAllows) {
 TEST_F(QtAlertsTest, AsksOneQuestionAtATime) {
     ask("first");
     const TaskHandle second = ask("second");
-    ask("third");
+    const TaskHandle third = ask("third");
     waitForDialog("first");
     second.cancel();
     expectAnswers({"second cancelled"});
     waitForDialog("first").findChildren<QPushButton*>().at(1)->click();
-    waitForDialog("third").close();
-    expectAnswers({"first allowed", "third refused"});
-}
-
-TEST_F(QtAlertsTest, CancellingTakesTheQuestionAway) {
-    const TaskHandle task = ask("gone");
-    waitForDialog("gone");
-    task.cancel();
-    expectAnswers({"gone cancelled"});
+    waitForDialog("third");
+    third.cancel();
+    expectAnswers({"first allowed", "third cancelled"});
     EXPECT_TRUE(QTest::qWaitFor([] { return dialog() == nullptr; }));
-    ask("next");
-    waitForDialog("next").close();
-    expectAnswers({"next refused"});
 }
 
 TEST_F(QtAlertsTest, EndsWithTheWindowItIsASheetOf) {

@@ -17,6 +17,9 @@ TEST(QtMainExecutorTest, RunsWhatAnyThreadPostsInOrderOnTheMainThread) {
     constexpr int pieces = 2000;
     std::array<int, threads> seen{};
     int wrong = 0;
+    bool ran = false;
+    boost::asio::dispatch(main.executor(), [&] { ran = true; });
+    EXPECT_FALSE(ran) << "nothing runs inside the post";
     std::vector<std::jthread> posters;
     for (std::size_t i = 0; i < threads; ++i) {
         posters.emplace_back([&, i] {
@@ -32,14 +35,6 @@ TEST(QtMainExecutorTest, RunsWhatAnyThreadPostsInOrderOnTheMainThread) {
     EXPECT_TRUE(
         QTest::qWaitFor([&] { return std::all_of(seen.begin(), seen.end(), [](int n) { return n == pieces; }); }));
     EXPECT_EQ(wrong, 0);
-}
-
-TEST(QtMainExecutorTest, NeverRunsWorkInsideThePost) {
-    QtMainExecutor main;
-    bool ran = false;
-    boost::asio::dispatch(main.executor(), [&] { ran = true; });
-    EXPECT_FALSE(ran);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return ran; }));
 }
 
 TEST(QtMainExecutorTest, DropsWorkWhenItIsGone) {
