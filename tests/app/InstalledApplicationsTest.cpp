@@ -25,7 +25,8 @@ class InstalledApplicationsTest : public testing::Test {
         DesktopEnvironment environment;
         environment.home = folder.path();
         environment.dataHome = folder.path() + "/share";
-        environment.dataFolders = {folder.path() + "/system"};
+        // One within the other.
+        environment.dataFolders = {folder.path() + "/system", folder.path() + "/system/applications/nested"};
         environment.searchFolders = {folder.path() + "/bin"};
         bundles = std::make_shared<LinuxApplicationBundles>(std::move(environment));
         indexer = std::make_shared<ApplicationIndexer>(pool.executor(), bundles);
@@ -98,8 +99,10 @@ TEST_F(InstalledApplicationsTest, FollowsLinksWithoutGoingInCircles) {
     fs::create_directory_symlink(folder.path() + "/elsewhere", real + "/link");
     fs::create_symlink(folder.path() + "/elsewhere/two.desktop", real + "/two.desktop");
     fs::create_symlink(folder.path() + "/nowhere", real + "/dangling.desktop");
-    ASSERT_EQ(names(), (Texts{"In z", "Two", "Two"})) << "two.desktop and link-two.desktop are two identifiers";
-    EXPECT_EQ(scan()[0].path, real + "/z/in z.desktop") << "found under its own name, not a link's";
+    entry("system/applications/nested/applications/once.desktop", "Name=A file in two roots\n");
+    ASSERT_EQ(names(), (Texts{"A file in two roots", "In z", "Two", "Two"}))
+        << "two.desktop and link-two.desktop are two";
+    EXPECT_EQ(scan()[1].path, real + "/z/in z.desktop") << "found under its own name, not a link's";
 }
 
 TEST_F(InstalledApplicationsTest, MakesNamesFitForOneLine) {

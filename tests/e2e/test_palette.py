@@ -9,6 +9,7 @@ import pathlib
 import signal
 import sqlite3
 import stat
+import subprocess
 import sys
 import unittest
 
@@ -184,6 +185,33 @@ class Journey(PaletteTest):
 
 
 class Life(PaletteTest):
+    def test_has_an_item_in_the_panel(self):
+        watcher, path = "org.kde.StatusNotifierWatcher", "/StatusNotifierWatcher"
+        mock = self.desktop.start([sys.executable, "-m", "dbusmock", "--session", watcher, path, watcher],
+                                  stdout=subprocess.PIPE, text=True)
+        self.desktop.run(["gdbus", "wait", "--session", "--timeout", "10", watcher])
+        for method, *arguments in (("AddMethod", "", "RegisterStatusNotifierItem", "s", "", ""),
+                                   ("AddProperty", watcher, "IsStatusNotifierHostRegistered", "<true>")):
+            self.desktop.run(["gdbus", "call", "--session", "--dest", watcher, "--object-path", path, "--method",
+                              f"org.freedesktop.DBus.Mock.{method}", *arguments])
+        self.start()
+        called = ""
+        while "RegisterStatusNotifierItem" not in called:
+            called = mock.stdout.readline()
+        item = called.split('"')[1]
+        title = self.desktop.run(
+            ["gdbus", "call", "--session", "--dest", item, "--object-path", "/StatusNotifierItem", "--method",
+             "org.freedesktop.DBus.Properties.Get", "org.kde.StatusNotifierItem", "Title"])
+        self.assertEqual(title.stdout.strip(), "(<'Velmora'>,)")
+
+    def test_is_dark_where_the_desktop_is(self):
+        self.desktop.prefer_dark()
+        self.open()
+        x, y, width, height = self.desktop.geometry(self.window)
+        middle = f"{width // 2}x{height // 2}+{x + width // 4}+{y + height // 4}"
+        command = ["import", "-silent", "-window", "root", "-crop", middle, "-resize", "1x1!", "-depth", "8", "gray:-"]
+        self.assertLess(self.desktop.run_for_bytes(command)[0], 90)
+
     def test_of_two_starts_at_once_one_stays(self):
         started = [self.start("--show") for _ in range(2)]
         self.desktop.wait_for_window(TITLE)

@@ -111,6 +111,26 @@ TEST_F(ApplicationServiceTest, ACancelledLaunchIsNoFailure) {
     EXPECT_EQ(outcome, "cancelled");
 }
 
+TEST(AppActionCatalog, KnowsApplicationsByTheirDesktopIds) {
+    const std::pair<const char*, std::vector<std::string>> cases[] = {
+        {"com.google.Chrome", {"New Window", "New Incognito Window"}},
+        {"org.chromium.Chromium", {"New Window", "New Incognito Window"}},
+        {"microsoft-edge", {"New Window", "New InPrivate Window"}},
+        {"firefox_firefox", {"New Window"}},
+        {"code", {"New Window", "Diff Two Files"}},
+        {"com.visualstudio.code", {"New Window", "Diff Two Files"}},
+        {"com.google.chrome", {}},
+        {"Code", {}},
+        {"", {}},
+    };
+    for (const auto& [id, titles] : cases) {
+        std::vector<std::string> listed;
+        for (const AppLaunchAction& action : AppActionCatalog::actions(id))
+            listed.push_back(action.title);
+        EXPECT_EQ(listed, titles) << id;
+    }
+}
+
 TEST(LaunchArguments, SplitsAtWhiteSpaceOutsideQuotes) {
     const std::pair<std::string, std::vector<std::string>> cases[] = {
         {" \t\n \"\" ''", {}},

@@ -98,5 +98,24 @@ TEST(ThemeTest, SecondaryTextAndAccentStandOutInEveryPalette) {
     }
 }
 
+TEST_F(PaletteControllerTest, ADialogOfAnotherWindowIsNoneOfItsBusiness) {
+    show();
+    QDialog foreign(&elsewhere);
+    foreign.setWindowModality(Qt::WindowModal);
+    foreign.show();
+    foreign.activateWindow();
+    EXPECT_TRUE(QTest::qWaitFor([this] { return !controller->visible(); })) << "it hides to that as to any window";
+    controller->show();
+    press(Qt::Key_Escape);
+    EXPECT_FALSE(controller->visible()) << "its keys are its own";
+    foreign.hide();
+    foreign.setWindowModality(Qt::ApplicationModal);
+    foreign.show();
+    windowManager.activated.clear();
+    controller->show();
+    EXPECT_EQ(windowManager.activated, std::vector<WindowManager::Window>{foreign.winId()})
+        << "nothing can be done beside this one";
+}
+
 }  // namespace
 }  // namespace velmora

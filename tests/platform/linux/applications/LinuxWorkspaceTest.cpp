@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <fstream>
 
 namespace velmora {
 namespace {
@@ -102,6 +103,7 @@ TEST_F(LinuxWorkspaceTest, OpensFilesFoldersAndAddressesWithTheirDefaultApplicat
     GTEST_SKIP();
 #endif
     const std::string data = std::getenv("XDG_DATA_HOME");
+    environment.dataFolders = {folder.path() + "/system", folder.path() + "/more"};
     workspace.emplace(pool.executor(), environment);
     const std::string file = folder.write("odd #1 50% $(x).txt", "text");
     const auto open = [&](const std::string& path) { loop.run([&]() -> Task<> { co_await workspace->open(path); }); };
@@ -127,6 +129,24 @@ TEST_F(LinuxWorkspaceTest, OpensFilesFoldersAndAddressesWithTheirDefaultApplicat
     fs::remove(probe + ".report");
     open(file);
     EXPECT_EQ(report(probe).arguments, Texts{file});
+
+    const auto shown = [&](const std::string& path) {
+        fs::remove(probe + ".report");
+        loop.run([&]() -> Task<> { co_await workspace->openFolder(path); });
+        return report(probe).arguments.at(1);
+    };
+    const std::string downloads = folder.path() + "/Downloads";
+    fs::create_directories(downloads);
+    std::ofstream(std::getenv("XDG_CONFIG_HOME") + std::string("/user-dirs.dirs"))
+        << "XDG_DOWNLOAD_DIR=\"" + folder.path() + "/Herunter geladen/\"\n";
+    EXPECT_EQ(shown(downloads), "file://" + downloads) << "what is named does not exist";
+    fs::create_directories(folder.path() + "/Herunter geladen");
+    EXPECT_EQ(shown(downloads), "file://" + folder.path() + "/Herunter%20geladen");
+    for (const char* const name :
+         {"system/applications/a.desktop", "system/applications/b.txt", "system/applications/c.txt",
+          "more/applications/a.desktop", "more/applications/b.app"})
+        folder.write(name, "");
+    EXPECT_EQ(shown("/Applications"), "file://" + folder.path() + "/more/applications") << "the fullest";
 
     const auto openURL = [&](const std::string& url) {
         loop.run([&]() -> Task<> { co_await workspace->openURL(url); });

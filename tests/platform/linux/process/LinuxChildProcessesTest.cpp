@@ -1,13 +1,20 @@
 #include "platform/linux/process/LinuxChildProcesses.h"
 
 #include "platform/Runtime.h"
+#include "platform/linux/posix/Descriptor.h"
 #include "tests/fakes/TemporaryFolder.h"
 #include "tests/fakes/TestLoop.h"
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <list>
 #include <thread>
 
 namespace velmora {
@@ -184,6 +191,32 @@ TEST_F(LinuxChildProcessesTest, CancellingTheCollectionTerminatesAndThatOfTheWai
     EXPECT_EQ(cancelled([&]() -> Task<std::string> { co_return (co_await collect(child, limit, grace)).output; }),
               "cancelled");
     EXPECT_EQ(statusOf(child), 128 + SIGKILL);
+}
+
+TEST_F(LinuxChildProcessesTest, LeavesNothingBehindWhereDescriptorsRunOut) {
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit few{128, before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &few);
+    std::list<Descriptor> taken;
+    while (taken.empty() || taken.back())
+        taken.emplace_back(dup(STDERR_FILENO));
+    int failures = 0;
+    // One more is free at each attempt, so that every step of the start is the one that fails once.
+    for (bool failed = true; failed && !taken.empty(); taken.pop_front()) {
+        try {
+            const Child child = start({"sleep"});
+            child->terminate(0ms);
+            statusOf(child);
+            failed = false;
+        } catch (const std::system_error&) {
+            ++failures;
+            EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << failures << ": a dead child is left";
+            EXPECT_EQ(errno, ECHILD);
+        }
+    }
+    setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_GT(failures, 3);
 }
 
 }  // namespace
