@@ -36,7 +36,7 @@ struct X11WindowManager::Display {
     xcb_connection_t* connection;
     int screen = 0;
     xcb_ewmh_connection_t ewmh{};
-    // What the specification of window managers lacks.
+    // What the window managers' conventions lack.
     xcb_atom_t tray = XCB_NONE;
     xcb_atom_t frameExtents = XCB_NONE;
 

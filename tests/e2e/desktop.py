@@ -349,8 +349,8 @@ def marked(mark):
 
 def end_marked(mark):
     """Asks every process that carries the mark to end, then makes those that have not."""
-    for number, patience in ((signal.SIGTERM, 3.0), (signal.SIGKILL, 5.0)):
-        deadline = time.monotonic() + patience
+    for number, seconds in ((signal.SIGTERM, 3.0), (signal.SIGKILL, 5.0)):
+        deadline = time.monotonic() + seconds
         asked = False
         while True:
             alive = False

@@ -83,8 +83,7 @@ LIBRARIES = (
     (
         "the system's own headers",
         r"(sys|linux|netinet|arpa)/|(fcntl|unistd|dirent|poll|spawn|pthread|netdb|pwd|mntent|signal)\.h$",
-        # The entry and the composition use them for the time being.
-        ALL_LINUX | {"app/storage/sqlite", "tools", "app", "app/composition"},
+        ALL_LINUX | {"app/storage/sqlite", "tools"},
     ),
     # The vocabulary of core/async wraps Asio; everybody else speaks the vocabulary.
     ("Asio", r"boost/asio(/|\.hpp)", {"core", "platform", "platform/qt"} | ALL_LINUX),

@@ -19,7 +19,7 @@ constexpr auto watcherPath = "/StatusNotifierWatcher";
 
 /// How long a panel may take to start at log-in. The toolkit looks for one of the newer kind only once; afterwards it
 /// waits for one of the older kind for as long as the program runs.
-constexpr auto patience = 30s;
+constexpr auto panelTimeout = 30s;
 
 /// Stands out from light panels and dark ones alike.
 const QColor iconColour(0x5b, 0x7c, 0xf0);
@@ -42,10 +42,10 @@ StatusItem::StatusItem(Actions actions, bool legacyTray) : actions_(std::move(ac
     QDBusConnection::sessionBus().connect(watcherService, watcherPath, watcherService,
                                           QStringLiteral("StatusNotifierHostRegistered"), this, SLOT(hostRegistered()));
     askForHost();
-    patience_.setSingleShot(true);
-    connect(&patience_, &QTimer::timeout, this, [this] { appear(); });
+    giveUp_.setSingleShot(true);
+    connect(&giveUp_, &QTimer::timeout, this, [this] { appear(); });
     // Where there is a tray already, only the answer is waited for.
-    patience_.start(legacyTray ? 1s : patience);
+    giveUp_.start(legacyTray ? 1s : panelTimeout);
 }
 
 bool StatusItem::isVisible() const {
@@ -82,7 +82,7 @@ void StatusItem::hostRegistered() {
 }
 
 void StatusItem::appear() {
-    patience_.stop();
+    giveUp_.stop();
     if (icon_) return;
     icon_ = std::make_unique<QSystemTrayIcon>(icon());
     icon_->setToolTip(QStringLiteral("Velmora"));

@@ -33,7 +33,7 @@ class StatusItem final : public QObject {
     [[nodiscard]] bool isVisible() const;
 
     /// Whether a place for it may still turn up, as panels do some time after log-in.
-    [[nodiscard]] bool isAwaited() const { return patience_.isActive(); }
+    [[nodiscard]] bool isAwaited() const { return giveUp_.isActive(); }
 
   private Q_SLOTS:
     void hostRegistered();
@@ -45,7 +45,7 @@ class StatusItem final : public QObject {
 
     Actions actions_;
     QMenu menu_;
-    QTimer patience_;
+    QTimer giveUp_;
     std::unique_ptr<QSystemTrayIcon> icon_;
 };
 
