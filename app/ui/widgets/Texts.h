@@ -12,10 +12,9 @@ inline QString of(std::string_view text) {
 }
 
 /// As much of `text` as one line of a window can show, line breaks and other runs of white space as single blanks.
-inline QString line(std::string_view text) {
-    constexpr std::size_t longest = 1024;  // bytes; measuring a text costs time in proportion to its length
-    return of(text.substr(0, longest)).simplified();
-}
+/// Characters that nobody sees but that change what is seen, such as those that turn the order of the others around,
+/// show as U+FFFD: a name must not pass for another one.
+QString line(std::string_view text);
 
 /// Draws one line, centred vertically, at the leading (or trailing) end of `area` in a window of that direction; the
 /// text itself reads in its own. What does not fit is elided.
