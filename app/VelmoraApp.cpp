@@ -23,6 +23,7 @@
 #include <cstdlib>
 #include <functional>
 #include <iostream>
+#include <string>
 #include <string_view>
 
 namespace velmora {
@@ -83,6 +84,16 @@ class QuitRequests final : public QObject {
     std::function<void()> onQuit_;
 };
 
+/// The toolkit's messages can hold paths and names of the user's, and escapes for the terminal: only where they come
+/// from is logged. What it says last, when it cannot go on at all, is the user's to read.
+void onToolkitMessage(QtMsgType type, const QMessageLogContext& context, const QString& message) {
+    if (type == QtFatalMsg) {
+        std::cerr << message.toStdString() << '\n';
+    } else if (type == QtWarningMsg || type == QtCriticalMsg) {
+        AppLog::app.error(std::string("The toolkit reports a problem in ") + context.category);
+    }
+}
+
 /// For benchmarks: a heartbeat that tells for how long the loop came to nothing else.
 std::unique_ptr<QTimer> watchLoop() {
     using namespace std::chrono_literals;
@@ -104,6 +115,7 @@ std::unique_ptr<QTimer> watchLoop() {
 
 int run(int argc, char** argv, bool showAtStart, SingleInstance& instance) {
     ExitDeadline exitDeadline;
+    qInstallMessageHandler(onToolkitMessage);
     QApplication application(argc, argv);
     if (instance.role() == SingleInstance::Role::second) return giveWay(instance, showAtStart);
     if (instance.role() == SingleInstance::Role::alone) {
