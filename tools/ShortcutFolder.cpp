@@ -8,7 +8,9 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <filesystem>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string_view>
 
@@ -18,7 +20,22 @@ namespace {
 constexpr std::size_t maximumShortcuts = 10'000;
 
 bool isOursAlone(const struct stat& status) {
-    return (status.st_uid == geteuid() || status.st_uid == 0) && (status.st_mode & S_IWOTH) == 0;
+    return (status.st_uid == geteuid() || status.st_uid == 0) && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
+/// The file that `path` leads to, when nobody else can put another one in its place: not in any folder above it. In a
+/// folder with the sticky bit others cannot touch what is not theirs.
+std::optional<std::string> targetOutOfReach(const std::string& path) {
+    std::error_code failure;
+    const auto target = std::filesystem::canonical(path, failure);
+    if (failure) return std::nullopt;
+    struct stat status {};
+    for (auto folder = target.parent_path();; folder = folder.parent_path()) {
+        if (stat(folder.c_str(), &status) != 0) return std::nullopt;
+        const bool isSticky = (status.st_mode & S_ISVTX) != 0 && (status.st_uid == geteuid() || status.st_uid == 0);
+        if (!isSticky && !isOursAlone(status)) return std::nullopt;
+        if (folder == folder.root_path()) return target.string();
+    }
 }
 
 std::string nameOf(std::string_view file) {
@@ -66,8 +83,8 @@ std::vector<ShortcutFile> shortcutFiles(const std::string& folder) {
     std::vector<ShortcutFile> shortcuts;
     shortcuts.reserve(files.size());
     for (const std::string& file : files) {
-        shortcuts.push_back({nameOf(file), folder});
-        shortcuts.back().path.append("/").append(file);
+        if (auto target = targetOutOfReach(folder + "/" + file))
+            shortcuts.push_back({nameOf(file), *std::move(target)});
     }
     return shortcuts;
 }

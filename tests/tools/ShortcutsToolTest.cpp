@@ -63,6 +63,10 @@ TEST_F(ShortcutsToolTest, ListsWhatMayBeRun) {
     script(" spaced .sh", "");
     script("not executable.sh", "", fs::perms(0644));
     script("anyone's.sh", "", fs::perms(0757));
+    script("the group's.sh", "", fs::perms(0775));
+    fs::permissions(folder.write("open to all/tool", ""), fs::perms(0755));
+    fs::permissions(folder.path() + "/open to all", fs::perms(0777));
+    fs::create_symlink(folder.path() + "/open to all/tool", scripts + "/Replaceable");
     script(".hidden.sh", "");
     script("two\nlines.sh", "");
     fs::create_directories(scripts + "/folder.sh");
