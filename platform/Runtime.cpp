@@ -16,8 +16,14 @@ namespace asio = boost::asio;
 namespace velmora {
 
 struct WorkerPool::Threads {
+    /// Lets go of what has not begun without going itself: what is let go of may belong to other pools and to this one.
+    struct Pool : asio::thread_pool {
+        using asio::thread_pool::thread_pool;
+        using asio::execution_context::shutdown;
+    };
+
     explicit Threads(std::size_t count) : pool(count) {}
-    asio::thread_pool pool;
+    Pool pool;
 };
 
 WorkerPool::WorkerPool(std::size_t threads) : threads_(std::make_unique<Threads>(threads)) {}
@@ -29,6 +35,7 @@ WorkerPool::~WorkerPool() {
 void WorkerPool::stop() {
     threads_->pool.stop();
     threads_->pool.join();
+    threads_->pool.shutdown();
 }
 
 Executor WorkerPool::executor() const {

@@ -18,7 +18,8 @@ class WorkerPool {
 
     [[nodiscard]] Executor executor() const;
 
-    /// Waits for what runs and begins nothing any more.
+    /// Waits for what runs and drops what has not begun. The tasks that waited for it go on with `Cancelled`. Call it for
+    /// every pool before the first one is destroyed.
     void stop();
 
   private:
