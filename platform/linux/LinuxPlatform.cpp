@@ -91,7 +91,7 @@ std::shared_ptr<const FileIcons> LinuxPlatform::fileIcons() const {
     return services_->fileIcons;
 }
 
-Platform LinuxPlatform::platform(MainExecutor main, const Toolkit& toolkit) const {
+Platform LinuxPlatform::platform(const MainExecutor& main, const Toolkit& toolkit) const {
     Services& own = *services_;
     return {
         .main = main,

@@ -28,7 +28,7 @@ class LinuxPlatform {
     [[nodiscard]] std::shared_ptr<const FileIcons> fileIcons() const;
 
     /// Everything together. This must outlive what is made of it.
-    [[nodiscard]] Platform platform(MainExecutor main, const Toolkit& toolkit) const;
+    [[nodiscard]] Platform platform(const MainExecutor& main, const Toolkit& toolkit) const;
 
     /// Ends the threads of the pools and the clock. Before the main executor goes, which they hand tasks back to.
     void stop();
