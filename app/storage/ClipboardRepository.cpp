@@ -21,8 +21,11 @@ std::optional<ClipboardEntry> entryOf(const Row& row) {
 
 Task<> ClipboardRepository::insert(std::string content, std::optional<std::string> sourceApp,
                                    std::int64_t limit) const {
+    // After a clock that was ahead the newest entries are those of the future, behind which a new copy would be the
+    // first to be pruned and the last to be found.
     static constexpr auto sql =
-        "INSERT INTO clipboard_history(id,content,kind,created_at,source_app) VALUES(?,?,?,?,?) "
+        "INSERT INTO clipboard_history(id,content,kind,created_at,source_app) VALUES(?,?,?,"
+        "max(?,ifnull((SELECT max(created_at)+0.001 FROM clipboard_history),0)),?) "
         "ON CONFLICT(content) DO UPDATE SET created_at=excluded.created_at, source_app=excluded.source_app";
     if (content.empty() || content.size() > maximumBytes) co_return;
     const std::string_view kind = ClipboardEntry::kindOf(content);

@@ -25,7 +25,8 @@ class ClipboardRepository {
         : database_(std::move(database)), clock_(&clock) {}
 
     /// Stores a text that was copied now, then prunes. One that is already there keeps its identifier and kind and
-    /// becomes the newest. Does nothing when the text is empty or larger than `maximumBytes`.
+    /// becomes the newest. Does nothing when the text is empty or larger than `maximumBytes`. Its time is the clock's,
+    /// or a millisecond after the newest entry's where the clock has been set back: a new copy is never what is pruned.
     [[nodiscard]] Task<> insert(std::string content, std::optional<std::string> sourceApp, std::int64_t limit) const;
 
     /// Keeps the newest `limit` texts, brought into 1 to 10,000.

@@ -49,8 +49,12 @@ TEST_F(ClipboardRepositoryTest, KeepsTheNewest) {
     insert("three", std::nullopt, 3);
     insert("six", std::nullopt, 3);
     EXPECT_EQ(found(), (Contents{"six", "three", "five"})) << "copying again makes it new";
+    clock.advance(-1h);
+    insert("seven", std::nullopt, 3);
+    insert("three", std::nullopt, 3);
+    EXPECT_EQ(found(), (Contents{"three", "seven", "six"})) << "whatever the clock says";
     loop.run([&] { return repository.prune(-5); });
-    EXPECT_EQ(found(), Contents{"six"}) << "the newest stays whatever the limit";
+    EXPECT_EQ(found(), Contents{"three"}) << "the newest stays whatever the limit";
 }
 
 TEST_F(ClipboardRepositoryTest, FindsSubstringsIgnoringTheCaseOfAsciiLetters) {
