@@ -10,7 +10,7 @@
 namespace velmora {
 namespace {
 
-/// More targets than any program offers.
+/// More targets than any program offers. A secret mark may hide behind them.
 constexpr std::size_t maximumTargetBytes = 4096 * sizeof(xcb_atom_t);
 
 /// Our own atoms; those of `selectionText::forms` come after them.
@@ -43,7 +43,11 @@ struct X11Selection::Transfer {
 
 X11Selection::X11Selection(X11Connection& connection, std::chrono::milliseconds timeout,
                            std::atomic<std::int64_t>& changes)
-    : connection_(connection), timeout_(timeout), changes_(changes), atoms_(connection.atoms(atomNames())) {
+    : connection_(connection),
+      timeout_(timeout),
+      changes_(changes),
+      atoms_(connection.atoms(atomNames())),
+      concealedMark_(connection.atoms({pasteboardType::concealed}).front()) {
     xcb_connection_t* const server = connection_.get();
     const auto* const extension = xcb_get_extension_data(server, &xcb_xfixes_id);
     if (!extension || !extension->present) return;
@@ -104,9 +108,13 @@ void X11Selection::learnTargets(const std::stop_token& stop) {
     targets_.clear();
     const auto value = convert(atoms_[targets], maximumTargetBytes, stop);
     if (!value || value->format != 32) return;
+    targetsAt_ = changes;
+    if (value->bytes.size() > maximumTargetBytes) {
+        targets_ = {concealedMark_};
+        return;
+    }
     targets_.resize(value->bytes.size() / sizeof(xcb_atom_t));
     std::memcpy(targets_.data(), value->bytes.data(), targets_.size() * sizeof(xcb_atom_t));
-    targetsAt_ = changes;
 }
 
 std::optional<X11Selection::Value> X11Selection::convert(xcb_atom_t target, std::size_t maximumBytes,

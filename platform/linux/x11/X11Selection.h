@@ -12,7 +12,8 @@ namespace velmora {
 /// The CLIPBOARD selection of an X11 display: counts its changes, and asks its owner what it holds.
 ///
 /// An owner that does not answer in time, breaks off, refuses, or loses the selection meanwhile has nothing. What an
-/// owner announces is not believed: memory is taken only for what has arrived, and no more than was asked for.
+/// owner announces is not believed: memory is taken only for what has arrived, and no more than was asked for. One that
+/// offers more than 4,096 targets has a secret and nothing else.
 ///
 /// Runs on: the thread of `connection`. Fails with: nothing.
 class X11Selection {
@@ -50,6 +51,7 @@ class X11Selection {
     std::chrono::milliseconds timeout_;
     std::atomic<std::int64_t>& changes_;
     std::vector<xcb_atom_t> atoms_;
+    xcb_atom_t concealedMark_;
     std::uint8_t selectionEvent_ = 0;  // 0: the server does not tell of changes
     xcb_timestamp_t changedAt_ = XCB_CURRENT_TIME;
     std::vector<xcb_atom_t> targets_;        // of the present owner,

@@ -52,6 +52,9 @@ TEST_F(X11SessionTest, SurvivesMisbehavingOwners) {
     EXPECT_EQ(types(), Types{});
     own({{"TARGETS", {"not atoms"}}, {"UTF8_STRING", {"text"}}});
     EXPECT_EQ(types(), Types{});
+    const std::u32string targets(4097, XCB_ATOM_STRING);  // a mark could come after these
+    own({{"TARGETS", {{reinterpret_cast<const char*>(targets.data()), 4 * targets.size()}, How::wrongFormat}}});
+    EXPECT_EQ(types(), Types{std::string(pasteboardType::concealed)});
 }
 
 TEST_F(X11SessionTest, TakesNoMoreThanItWasAskedFor) {
