@@ -44,10 +44,17 @@ X11ActiveWindow::~X11ActiveWindow() {
 void X11ActiveWindow::handle(const xcb_generic_event_t& event) {
     if (kindOf(event) != XCB_PROPERTY_NOTIFY) return;
     const auto change = eventAs<xcb_property_notify_event_t>(event);
-    if (change.window == connection_.root() && change.atom == ewmh_._NET_ACTIVE_WINDOW) look();
+    if (change.window == connection_.root() && change.atom == ewmh_._NET_ACTIVE_WINDOW) isOutdated_ = true;
 }
 
-std::vector<std::string> X11ActiveWindow::classes() const {
+bool X11ActiveWindow::update() {
+    if (!std::exchange(isOutdated_, false)) return false;
+    look();
+    return true;
+}
+
+std::vector<std::string> X11ActiveWindow::classes() {
+    update();
     return isAny_ ? classes_ : std::vector<std::string>();
 }
 

@@ -22,14 +22,19 @@ class X11ActiveWindow {
     /// To be called with every event of the connection.
     void handle(const xcb_generic_event_t& event);
 
+    /// Asks for the window that is active now, if another has become so: once, however many have been meanwhile. False
+    /// when there was nothing to ask.
+    bool update();
+
     /// What it says to belong to (ICCCM, WM_CLASS): the class, then the instance. Empty when no window is active.
-    [[nodiscard]] std::vector<std::string> classes() const;
+    [[nodiscard]] std::vector<std::string> classes();
 
   private:
     void look();
 
     X11Connection& connection_;
     xcb_ewmh_connection_t ewmh_{};
+    bool isOutdated_ = false;           // another has become active since it was asked for
     bool isAny_ = false;                // whether any window is active, one of our own included
     std::vector<std::string> classes_;  // of the last that was not our own
 };

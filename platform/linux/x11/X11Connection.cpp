@@ -12,6 +12,9 @@ using namespace std::chrono_literals;
 /// How soon a wait notices that it is to stop.
 constexpr auto slice = 50ms;
 
+/// Milliseconds of work; other programs can send them faster than they are handled.
+constexpr int eventsAtOnce = 10'000;
+
 }  // namespace
 
 X11Connection::X11Connection(const std::string& display) {
@@ -63,17 +66,20 @@ X11Connection::Event X11Connection::poll() {
     return event;
 }
 
-void X11Connection::handlePending() {
-    while (poll()) {
-    }
+bool X11Connection::handlePending() {
+    int handled = 0;
+    while (handled < eventsAtOnce && poll())
+        ++handled;
     xcb_flush(connection_);
+    return handled == eventsAtOnce;
 }
 
 X11Connection::Event X11Connection::next(Deadline deadline, const std::stop_token& stop) {
     for (;;) {
-        if (auto event = poll()) return event;
+        // Before the events, which may never end.
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
         if (!isHealthy() || stop.stop_requested() || left <= 0ms) return xcbOwned<xcb_generic_event_t>(nullptr);
+        if (auto event = poll()) return event;
         xcb_flush(connection_);
         pollfd readable{descriptor(), POLLIN, 0};
         ::poll(&readable, 1, static_cast<int>(std::min(left, std::chrono::milliseconds(slice)).count()));

@@ -69,8 +69,8 @@ class X11Connection {
     /// Called for every event, whoever waits for it.
     std::function<void(const xcb_generic_event_t&)> onEvent = [](const xcb_generic_event_t&) {};
 
-    /// Handles what has arrived.
-    void handlePending();
+    /// Handles what has arrived, or a good deal of it; true when there may be more.
+    bool handlePending();
 
     /// Waits for the next event, after it was handled; none after the deadline, a stop, or the end of the connection.
     [[nodiscard]] Event next(Deadline deadline, const std::stop_token& stop);

@@ -31,9 +31,19 @@ struct Display {
     Display(const Display&) = delete;
     Display& operator=(const Display&) = delete;
 
-    void listen() {
+    /// Handles what has arrived, in turns with what is asked of the session.
+    void handlePending() {
         // What a reply brought along waits inside the connection and does not show on the descriptor.
-        connection.handlePending();
+        const bool isMore = connection.handlePending() || activeWindow->update();
+        if (!isMore || std::exchange(goesOn, true)) return;
+        asio::post(descriptor.get_executor(), [this] {
+            goesOn = false;
+            handlePending();
+        });
+    }
+
+    void listen() {
+        handlePending();
         if (!connection.isHealthy()) return;
         descriptor.async_wait(asio::posix::stream_descriptor::wait_read,
                               [this](const boost::system::error_code& error) {
@@ -45,6 +55,7 @@ struct Display {
     std::optional<X11Selection> selection;        // none: no display
     std::optional<X11ActiveWindow> activeWindow;  // none: no display
     asio::posix::stream_descriptor descriptor;
+    bool goesOn = false;  // a turn is to come
 };
 
 }  // namespace
@@ -68,7 +79,7 @@ struct X11Session::Thread {
             Result result{};
             if (!display->selection || !display->connection.isHealthy()) return result;
             result = work(*display, stop);
-            display->connection.handlePending();
+            display->handlePending();
             return result;
         });
     }

@@ -70,6 +70,20 @@ TEST_F(X11SessionTest, TakesNoMoreThanItWasAskedFor) {
     }
 }
 
+TEST_F(X11SessionTest, AFloodOfActiveWindowsDelaysNothing) {
+    const X11Connection other(display.name);
+    const xcb_atom_t active = other.atoms({"_NET_ACTIVE_WINDOW"}).at(0);
+    const xcb_window_t window = other.root();
+    xcb_change_property(other.get(), XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8, 4, "a\0B");
+    for (int i = 0; i < 200'000; ++i)
+        xcb_change_property(other.get(), XCB_PROP_MODE_REPLACE, window, active, XCB_ATOM_WINDOW, 32, 1, &window);
+    static_cast<void>(other.atoms({"done"}));
+    const auto start = std::chrono::steady_clock::now();
+    const auto ask = [&]() -> Task<Types> { co_return co_await session->activeWindowClasses(); };
+    EXPECT_EQ(loop.run(ask), (Types{"B", "a"}));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
+}
+
 TEST_F(X11SessionTest, WithoutADisplayNothingIsThere) {
     session = std::make_unique<X11Session>(X11Session::Options{.display = ":54321"});
     EXPECT_EQ(types(), Types{});
