@@ -39,7 +39,7 @@ Task<> ClipboardRepository::prune(std::int64_t limit) const {
     static constexpr auto sql =
         "DELETE FROM clipboard_history WHERE id NOT IN "
         "(SELECT id FROM clipboard_history ORDER BY created_at DESC LIMIT ?)";
-    return database_->execute(sql, {clampedClipboardLimit(limit)});
+    return database_->executeErasing(sql, {clampedClipboardLimit(limit)});
 }
 
 Task<std::vector<ClipboardEntry>> ClipboardRepository::search(std::string text) const {
@@ -56,7 +56,7 @@ Task<std::vector<ClipboardEntry>> ClipboardRepository::search(std::string text) 
 
 Task<> ClipboardRepository::clear() const {
     static constexpr auto sql = "DELETE FROM clipboard_history";
-    return database_->execute(sql);
+    return database_->executeErasing(sql);
 }
 
 }  // namespace velmora

@@ -28,8 +28,18 @@ bool run(sqlite3* connection, const char* sql) {
     return sqlite3_exec(connection, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
 }
 
+/// Takes the permissions of others away. False when there is no such file.
+bool takeFromOthers(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return false;
+    const mode_t kept = status.st_mode & ownerOnly;
+    // Best effort: where it is refused (another owner, a file system without permissions) the file is still usable.
+    if ((status.st_mode & 0777U) != kept) static_cast<void>(::chmod(path.c_str(), kept));
+    return true;
+}
+
 /// Creates the file for its owner alone, before SQLite would create it by the process's mask; SQLite gives its side
-/// files the same permissions. Takes the permissions of others away from a file that is already there.
+/// files the same permissions. Of a file that is already there, and of its side files, takes the permissions of others.
 ///
 /// An existing file is never opened here: closing any descriptor of it would drop the locks that another connection of
 /// this process holds.
@@ -42,11 +52,9 @@ bool makePrivate(const std::string& path) {
         return true;
     }
     if (errno != EEXIST) return false;
-    struct stat status {};
-    if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return false;
-    const mode_t kept = status.st_mode & ownerOnly;
-    // Best effort: where it is refused (another owner, a file system without permissions) the file is still usable.
-    if ((status.st_mode & 0777U) != kept) static_cast<void>(::chmod(path.c_str(), kept));
+    if (!takeFromOthers(path)) return false;
+    for (const char* const side : {"-wal", "-shm"})
+        takeFromOthers(path + side);
     return true;
 }
 
@@ -126,6 +134,19 @@ Task<> Database::execute(std::string_view sql, std::vector<SQLValue> values) {
         Statement statement(writer_.get(), sql);
         statement.bind(values);
         statement.execute();
+    };
+    co_await writer_.actor.run(work);
+}
+
+Task<> Database::executeErasing(std::string_view sql, std::vector<SQLValue> values) {
+    const auto self = shared_from_this();
+    const auto work = [&] {
+        Statement statement(writer_.get(), sql);
+        statement.bind(values);
+        statement.execute();
+        if (sqlite3_changes(writer_.get()) == 0) return;
+        // Best effort: while another program reads from the log, it stays until the next time.
+        sqlite3_wal_checkpoint_v2(writer_.get(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
     };
     co_await writer_.actor.run(work);
 }

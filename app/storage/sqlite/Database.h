@@ -32,7 +32,7 @@ class Database : public std::enable_shared_from_this<Database> {
 
   public:
     /// Opens or creates the file at the absolute `path` and brings its schema up to date. A new file is readable by its
-    /// owner only, and an existing one is made so.
+    /// owner only, and an existing one is made so, with what a killed process left beside it.
     [[nodiscard]] static Task<std::shared_ptr<Database>> open(std::string path, Executor pool);
 
     /// Use `open`.
@@ -43,6 +43,10 @@ class Database : public std::enable_shared_from_this<Database> {
 
     /// Runs one statement that returns no rows.
     [[nodiscard]] Task<> execute(std::string_view sql, std::vector<SQLValue> values = {});
+
+    /// As `execute`, for the deletion of what should not stay behind in the write-ahead log either: empties the log
+    /// when anything was deleted.
+    [[nodiscard]] Task<> executeErasing(std::string_view sql, std::vector<SQLValue> values = {});
 
     /// Runs one statement for each entry of `rows`, all in one transaction: after a failure none of them is written.
     /// Every entry carries the same number of values. Without entries nothing happens at all.

@@ -55,6 +55,7 @@ TEST_F(ClipboardRepositoryTest, KeepsTheNewest) {
     EXPECT_EQ(found(), (Contents{"three", "seven", "six"})) << "whatever the clock says";
     loop.run([&] { return repository.prune(-5); });
     EXPECT_EQ(found(), Contents{"three"}) << "the newest stays whatever the limit";
+    EXPECT_EQ(std::filesystem::file_size(path + "-wal"), 0U) << "where the others would still be";
 }
 
 TEST_F(ClipboardRepositoryTest, FindsSubstringsIgnoringTheCaseOfAsciiLetters) {
