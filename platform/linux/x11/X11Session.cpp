@@ -34,7 +34,7 @@ struct Display {
     /// Handles what has arrived, in turns with what is asked of the session.
     void handlePending() {
         // What a reply brought along waits inside the connection and does not show on the descriptor.
-        const bool isMore = connection.handlePending() || activeWindow->update();
+        const bool isMore = connection.handlePending() || (activeWindow && activeWindow->update());
         if (!isMore || std::exchange(goesOn, true)) return;
         asio::post(descriptor.get_executor(), [this] {
             goesOn = false;
