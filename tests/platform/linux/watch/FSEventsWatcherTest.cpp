@@ -340,8 +340,7 @@ TEST_P(FSEventsWatcherTest, IndexEqualsDiskAfterAnyOperations) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
     options.tree.skipPrefixes = std::vector{at("skipped")};
-    const std::vector<std::string> roots{root, at("a/b"), root + "/"};  // one inside another is no harm
-    start(roots);
+    start({root});
     std::vector<std::string> names{"a", "b", "c", "d.txt", "e.app", "skipped", "\xC3\xBC", "\xFF"};
     const auto somePath = [&](const std::string& base) {
         std::string path = base;
@@ -350,9 +349,7 @@ TEST_P(FSEventsWatcherTest, IndexEqualsDiskAfterAnyOperations) {
         return path;
     };
     const auto somewhere = [&] { return somePath(random() % 8 == 0 ? outside.path() : root); };
-    for (int round = 0; round < 8; ++round) {
-        const bool isOff = round % 2 == 1;
-        if (isOff) watcher->stop();
+    for (int round = 0; round < 6; ++round) {
         for (int operation = 0; operation < 400; ++operation) {
             std::error_code ignored;
             const std::string path = somewhere();
@@ -378,7 +375,6 @@ TEST_P(FSEventsWatcherTest, IndexEqualsDiskAfterAnyOperations) {
             }
             if (random() % 16 == 0) loop.settle();
         }
-        if (isOff) start(roots, lastID);
         untilIndexEqualsDisk();
     }
 }
