@@ -83,8 +83,9 @@ std::vector<ShortcutFile> shortcutFiles(const std::string& folder) {
     std::vector<ShortcutFile> shortcuts;
     shortcuts.reserve(files.size());
     for (const std::string& file : files) {
-        if (auto target = targetOutOfReach(folder + "/" + file))
-            shortcuts.push_back({nameOf(file), *std::move(target)});
+        std::string path = folder;
+        path.append("/").append(file);
+        if (auto target = targetOutOfReach(path)) shortcuts.push_back({nameOf(file), *std::move(target)});
     }
     return shortcuts;
 }
