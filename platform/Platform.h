@@ -57,8 +57,8 @@ struct Platform {
     Trash& trash;
     std::shared_ptr<const ApplicationBundles> applicationBundles;
     std::shared_ptr<FileScanner> fileScanner;
-    /// Makes the watcher of the disk, which compares with the index what it missed and stays out of paths that begin
-    /// like one of `skipPrefixes`.
+    /// Makes the watcher of the disk, which compares with the index what it missed and stays out of the folders
+    /// `skipPrefixes`.
     std::function<std::shared_ptr<FileEventWatching>(std::shared_ptr<IndexReading>,
                                                      std::vector<std::string> skipPrefixes)>
         makeFileEvents;

@@ -9,8 +9,15 @@
 
 namespace velmora {
 
-/// Which paths (text) stay out of the index, with everything below them: those that begin with one of some prefixes,
-/// and those that are too long to be anybody's.
+/// Whether `path` is `folder` or anywhere below it.
+inline bool isAtOrBelow(std::string_view path, std::string_view folder) {
+    while (folder.ends_with('/'))
+        folder.remove_suffix(1);
+    return path.starts_with(folder) && (path.size() == folder.size() || path[folder.size()] == '/');
+}
+
+/// Which paths (text) stay out of the index: some folders with everything below them, and what is too long to be
+/// anybody's.
 ///
 /// Runs on: any thread.
 class SkipRule {
@@ -19,17 +26,17 @@ class SkipRule {
     static constexpr std::size_t maximumPathBytes = std::size_t{16} * 1024;
 
     SkipRule() = default;
-    SkipRule(std::vector<std::string> prefixes)  // NOLINT(google-explicit-constructor): the prefixes are the rule
-        : prefixes_(std::move(prefixes)) {}
+    SkipRule(std::vector<std::string> folders)  // NOLINT(google-explicit-constructor): the folders are the rule
+        : folders_(std::move(folders)) {}
 
     [[nodiscard]] bool skips(std::string_view path) const {
         return path.size() > maximumPathBytes ||
-               std::any_of(prefixes_.begin(), prefixes_.end(),
-                           [&](const std::string& prefix) { return path.starts_with(prefix); });
+               std::any_of(folders_.begin(), folders_.end(),
+                           [&](const std::string& folder) { return isAtOrBelow(path, folder); });
     }
 
   private:
-    std::vector<std::string> prefixes_;
+    std::vector<std::string> folders_;
 };
 
 }  // namespace velmora
