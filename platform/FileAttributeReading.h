@@ -22,7 +22,8 @@ class FileAttributeReading {
   public:
     virtual ~FileAttributeReading() = default;
 
-    /// Nothing when the path does not exist or cannot be examined. Symbolic links are followed.
+    /// Nothing when the path does not exist or cannot be examined. Symbolic links are followed; one that leads nowhere
+    /// is told of itself.
     [[nodiscard]] virtual std::optional<ScannedAttributes> attributes(const std::string& path) const = 0;
 };
 

@@ -78,6 +78,9 @@ TEST_F(DiskFileScannerTest, ListsEverythingBelowTheRootWithItsAttributes) {
         listed.insert(name + (file.isDirectory ? "/" : ""));
     EXPECT_EQ(listed, (std::set<std::string>{"folder/", "folder/.hidden", "Tool.app/", ".app/", ".app/inside",
                                              "folder/loop", "dangling", "fifo", "data2/"}));
+    const auto dangling = DiskFileAttributes().attributes(root + "/dangling");
+    ASSERT_TRUE(dangling);
+    EXPECT_EQ(dangling->size, files.at("dangling").size);
     EXPECT_EQ(files.at("folder/.hidden").size, 5);
     EXPECT_EQ(files.at("folder/.hidden").modified, 1'600'000'000.25);
 }
