@@ -14,9 +14,6 @@
 namespace velmora {
 namespace {
 
-/// Far above any text of that many characters, each of which may carry marks without end.
-constexpr std::size_t maximumBytes = 40'000;
-
 std::string lowerCased(std::string_view text) {
     std::string result;
     icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<std::int32_t>(text.size())))
@@ -98,7 +95,7 @@ std::string sortWord(std::string_view typed) {
 }  // namespace
 
 FileSearchQuery::FileSearchQuery(std::string_view text) {
-    if (text.size() > maximumBytes || text::prefix(text, maximumCharacters).size() < text.size()) {
+    if (text::prefix(text, maximumCharacters).size() < text.size()) {
         throw AppError::recoverable("Use a search under 1,000 characters.");
     }
     std::vector<std::string> all = tokens(text);

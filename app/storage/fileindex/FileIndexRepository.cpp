@@ -2,6 +2,7 @@
 
 #include "app/storage/fileindex/FileIndexBatch.h"
 #include "app/storage/fileindex/FileIndexQuery.h"
+#include "core/files/SkipRule.h"
 #include "core/text/UUID.h"
 
 #include <algorithm>
@@ -55,6 +56,18 @@ std::vector<std::string> topmost(const std::vector<std::string>& folders) {
         if (above == folder || !all.contains(above)) kept.insert(folder);
     }
     return {kept.begin(), kept.end()};
+}
+
+/// Whether the query asks for what no path has in it. A character may carry marks without end, but SQLite takes no
+/// pattern of any length, and it would end at a NUL.
+bool asksForTheImpossible(const FileSearchQuery& query) {
+    const auto isImpossible = [](const std::string& fragment) {
+        return fragment.size() > SkipRule::maximumPathBytes || fragment.find('\0') != std::string::npos;
+    };
+    const auto hasImpossible = [&](const std::vector<std::string>& fragments) {
+        return std::any_of(fragments.begin(), fragments.end(), isImpossible);
+    };
+    return hasImpossible(query.terms) || hasImpossible(query.pathTerms) || hasImpossible(query.extensions);
 }
 
 }  // namespace
@@ -133,8 +146,7 @@ Task<std::set<std::string>> FileIndexRepository::directories(std::vector<std::st
 Task<std::vector<IndexedFile>> FileIndexRepository::search(std::string name, std::optional<std::string> parent,
                                                            std::int64_t limit) const {
     const FileSearchQuery query(name);
-    // No name has a NUL in it, but a pattern would end there.
-    if (query.isEmpty() || name.find('\0') != std::string::npos) co_return std::vector<IndexedFile>{};
+    if (query.isEmpty() || asksForTheImpossible(query)) co_return std::vector<IndexedFile>{};
     SearchScope scope{{}, limit, true, home_};
     if (parent) scope.folder = folderPath(*parent, home_);
     scope.fullText = co_await ftsExists();

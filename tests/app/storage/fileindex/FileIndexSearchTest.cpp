@@ -76,6 +76,11 @@ TEST_F(FileIndexSearch, SurvivesHostileTexts) {
         family += "👨‍👩‍👧‍👦";
     EXPECT_EQ(search(family), "");
     EXPECT_EQ(search("path:" + family.substr(0, family.size() / 2)), "") << "the longest pattern";
+    std::string marked = "e";
+    for (int i = 0; i < 30'000; ++i)
+        marked += "\u0301";
+    for (const char* const prefix : {"", "path:", "ext:", "abc "})
+        EXPECT_EQ(search(prefix + marked), "") << "one character, and longer than a pattern may be: " << prefix;
     EXPECT_EQ(search("a\xFF b\xFE path:\xFF"), "");
 }
 
