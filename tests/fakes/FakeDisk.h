@@ -5,6 +5,8 @@
 #include "platform/FileEventWatching.h"
 #include "platform/FileScanner.h"
 
+#include <functional>
+#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -22,12 +24,13 @@ struct FakeDisk {
 
     std::vector<std::string> scans;
     bool holdsScans = false;
-    std::vector<std::shared_ptr<StreamWriter<std::vector<IndexedFile>>>> held;
+    std::map<std::string, std::shared_ptr<StreamWriter<std::vector<IndexedFile>>>> held;  // by their roots
 
     std::vector<std::string> watched;
     std::vector<std::uint64_t> watchedSince;
     FileEventWatching::Handler handler;
     std::vector<std::string> examined;
+    std::function<void()> onExamine;
 
     [[nodiscard]] static IndexedFile file(std::string entry) {
         IndexedFile made;
@@ -59,7 +62,7 @@ class FakeScanner final : public FileScanner {
         if (disk_.unreadableRoots.contains(root)) {
             writer->fail(std::make_exception_ptr(AppError::recoverable("The index folder could not be read.")));
         } else if (disk_.holdsScans) {
-            disk_.held.push_back(writer);
+            disk_.held[root] = writer;
         } else {
             std::vector<IndexedFile> batch;
             for (const std::string& entry : disk_.entries) {
@@ -102,6 +105,7 @@ class FakeAttributes final : public FileAttributeReading {
 
     [[nodiscard]] std::optional<ScannedAttributes> attributes(const std::string& path) const override {
         disk_.examined.push_back(path);
+        if (disk_.onExamine) disk_.onExamine();
         if (disk_.entries.contains(path + "/")) return ScannedAttributes{true, 4096, 0};
         if (disk_.entries.contains(path)) return ScannedAttributes{false, 10, 1000};
         return std::nullopt;

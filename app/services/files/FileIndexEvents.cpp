@@ -15,8 +15,6 @@ using namespace std::chrono_literals;
 
 constexpr std::string_view eventPrefix = "/System/Volumes/Data";
 constexpr auto flushDelay = 1s;
-constexpr std::size_t pathsPerFlush = 4000;
-constexpr std::size_t pendingLimit = 20'000;
 
 /// What a batch of changed paths turned out to be.
 struct Changes {
@@ -40,6 +38,7 @@ Changes examine(const std::vector<std::string>& paths, const FileAttributeReadin
 }  // namespace
 
 void FileIndexService::startWatcher(std::uint64_t sinceID) {
+    if (stopped_) return;
     std::vector<std::string> paths;
     paths.reserve(roots_.size());
     for (const IndexRoot& root : roots_)
@@ -55,30 +54,24 @@ void FileIndexService::startWatcher(std::uint64_t sinceID) {
 }
 
 void FileIndexService::restartWatcher() {
-    restartWatcherFrom(pendingPaths_.empty() && !isFlushing_ ? pendingEventID_ : coveredEventID_);
-}
-
-void FileIndexService::restartWatcherFrom(std::uint64_t sinceID) {
     disk_.watcher->stop();
-    startWatcher(sinceID);
+    startWatcher(changes_.rewind());
 }
 
 void FileIndexService::onEvents(const std::vector<std::string>& paths, std::uint64_t lastEventID) {
     VELMORA_ASSERT_MAIN();
     if (stopped_) return;
-    pendingEventID_ = std::max(pendingEventID_, lastEventID);
+    changes_.see(lastEventID);
     if (paths.empty() && !isScanning_) showWatching();
-    const std::size_t before = pendingPaths_.size();
+    bool isNews = false;
     for (std::string_view path : paths) {
         if (path.starts_with(eventPrefix)) path.remove_prefix(eventPrefix.size());
-        if (!skipRule_.skips(path)) pendingPaths_.emplace(path);
+        if (!skipRule_.skips(path)) isNews = changes_.add(path) || isNews;
     }
-    if (pendingPaths_.size() == before) return;
-    if (pendingPaths_.size() <= pendingLimit) return scheduleFlush();
-    pendingPaths_.clear();
-    if (!isScanning_) return rebuild();
-    // The scan may already have passed what changed; it is replayed from the disk once the scan is through.
-    replayAfterScan_ = true;
+    if (!isNews) return;
+    if (!changes_.isFlood()) return scheduleFlush();
+    changes_.drop();
+    if (!isScanning_) rebuild();
 }
 
 void FileIndexService::scheduleFlush() {
@@ -88,37 +81,31 @@ void FileIndexService::scheduleFlush() {
         if (const auto self = weak.lock()) co_await self->flush();
         if (const auto self = weak.lock()) {
             self->flushTask_ = {};
-            if (!self->pendingPaths_.empty()) self->scheduleFlush();
+            if (!self->changes_.empty()) self->scheduleFlush();
         }
     });
 }
 
 Task<> FileIndexService::flush() {
-    if (isFlushing_ || pendingPaths_.empty()) co_return;
-    isFlushing_ = true;
-    std::vector<std::string> batch;
-    while (!pendingPaths_.empty() && batch.size() < pathsPerFlush) {
-        batch.push_back(std::move(pendingPaths_.extract(pendingPaths_.begin()).value()));
-    }
-    const std::optional<std::uint64_t> covered = pendingPaths_.empty() ? std::optional(pendingEventID_) : std::nullopt;
-    bool failed = false;
+    if (changes_.empty()) co_return;
+    const std::vector<std::string> batch = changes_.take();
+    std::exception_ptr failure;
     try {
         co_await apply(batch);
-        if (covered && !replayAfterScan_) {
-            coveredEventID_ = *covered;
-            // While a scan runs, there is no bookmark: cut off, it has to be done again.
-            if (!isScanning_) co_await repository_.saveEventID(coveredEventID_);
-        }
+        changes_.applied(batch);
+        co_await saveBookmark();
         fileCount_ = co_await repository_.count();
-    } catch (const Cancelled&) {
-        pendingPaths_.insert(batch.begin(), batch.end());
     } catch (const std::exception&) {
-        failed = true;
+        failure = std::current_exception();
     }
-    isFlushing_ = false;
-    if (failed) {
+    if (stopped_) co_return;
+    if (failure) {
+        changes_.failed();
         AppLog::search.error("File index update failed");
-    } else if (!isScanning_) {
+        fallBehind(failure);
+    } else if (isScanning_) {
+        changed_.emit();
+    } else {
         showWatching();
     }
 }
@@ -126,12 +113,27 @@ Task<> FileIndexService::flush() {
 Task<> FileIndexService::apply(std::vector<std::string> batch) {
     Actor reader(pool_);
     const auto read = [&batch, attributes = disk_.attributes.get()] { return examine(batch, *attributes); };
-    const Changes changes = co_await reader.run(read);
-    co_await repository_.upsert(changes.found);
+    Changes changes = co_await reader.run(read);
+    // The root may have been removed meanwhile.
+    std::erase_if(changes.found, [this](const IndexedFile& file) { return !covers(file.path); });
+    co_await repository_.upsert(std::move(changes.found));
     const std::set<std::string> folders = co_await repository_.directories(changes.gone);
     co_await repository_.deletePaths(changes.gone);
     const std::vector<std::string> trees(folders.begin(), folders.end());
     co_await repository_.deleteTrees(trees);
+}
+
+bool FileIndexService::covers(std::string_view path) const {
+    return std::any_of(roots_.begin(), roots_.end(),
+                       [&](const IndexRoot& root) { return isAtOrBelow(path, root.path); });
+}
+
+/// The bookmark is where the next run goes on. It passes nothing that the index does not have, and it is not there
+/// while more than changes are written; nor is it later than now, as one from a clock that ran ahead would be.
+Task<> FileIndexService::saveBookmark() {
+    if (isScanning_ || isChangingRoots_ || !behind_.empty()) co_return;
+    const std::uint64_t bookmark = std::min(changes_.bookmark(), disk_.watcher->currentEventID());
+    if (bookmark != 0) co_await repository_.saveEventID(bookmark);
 }
 
 }  // namespace velmora

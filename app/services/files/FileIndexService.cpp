@@ -40,6 +40,8 @@ Task<> FileIndexService::start() {
     const auto self = shared_from_this();
     try {
         co_await bootstrap();
+    } catch (const Cancelled&) {
+        throw;
     } catch (...) {
         showFailure();
         AppLog::search.error("File index bootstrap failed");
@@ -54,14 +56,19 @@ Task<> FileIndexService::bootstrap() {
         roots_ = co_await repository_.roots();
     }
     fileCount_ = co_await repository_.count();
-    pendingEventID_ = co_await repository_.loadEventID();
-    coveredEventID_ = pendingEventID_;
-    startWatcher(pendingEventID_);
-    // Without a bookmark no scan has ever been completed.
-    if (fileCount_ == 0 || pendingEventID_ == 0) {
+    const std::uint64_t bookmark = co_await repository_.loadEventID();
+    // Without a bookmark the last scan was not completed. One that is still to come was made by a clock that ran ahead,
+    // and what changed since would be taken for known.
+    const bool isBelieved = bookmark > 0 && bookmark <= disk_.watcher->currentEventID();
+    if (fileCount_ == 0 || !isBelieved) {
+        // First, so that the watcher reports what changes in folders that it has not come to when the scan has been
+        // there.
         rebuild();
+        startWatcher(changes_.bookmark());
         co_return;
     }
+    changes_.startFrom(bookmark);
+    startWatcher(bookmark);
     showWatching();
     const bool exists = co_await repository_.ftsExists();
     if (!exists) co_return;
@@ -89,12 +96,12 @@ Task<> FileIndexService::stop() {
     const auto self = shared_from_this();
     stopped_ = true;
     cancelScan();
+    rescanTask_.cancel();
     flushTask_.cancel();
     disk_.watcher->stop();
-    // Paths that were seen but not applied must be seen again by the next run.
-    if (pendingPaths_.empty() && !isFlushing_ && !replayAfterScan_) coveredEventID_ = pendingEventID_;
+    co_await rootChange_.finished();
     try {
-        if (!isScanning_) co_await repository_.saveEventID(coveredEventID_);
+        co_await saveBookmark();
         // NOLINTNEXTLINE(bugprone-empty-catch): the next start looks at a little more than it had to
     } catch (const std::exception&) {
     }
@@ -103,40 +110,75 @@ Task<> FileIndexService::stop() {
 // Roots.
 
 void FileIndexService::addRoot(std::string path) {
-    spawn(main_, [self = shared_from_this(), path = std::move(path)] { return self->add(path); });
-}
-
-Task<> FileIndexService::add(std::string path) {
-    try {
-        co_await repository_.addRoot(path);
-        roots_ = co_await repository_.roots();
-        restartWatcher();
-        rebuild();
-    } catch (...) {
-        showFailure();
-    }
+    changeRoots([this, path = std::move(path)] { return add(path); });
 }
 
 void FileIndexService::removeRoot(std::string id) {
-    spawn(main_, [self = shared_from_this(), id = std::move(id)] { return self->remove(id); });
+    changeRoots([this, id = std::move(id)] { return remove(id); });
+}
+
+void FileIndexService::changeRoots(std::function<Task<>()> change) {
+    VELMORA_ASSERT_MAIN();
+    const auto inTurn = [self = shared_from_this(), before = rootChange_, change = std::move(change)]() -> Task<> {
+        co_await before.finished();
+        if (self->stopped_) co_return;
+        std::exception_ptr failure;
+        self->isChangingRoots_ = true;
+        try {
+            co_await change();
+        } catch (const std::exception&) {
+            failure = std::current_exception();
+        }
+        if (self->stopped_) co_return;  // what is missing of it is found by the next run, which has no bookmark
+        self->isChangingRoots_ = false;
+        if (failure) self->fallBehind(failure);
+    };
+    rootChange_ = spawn(main_, inTurn);
+}
+
+Task<> FileIndexService::add(std::string path) {
+    // Cut off before its scan, the root would be taken for scanned if there were a bookmark.
+    co_await repository_.saveEventID(0);
+    co_await repository_.addRoot(path);
+    roots_ = co_await repository_.roots();
+    rebuild();
+    restartWatcher();
 }
 
 Task<> FileIndexService::remove(std::string id) {
+    const std::vector<IndexRoot> before = roots_;
+    const auto hasId = [&](const IndexRoot& root) { return root.id == id; };
+    const auto removed = std::find_if(before.begin(), before.end(), hasId);
     try {
-        const auto known =
-            std::find_if(roots_.begin(), roots_.end(), [&](const IndexRoot& root) { return root.id == id; });
-        if (known != roots_.end()) {
-            const std::string path = known->path;
-            co_await repository_.deleteTree(path);
-        }
+        if (removed != before.end()) co_await takeOut(*removed);
         co_await repository_.removeRoot(id);
         roots_ = co_await repository_.roots();
-        fileCount_ = co_await repository_.count();
-        restartWatcher();
-        showWatching();
     } catch (...) {
-        showFailure();
+        roots_ = before;
+        throw;
     }
+    fileCount_ = co_await repository_.count();
+    // Of a root and another one within it, the rows of the inner one have gone with either.
+    const auto isInIt = [&](const IndexRoot& root) { return isAtOrBelow(root.path, removed->path); };
+    const bool hasHoles =
+        removed != before.end() && (covers(removed->path) || std::any_of(roots_.begin(), roots_.end(), isInIt));
+    if (hasHoles) rebuild();
+    restartWatcher();
+    if (!hasHoles) showWatching();
+}
+
+/// Deletes the rows of a root, and sees to it that nothing writes them again.
+Task<> FileIndexService::takeOut(IndexRoot root) {
+    std::erase(roots_, root);
+    const std::vector<RootScan> scans = rootScans_;
+    for (const RootScan& scan : scans) {
+        if (scan.path != root.path) continue;
+        scan.task.cancel();
+        co_await scan.task.finished();
+    }
+    // Cut off, the deletion would leave holes in a root that is still there. Behind whatever is being written already.
+    co_await repository_.saveEventID(0);
+    co_await repository_.deleteTree(root.path);
 }
 
 // Searching and reporting.
@@ -159,6 +201,7 @@ void FileIndexService::showStatus(std::string text) {
 }
 
 void FileIndexService::showWatching() {
+    if (!behind_.empty()) return showStatus(behind_);
     std::string status = "Watching · " + countText(fileCount_) + " files";
     const std::size_t swept = disk_.watcher->sweptFolders();
     if (swept > 0) status += " · " + text::formattedCount(swept) + " folders checked every minute";
