@@ -35,6 +35,10 @@ class Descriptor {
 /// Opens one entry of a folder for reading as a folder; never follows a symbolic link. None (see errno) otherwise.
 Descriptor openSubfolder(int folder, const char* name);
 
+/// Opens one entry of a folder without following a symbolic link or touching what is mounted there. None (see errno:
+/// EXDEV for a mount) otherwise.
+Descriptor openInMount(int folder, const char* name, int flags);
+
 /// Opens a path of any length, its bytes as the system has them: paths that the system calls longer than they take are
 /// opened piece by piece. None (see errno) on failure.
 Descriptor openPath(const std::string& path, int flags);

@@ -14,11 +14,6 @@ namespace {
 // Each level keeps a folder open; processes may have a thousand.
 constexpr int deepestLevel = 100;
 
-bool isFolder(int parent, const char* name) {
-    struct stat status {};
-    return fstatat(parent, name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(status.st_mode);
-}
-
 /// Gives the owner of an open folder every right to it. An opened-by-path descriptor has no mode to change; the name
 /// that the kernel gives it has, and is no link to anywhere else.
 void openUp(int folder) {
@@ -26,6 +21,13 @@ void openUp(int folder) {
     if (fstat(folder, &status) != 0 || status.st_uid != geteuid() || (status.st_mode & S_IRWXU) == S_IRWXU) return;
     const std::string itself = "/proc/self/fd/" + std::to_string(folder);
     static_cast<void>(chmod(itself.c_str(), (status.st_mode & 07777U) | S_IRWXU) == 0);
+}
+
+Descriptor enter(int parent, const char* name) {
+    const Descriptor found = openInMount(parent, name, O_PATH | O_DIRECTORY);
+    if (!found) return {};
+    openUp(found.get());
+    return Descriptor(openat(found.get(), ".", O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
 }
 
 }  // namespace
@@ -41,15 +43,6 @@ std::vector<std::string> entryNames(int folder) {
     return names;
 }
 
-FolderRemoval::FolderRemoval(int folder) : folder_(folder), mount_(mountOf(folder)) {}
-
-FolderRemoval::Mount FolderRemoval::mountOf(int folder) {
-    struct statx status {};
-    if (statx(folder, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_MNT_ID, &status) != 0) return {0, 0};
-    const std::uint64_t device = (std::uint64_t{status.stx_dev_major} << 32U) | status.stx_dev_minor;
-    return {device, (status.stx_mask & STATX_MNT_ID) != 0 ? status.stx_mnt_id : 0};
-}
-
 bool FolderRemoval::remove(const std::string& name) {
     bool whole = removeEntry(folder_, name.c_str(), 0);
     while (!movedUp_.empty()) {
@@ -63,19 +56,12 @@ bool FolderRemoval::remove(const std::string& name) {
 bool FolderRemoval::removeEntry(int parent, const char* name, int depth) {
     // Files are by far the most; asking what it is first would double the work.
     if (unlinkat(parent, name, 0) == 0 || errno == ENOENT) return true;
-    if (!isFolder(parent, name)) return false;
     if (unlinkat(parent, name, AT_REMOVEDIR) == 0) return true;
+    if (errno == ENOTDIR || errno == EBUSY) return false;  // EBUSY: a mount
     if (depth == deepestLevel) return moveUp(parent, name);
     const Descriptor inside = enter(parent, name);
     if (!inside || !removeContents(inside.get(), depth + 1)) return false;
     return unlinkat(parent, name, AT_REMOVEDIR) == 0 || errno == ENOENT;
-}
-
-Descriptor FolderRemoval::enter(int parent, const char* name) const {
-    const Descriptor found(openat(parent, name, O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!found || mountOf(found.get()) != mount_) return {};
-    openUp(found.get());
-    return Descriptor(openat(found.get(), ".", O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
 }
 
 bool FolderRemoval::removeContents(int folder, int depth) {
@@ -88,7 +74,7 @@ bool FolderRemoval::removeContents(int folder, int depth) {
 /// A tree too deep to keep its folders open goes on at the top, where `remove` takes it up again.
 bool FolderRemoval::moveUp(int parent, const char* name) {
     const std::string higher = ".velmora-" + std::to_string(getpid()) + "-" + std::to_string(moves_++);
-    openUp(Descriptor(openat(parent, name, O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)).get());
+    openUp(openInMount(parent, name, O_PATH | O_DIRECTORY).get());
     if (renameat2(parent, name, folder_, higher.c_str(), RENAME_NOREPLACE) != 0) return false;
     movedUp_.push_back(higher);
     return true;

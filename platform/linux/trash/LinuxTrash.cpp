@@ -2,7 +2,6 @@
 
 #include "platform/linux/trash/TrashFolder.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <vector>
@@ -13,8 +12,7 @@ Task<bool> LinuxTrash::empty() {
     Actor worker(pool_);
     const auto work = [home = dataHome_ + "/Trash", withVolumes = withVolumes_] {
         // A trash that is a link to elsewhere is not emptied; that is no success.
-        struct stat status {};
-        bool whole = lstat(home.c_str(), &status) != 0 || S_ISDIR(status.st_mode);
+        bool whole = !TrashFolder::isLeftOut(home);
         const std::vector<std::string> volumes = withVolumes ? mountedVolumes() : std::vector<std::string>();
         for (const TrashFolder& folder : TrashFolder::find(home, volumes, geteuid()))
             whole = folder.empty() && whole;

@@ -36,9 +36,18 @@ std::string thingOf(std::string_view note) {
     return std::string(note.substr(0, note.size() - noteSuffix.size()));
 }
 
+Descriptor openInside(int folder, const char* name) {
+    return openInMount(folder, name, O_RDONLY | O_DIRECTORY);
+}
+
+Descriptor openEntry(const std::string& path, int flags) {
+    const std::size_t slash = path.rfind('/');
+    const Descriptor folder = openPath(path.substr(0, slash), O_PATH | O_DIRECTORY);
+    return folder ? openInMount(folder.get(), path.c_str() + slash + 1, flags) : Descriptor();
+}
+
 bool exists(int folder, const std::string& name) {
-    struct stat status {};
-    return fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+    return openInMount(folder, name.c_str(), O_PATH) || errno != ENOENT;
 }
 
 }  // namespace
@@ -46,23 +55,30 @@ bool exists(int folder, const std::string& name) {
 std::vector<TrashFolder> TrashFolder::find(const std::string& home, const std::vector<std::string>& volumes,
                                            uid_t user) {
     std::vector<TrashFolder> all;
-    add(all, openPath(home, O_RDONLY | O_DIRECTORY | O_NOFOLLOW), user);
+    add(all, openEntry(home, O_RDONLY | O_DIRECTORY), user);
     const std::string number = std::to_string(user);
     for (const std::string& volume : volumes) {
         const Descriptor top = openPath(volume, O_PATH | O_DIRECTORY);
         if (!top) continue;
-        const Descriptor shared = openSubfolder(top.get(), ".Trash");
+        const Descriptor shared = openInside(top.get(), ".Trash");
         const auto status = statusOf(shared);
-        if (status && (status->st_mode & S_ISVTX) != 0) add(all, openSubfolder(shared.get(), number.c_str()), user);
-        add(all, openSubfolder(top.get(), (".Trash-" + number).c_str()), user);
+        if (status && (status->st_mode & S_ISVTX) != 0) add(all, openInside(shared.get(), number.c_str()), user);
+        add(all, openInside(top.get(), (".Trash-" + number).c_str()), user);
     }
     return all;
 }
 
+bool TrashFolder::isLeftOut(const std::string& home) {
+    const Descriptor entry = openEntry(home, O_PATH);
+    if (!entry) return errno != ENOENT;
+    const auto status = statusOf(entry);
+    return !status || !S_ISDIR(status->st_mode);
+}
+
 bool TrashFolder::empty() const {
     bool whole = true;
-    const Descriptor files = openSubfolder(folder_.get(), "files");
-    const Descriptor info = openSubfolder(folder_.get(), "info");
+    const Descriptor files = openInside(folder_.get(), "files");
+    const Descriptor info = openInside(folder_.get(), "info");
     if (files) {
         FolderRemoval removal(files.get());
         for (const std::string& name : entryNames(files.get())) {

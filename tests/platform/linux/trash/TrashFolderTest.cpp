@@ -2,6 +2,7 @@
 
 #include "tests/fakes/TemporaryFolder.h"
 #include "tests/platform/linux/FileTree.h"
+#include "tests/platform/linux/HungMount.h"
 
 #include <gtest/gtest.h>
 
@@ -30,7 +31,7 @@ class TrashFolderTest : public testing::Test {
     }
     /// Empties the trash at home and those of `volumes`.
     [[nodiscard]] bool empty(const std::vector<std::string>& volumes = {}) const {
-        bool whole = true;
+        bool whole = !TrashFolder::isLeftOut(home);
         for (const TrashFolder& one : TrashFolder::find(home, volumes, geteuid()))
             whole = one.empty() && whole;
         return whole;
@@ -71,7 +72,7 @@ TEST_F(TrashFolderTest, LinksLeadNowhere) {
     fs::remove_all(home);
     folder.write("outside/files/precious", "keep me");
     fs::create_directory_symlink(outside, home);
-    static_cast<void>(empty());
+    EXPECT_FALSE(empty());
     EXPECT_TRUE(fs::exists(outside + "/precious"));
     EXPECT_TRUE(fs::exists(outside + "/files/precious"));
 }
@@ -106,6 +107,28 @@ TEST_F(TrashFolderTest, KeepsTheNoteOnWhatWouldNotGo) {
     EXPECT_FALSE(fs::exists(home + "/files/stuck/loose"));
     EXPECT_TRUE(empty()) << "and later it goes";
     EXPECT_TRUE(nothingIsLeft());
+}
+
+TEST_F(TrashFolderTest, TouchesNothingThatIsMountedInIt) {
+    if (!test::ownMountList()) GTEST_SKIP() << "only root may mount";
+    for (const std::string place : {"/files", "/info", "", "/files/stuck", "/files/tree/stuck", "/info/stuck"}) {
+        fs::create_directories(home + place);
+        throwAway("a", "Trash");
+        {
+            ASSERT_EQ(mount(outside.c_str(), (home + place).c_str(), nullptr, MS_BIND, nullptr), 0);
+            EXPECT_FALSE(empty()) << place;
+            umount2((home + place).c_str(), MNT_DETACH);
+            EXPECT_TRUE(fs::exists(outside + "/precious")) << place;
+        }
+        throwAway("a", "Trash");
+        {
+            const test::HungMount hung(home + place);
+            ASSERT_TRUE(hung);
+            EXPECT_FALSE(empty()) << place;
+        }
+        EXPECT_TRUE(empty()) << place;
+        EXPECT_TRUE(nothingIsLeft()) << place;
+    }
 }
 
 TEST_F(TrashFolderTest, FindsTheUsersTrashOnOtherVolumes) {
