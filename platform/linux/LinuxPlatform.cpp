@@ -10,6 +10,7 @@
 #include "platform/linux/dbus/Logind.h"
 #include "platform/linux/disk/DiskFileAttributes.h"
 #include "platform/linux/disk/DiskFileScanner.h"
+#include "platform/linux/posix/RootMounts.h"
 #include "platform/linux/process/LinuxChildProcesses.h"
 #include "platform/linux/trash/LinuxTrash.h"
 #include "platform/linux/watch/FSEventsWatcher.h"
@@ -93,6 +94,7 @@ std::shared_ptr<const FileIcons> LinuxPlatform::fileIcons() const {
 
 Platform LinuxPlatform::platform(const MainExecutor& main, const Toolkit& toolkit) const {
     Services& own = *services_;
+    const auto rootMounts = std::make_shared<RootMounts>();
     return {
         .main = main,
         .pool = own.pool.executor(),
@@ -113,12 +115,13 @@ Platform LinuxPlatform::platform(const MainExecutor& main, const Toolkit& toolki
         .applicationBundles = own.applications,
         .fileScanner = std::make_shared<DiskFileScanner>(own.desktop.home),
         .makeFileEvents =
-            [main](std::shared_ptr<IndexReading> index, std::vector<std::string> skipPrefixes) {
+            [main, rootMounts](std::shared_ptr<IndexReading> index, std::vector<std::string> skipPrefixes) {
                 FSEventsWatcher::Options options;
+                options.rootMounts = rootMounts;
                 options.tree.skipPrefixes = std::move(skipPrefixes);
                 return std::make_shared<FSEventsWatcher>(main, std::move(index), std::move(options));
             },
-        .fileAttributes = std::make_shared<DiskFileAttributes>(),
+        .fileAttributes = std::make_shared<DiskFileAttributes>(rootMounts),
         .shortcutsTools = shortcutsTools(),
     };
 }

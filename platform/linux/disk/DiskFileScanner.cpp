@@ -25,7 +25,6 @@ Task<> walk(std::shared_ptr<Batches> batches, std::string root, SkipRule skipRul
         if (batch.empty()) break;
         co_await batches->write(std::move(batch));
     }
-    batches->finish();
 }
 
 }  // namespace
@@ -42,6 +41,7 @@ Stream<std::vector<IndexedFile>> DiskFileScanner::scan(std::string root, SkipRul
         std::exception_ptr failure;
         try {
             co_await walk(batches, root, skip);
+            batches->finish();  // once the walk has let go of the disk
         } catch (...) {
             failure = std::current_exception();
         }

@@ -70,7 +70,8 @@ void FolderWalk::examine(const DirectoryReader::Entry& entry, std::vector<Indexe
     path.append(path_).append(1, '/').append(name);
     if (skipRule_.skips(path)) return;
 
-    if (top.hasBlockedChild && mounts_.isBlocked(fileNameBytes(path))) {
+    if (entry.mayBeFolder) mounts_.refresh();
+    if (entry.mayBeFolder && mounts_.isBlocked(fileNameBytes(path))) {
         files.push_back({std::move(path), std::move(name), true, 0, 0});
         return;
     }
@@ -107,7 +108,6 @@ void FolderWalk::push(Descriptor folder, FileIdentity identity) {
     frame.folder = std::move(folder);
     frame.identity = identity;
     frame.pathBytes = path_.size();
-    frame.hasBlockedChild = mounts_.hasBlockedChild(path_.empty() ? "/" : fileNameBytes(path_));
     frames_.push_back(std::move(frame));
 }
 

@@ -42,7 +42,6 @@ class FolderWalk {
         std::vector<Subfolder> toEnter;
         std::int64_t position = 0;  // of the folder's descriptor
         bool exhausted = false;
-        bool hasBlockedChild = false;
     };
 
     void advance(std::vector<IndexedFile>& files);

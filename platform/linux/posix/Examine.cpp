@@ -44,16 +44,9 @@ std::optional<Examined> examineOpen(int descriptor) {
 
 std::optional<Examined> examinePath(const std::string& path) {
     if (path.find('\0') != std::string::npos) return std::nullopt;
-    for (const bool follows : {true, false}) {
-        std::optional<Examined> found;
-        if (path.size() < PATH_MAX) {
-            found = examine(AT_FDCWD, path.c_str(), follows ? 0 : AT_SYMLINK_NOFOLLOW);
-        } else if (const Descriptor entry = openPath(path, follows ? O_PATH : O_PATH | O_NOFOLLOW)) {
-            found = examineOpen(entry.get());
-        }
-        if (found) return found;
-    }
-    return std::nullopt;
+    if (path.size() < PATH_MAX) return examineEntry(AT_FDCWD, path.c_str());
+    const Descriptor entry = openPath(path, O_PATH | O_NOFOLLOW);
+    return entry ? examineOpen(entry.get()) : std::nullopt;
 }
 
 }  // namespace velmora

@@ -45,7 +45,7 @@ std::optional<Examined> examineEntry(int folder, const char* name);
 /// An open file or folder.
 std::optional<Examined> examineOpen(int descriptor);
 
-/// What a path of any length leads to: links are followed. A link that leads nowhere is examined itself.
+/// What is at a path of any length: of a link, not of what it leads to.
 std::optional<Examined> examinePath(const std::string& path);
 
 }  // namespace velmora

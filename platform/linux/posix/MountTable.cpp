@@ -1,5 +1,10 @@
 #include "platform/linux/posix/MountTable.h"
 
+#include "platform/linux/posix/PathParts.h"
+
+#include <fcntl.h>
+#include <poll.h>
+
 #include <algorithm>
 #include <array>
 #include <filesystem>
@@ -9,17 +14,22 @@
 namespace velmora {
 namespace {
 
-constexpr std::array blockedTypes{
-    // made up by the kernel
-    "proc", "sysfs", "devtmpfs", "devpts", "cgroup", "cgroup2", "debugfs", "tracefs", "securityfs", "pstore", "bpf",
-    "configfs", "mqueue", "hugetlbfs", "binfmt_misc", "efivarfs", "fusectl", "rpc_pipefs", "nsfs", "selinuxfs",
-    // behind a program or a network
-    "autofs", "fuse", "nfs", "nfs4", "cifs", "smb3", "smbfs", "ncpfs", "afs", "ceph", "9p", "coda", "lustre", "gfs2",
-    "ocfs2", "glusterfs"};
+constexpr std::array madeUpTypes{"proc",     "sysfs",    "devtmpfs",   "devpts",     "cgroup",
+                                 "cgroup2",  "debugfs",  "tracefs",    "securityfs", "pstore",
+                                 "bpf",      "configfs", "mqueue",     "hugetlbfs",  "binfmt_misc",
+                                 "efivarfs", "fusectl",  "rpc_pipefs", "nsfs",       "selinuxfs"};
+
+constexpr std::array stallingTypes{"autofs", "fuse", "nfs", "nfs4", "cifs",   "smb3", "smbfs", "ncpfs",
+                                   "afs",    "ceph", "9p",  "coda", "lustre", "gfs2", "ocfs2", "glusterfs"};
+
+template <class Types>
+bool contains(const Types& types, std::string_view type) {
+    return std::find(types.begin(), types.end(), type) != types.end();
+}
 
 /// "fuse.sshfs" and the like; "fuseblk" is a local disk.
-bool isBlockedType(std::string_view type) {
-    return type.starts_with("fuse.") || std::find(blockedTypes.begin(), blockedTypes.end(), type) != blockedTypes.end();
+bool isStalling(std::string_view type) {
+    return type.starts_with("fuse.") || contains(stallingTypes, type);
 }
 
 /// The mount list writes white space and backslashes as three octal digits.
@@ -43,20 +53,37 @@ std::string readMountList() {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-std::string canonicalPath(const std::string& path, int folder) {
-    std::error_code failure;
-    const auto canonical = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(folder), failure);
-    return failure ? path : canonical.string();
-}
-
 }  // namespace
 
-MountTable::MountTable(const std::string& root, int rootFolder)
-    : MountTable(root, canonicalPath(root, rootFolder), readMountList()) {}
+std::string truePath(int descriptor) {
+    std::error_code failure;
+    const auto path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor), failure);
+    return failure ? "" : path.string();
+}
 
-MountTable::MountTable(const std::string& root, const std::string& canonicalRoot, std::string_view mountList) {
-    const std::string below = canonicalRoot == "/" ? "/" : canonicalRoot + '/';
-    const std::string prefix = root == "/" ? "/" : root + '/';
+MountTable::MountTable(std::string root, int rootFolder)
+    : root_(std::move(root)),
+      canonicalRoot_(truePath(rootFolder)),
+      changes_(open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC)) {
+    if (canonicalRoot_.empty()) canonicalRoot_ = root_;
+    read(readMountList());
+}
+
+MountTable::MountTable(std::string root, std::string canonicalRoot, std::string_view mountList)
+    : root_(std::move(root)), canonicalRoot_(std::move(canonicalRoot)) {
+    read(mountList);
+}
+
+void MountTable::refresh() {
+    pollfd change{changes_.get(), POLLPRI, 0};
+    if (poll(&change, 1, 0) > 0) read(readMountList());
+}
+
+void MountTable::read(std::string_view mountList) {
+    blocked_.clear();
+    mounts_.clear();
+    const std::string below = canonicalRoot_ == "/" ? "/" : canonicalRoot_ + '/';
+    const std::string prefix = root_ == "/" ? "/" : root_ + '/';
     std::istringstream lines{std::string(mountList)};
     for (std::string line; std::getline(lines, line);) {
         std::istringstream fields(line);
@@ -65,17 +92,31 @@ MountTable::MountTable(const std::string& root, const std::string& canonicalRoot
         while (fields >> word && word != "-") {
         }
         fields >> type;
-        const std::string path = unescaped(target);
-        if (path.size() > below.size() && path.starts_with(below)) add(prefix + path.substr(below.size()), type, id);
+        std::string path = unescaped(target);
+        if (path.size() <= below.size() || !path.starts_with(below)) continue;
+        path.replace(0, below.size(), prefix);
+        mounts_.emplace(path, id);
+        // Of several mounts on one another, one that stalls is enough.
+        if (isStalling(type)) blocked_[path] = Kind::stalling;
+        if (contains(madeUpTypes, type)) blocked_.emplace(path, Kind::madeUp);
     }
 }
 
-void MountTable::add(const std::string& path, const std::string& type, const std::string& id) {
-    mounts_.emplace(path, id);
-    if (!isBlockedType(type)) return;
-    blocked_.insert(path);
-    const std::size_t slash = path.rfind('/');
-    parents_.insert(slash == 0 ? "/" : path.substr(0, slash));
+bool MountTable::isBlocked(std::string_view path) const {
+    if (blocked_.empty()) return false;
+    for (; !path.empty(); path = parentOf(path)) {
+        if (blocked_.contains(std::string(path))) return true;
+    }
+    return false;
+}
+
+std::string_view MountTable::stallingMount(std::string_view path) const {
+    if (blocked_.empty()) return {};
+    for (; !path.empty(); path = parentOf(path)) {
+        const auto found = blocked_.find(std::string(path));
+        if (found != blocked_.end() && found->second == Kind::stalling) return found->first;
+    }
+    return {};
 }
 
 }  // namespace velmora

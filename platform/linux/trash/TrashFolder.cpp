@@ -110,7 +110,7 @@ std::vector<std::string> mountedVolumes() {
     const MountTable table("/", root.get());
     std::vector<std::string> volumes{"/"};
     for (const auto& [path, mount] : table.mounts()) {
-        if (!table.isBlocked(path) && path != volumes.back()) volumes.push_back(path);
+        if (table.stallingMount(path).empty() && path != volumes.back()) volumes.push_back(path);
     }
     return volumes;
 }

@@ -242,6 +242,7 @@ FSEventsWatcher::~FSEventsWatcher() {
 void FSEventsWatcher::start(std::vector<std::string> roots, std::uint64_t sinceID, Handler handler) {
     VELMORA_ASSERT_MAIN();
     if (session_) return;
+    if (options_.rootMounts) options_.rootMounts->setRoots(roots);
     session_ = std::make_shared<Session>(*this, roots, sinceID, std::move(handler));
     session_->start();
 }

@@ -3,6 +3,7 @@
 #include "core/async/Async.h"
 #include "platform/FileEventWatching.h"
 #include "platform/IndexReading.h"
+#include "platform/linux/posix/RootMounts.h"
 #include "platform/linux/watch/TreeWatch.h"
 
 #include <chrono>
@@ -25,6 +26,7 @@ class FSEventsWatcher final : public FileEventWatching {
         TreeWatchOptions tree;
         std::chrono::milliseconds latency{1'000};  ///< from a change to its report
         std::chrono::milliseconds gathering{50};   ///< how long equal events may merge before they are fetched
+        std::shared_ptr<RootMounts> rootMounts;    ///< is told the roots, for looking at what is reported; may be null
     };
 
     /// Without an index there is nothing to compare with: what has gone while nobody watched stays unknown.

@@ -15,6 +15,7 @@
 
 using namespace velmora;
 using namespace velmora::test;
+using namespace std::string_literals;
 namespace fs = std::filesystem;
 
 namespace {
@@ -108,8 +109,29 @@ TEST_F(DiskFileScannerTest, KeepsEveryNameFindableAndOpenable) {
     makeFolder(root + "/ho\"me");
     makeFile(root + "/ho\"me/file");
     EXPECT_EQ(scan("~").at(0).path, root + "/ho\"me/file");
-    fs::create_symlink("ho\"me/file", root + "/link");
-    EXPECT_EQ(DiskFileAttributes().attributes(root + "/link")->size, 1) << "of what the link leads to";
+}
+
+TEST_F(DiskFileScannerTest, LooksAtWhatLinksLeadTo) {
+    makeFolder(root + "/folder");
+    makeFile(root + "/folder/file", "1234567");
+    const auto systemSize = static_cast<std::int64_t>(fs::file_size("/etc/passwd"));
+    const std::vector<std::pair<std::string, std::int64_t>> links{{"folder/file", 7},
+                                                                  {root + "//folder/./file", 7},
+                                                                  {"folder/../link 1", 7},
+                                                                  {"folder/../../../" + root.substr(5) + "/link 2", 7},
+                                                                  {"/../etc/passwd", systemSize},
+                                                                  {"../../shm/../../etc/passwd", systemSize},
+                                                                  {"link 6", 6},
+                                                                  {"nowhere/../folder/file", 22}};
+    for (std::size_t i = 0; i < links.size(); ++i) {
+        const std::string link = root + "/link " + std::to_string(i);
+        fs::create_symlink(links[i].first, link);
+        const auto attributes = DiskFileAttributes().attributes(link);
+        ASSERT_TRUE(attributes) << links[i].first;
+        EXPECT_EQ(attributes->size, links[i].second) << links[i].first;
+    }
+    fs::create_symlink(root + "/folder", root + "/link");
+    EXPECT_TRUE(DiskFileAttributes().attributes(root + "/link")->isDirectory);
 }
 
 TEST_F(DiskFileScannerTest, WalksTreesDeeperThanPathsAndDescriptorsReach) {
@@ -173,13 +195,18 @@ TEST(MountTable, KeepsOutOfMadeUpAndStallingTrees) {
         "23 22 0:5 / /data/proc rw shared:3 - proc proc rw\n"
         "24 22 0:6 / /data/with\\040space/share rw - fuse.sshfs host:/ rw\n"
         "25 22 0:7 / /data/disk rw master:1 - fuseblk /dev/sdb1 rw\n"
+        "26 24 0:8 / /data/with\\040space/share/disk rw - tmpfs none rw\n"
         "27 22 0:9 / /data rw - nfs4 host:/ rw\n"
         "garbage\n";
     const MountTable table("/link", "/data", list);
     EXPECT_TRUE(table.isBlocked("/link/proc"));
-    EXPECT_TRUE(table.isBlocked("/link/with space/share"));
-    EXPECT_TRUE(table.hasBlockedChild("/link/with space"));
-    EXPECT_FALSE(table.isBlocked("/link/disk"));
-    EXPECT_FALSE(table.isBlocked("/link"));
-    EXPECT_EQ(table.mounts().size(), 3U);
+    EXPECT_EQ(table.stallingMount("/link/proc/1"), "");
+    const std::string share = "/link/with space/share";
+    for (const std::string& inside : {share, share + "/file", share + "/disk", share + "/disk/file"}) {
+        EXPECT_TRUE(table.isBlocked(inside)) << inside;
+        EXPECT_EQ(table.stallingMount(inside), share) << inside;
+    }
+    for (const std::string& outside : {"/link"s, "/link/disk"s, share + " 2", "/link/with space"s})
+        EXPECT_FALSE(table.isBlocked(outside)) << outside;
+    EXPECT_EQ(table.mounts().size(), 4U);
 }
