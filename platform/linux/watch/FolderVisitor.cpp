@@ -1,6 +1,7 @@
 #include "platform/linux/watch/FolderVisitor.h"
 
 #include "core/files/FileNames.h"
+#include "platform/linux/posix/PathParts.h"
 
 #include <fcntl.h>
 
@@ -17,13 +18,11 @@ bool everything(const IndexedFile& /*file*/) {
     return true;
 }
 
-std::string_view lastComponent(std::string_view path) {
-    return path.substr(path.rfind('/') + 1);
-}
-
-std::string_view parentOf(std::string_view relative) {
-    const std::size_t slash = relative.rfind('/');
-    return slash == std::string_view::npos ? std::string_view() : relative.substr(0, slash);
+bool isInPackage(std::string_view relative) {
+    for (; !relative.empty(); relative = parentOf(relative)) {
+        if (isPackage(lastComponent(relative))) return true;
+    }
+    return false;
 }
 
 /// Whether the index has what is there. Of links it may have the link or what it leads to, of times whole seconds only,
@@ -81,23 +80,15 @@ VisitResult FolderVisitor::step(std::size_t count) {
 bool FolderVisitor::openRoot() {
     const std::string path = pathOf("");
     rootFolder_ = openPath(path, O_RDONLY | O_DIRECTORY | O_NONBLOCK);
-    if (rootFolder_ && !root_->mounts) root_->mounts.emplace(path, rootFolder_.get());
+    if (rootFolder_ && !root_->mounts) {
+        root_->mounts.emplace(path, rootFolder_.get());
+        root_->handledMounts = root_->mounts->mounts();
+    }
     return static_cast<bool>(rootFolder_);
 }
 
-WatchedFolders::Index FolderVisitor::marked(const WatchedFolders& folders, const WatchedRoot& root,
-                                            std::string_view relative) {
-    WatchedFolders::Index folder = root.folder;
-    while (folder != WatchedFolders::none && !relative.empty()) {
-        const std::size_t slash = relative.find('/');
-        folder = folders.child(folder, relative.substr(0, slash));
-        relative.remove_prefix(slash == std::string_view::npos ? relative.size() : slash + 1);
-    }
-    return folder;
-}
-
 Descriptor FolderVisitor::openFolder(const std::string& relative) {
-    if (!rootFolder_ || isPackage(lastComponent(relative))) return {};
+    if (!rootFolder_ || isInPackage(relative)) return {};
     if (!relative.empty() && isBlocked(pathOf(relative))) return {};
     return openBelow(rootFolder_.get(), relative, O_RDONLY | O_DIRECTORY | O_NONBLOCK);
 }
@@ -119,60 +110,26 @@ bool FolderVisitor::visitFolder(Visit visit) {
     WatchedFolders::Index index = WatchedFolders::none;
     const Place place = mark(visit, folder.get(), index);
     if (place == Place::elsewhere || (place == Place::known && visit.onlyIfNew)) return true;
-    read(visit, folder.get(), index);
+    read(visit, folder.get(), unmarkedOnly_ && place == Place::known ? index : WatchedFolders::none);
     return true;
 }
 
-FolderVisitor::Place FolderVisitor::mark(const Visit& visit, int folder, WatchedFolders::Index& index) {
-    const bool isRoot = visit.relative.empty();
-    const std::string_view name = isRoot ? std::string_view(root_->path) : lastComponent(visit.relative);
-    // Looked up afresh: what was marked when the visit was planned may have been forgotten since.
-    const auto parent = isRoot ? WatchedFolders::none : marked(folders_, *root_, parentOf(visit.relative));
-    const auto here = isRoot                           ? root_->folder
-                      : parent == WatchedFolders::none ? WatchedFolders::none
-                                                       : folders_.child(parent, name);
-    const auto key = isRoot || parent != WatchedFolders::none ? marks_.add(folder, isRoot) : std::nullopt;
-    if (!key) {
-        index = here;  // marked before the limit was reached
-        if (here != WatchedFolders::none) return Place::known;
-        if (parent != WatchedFolders::none) folders_.setPartial(parent, true);
-        ++result_.unmarked;
-        return Place::unmarked;
-    }
-    index = folders_.find(*key);
-    if (index != WatchedFolders::none && index == here) return Place::known;
-    if (index != WatchedFolders::none) {
-        // A root of its own, or a mount that leads back to its own outside.
-        if (folders_.isRoot(index) || (!isRoot && folders_.isSameOrBelow(parent, index))) return Place::elsewhere;
-        folders_.remove(index, [&](MarkKey each) {
-            if (each != *key) marks_.release(each, true);
-        });
-    } else {
-        marks_.keep(*key);
-    }
-    if (here != WatchedFolders::none) forget(here, true);
-    index = folders_.add(parent, name, *key);
-    if (isRoot) root_->folder = index;
-    return Place::fresh;
-}
-
-void FolderVisitor::forget(WatchedFolders::Index folder, bool mayLive) {
-    folders_.remove(folder, [&](MarkKey mark) { marks_.release(mark, mayLive); });
-}
-
-void FolderVisitor::read(Visit& visit, int folder, WatchedFolders::Index index) {
+/// `watched`: the folder, if its own events have been reported all along.
+void FolderVisitor::read(Visit& visit, int folder, WatchedFolders::Index watched) {
     // Looked at after the folder was marked: what changes from here on is an event.
     const auto self = examineOpen(folder);
-    if (self && isNew(self->changed)) {
+    const bool isSelfNew = self && isNew(self->changed);
+    if (isSelfNew) {
         visit.compares = true;
-        // A folder that was renamed or moved here has a new change time, but nothing in it changed with it.
-        if (self->changed != self->modified) visit.comparesBelow = true;
+        // Moving a folder here gives a new change time to it and to the folder that it came to, and to nothing in it.
+        if (visit.relative.empty() ? isParentNew() : visit.mayBeAnother) visit.comparesBelow = true;
     }
+    visit.mayBeAnother = isSelfNew;  // for what is in it
     auto indexed = visit.compares || visit.comparesBelow ? indexedIn(visit.relative) : std::nullopt;
     if (!indexed && visit.comparesBelow) visit.reportsAll = true;
     while (!host_.isStopped() && reader_.fill(folder).value_or(false)) {
         while (const auto entry = reader_.next())
-            examine(visit, folder, *entry, index, indexed);
+            examine(visit, folder, *entry, watched, indexed);
     }
     if (!indexed || host_.isStopped()) return;
     reportStale(*indexed);
@@ -208,15 +165,17 @@ bool FolderVisitor::reportMissing(WatchedRoot& root, const std::string& relative
     result_ = {};
     openRoot();
     reportBelow(fileNameText(pathOf(relative)), [this](const IndexedFile& file) {
-        const std::string bytes = fileNameBytes(file.path).substr(root_->path.size() + 1);
-        return !rootFolder_ || !openBelow(rootFolder_.get(), bytes, O_PATH | O_NOFOLLOW);
+        const std::string bytes = fileNameBytes(file.path);
+        if (!rootFolder_) return true;
+        if (isBlocked(bytes)) return isBlocked(parentOf(bytes));  // a mount itself is there
+        return !openBelow(rootFolder_.get(), bytes.substr(root_->path.size() + 1), O_PATH | O_NOFOLLOW);
     });
     rootFolder_.reset();
     return std::exchange(result_, {}).foundDifference;
 }
 
 void FolderVisitor::examine(const Visit& visit, int folder, const DirectoryReader::Entry& entry,
-                            WatchedFolders::Index index, std::optional<Indexed>& indexed) {
+                            WatchedFolders::Index watched, std::optional<Indexed>& indexed) {
     Visit child;
     child.relative = visit.relative.empty() ? std::string(entry.name) : visit.relative + '/' + std::string(entry.name);
     std::string path = fileNameText(pathOf(child.relative));
@@ -232,17 +191,15 @@ void FolderVisitor::examine(const Visit& visit, int folder, const DirectoryReade
     }
     const bool isFolder = isBlockedMount || now->isFolder;
     const bool isOdd = indexed && (!known || (now && !isUpToDate(known.mapped(), *now)));
-    const bool isLink = now ? now->isLink : false;
     const bool wasFolder = known && known.mapped().isDirectory;
-    const bool isFreshChange = now && isNew(now->changed) && !(unmarkedOnly_ && index != WatchedFolders::none);
+    const bool isFreshChange = now && isNew(now->changed) && watched == WatchedFolders::none;
     if (visit.reportsAll || isOdd || isFreshChange) host_.report(std::move(path));
-    // A link that leads nowhere never gets into the index by a report.
-    if (isOdd && !visit.reportsAll && !isLink) result_.foundDifference = true;
+    if (isOdd && !visit.reportsAll) result_.foundDifference = true;
     if (!isFolder && !wasFolder) return;
-    if (unmarkedOnly_ && index != WatchedFolders::none && folders_.child(index, entry.name) != WatchedFolders::none)
-        return;
+    if (watched != WatchedFolders::none && folders_.child(watched, entry.name) != WatchedFolders::none) return;
     child.reportsAll = visit.reportsAll || (indexed && !wasFolder);
     child.comparesBelow = visit.comparesBelow;
+    child.mayBeAnother = visit.mayBeAnother;
     child.compares = visit.comparesBelow || (wasFolder && (!isFolder || visit.reportsAll || isOdd));
     pending_.push_back(std::move(child));
 }
@@ -264,8 +221,17 @@ bool FolderVisitor::isNew(FileTime time) const {
     return since_ && (time >= *since_ - timeSlack || time > begun_ + timeSlack);
 }
 
-bool FolderVisitor::isBlocked(const std::string& path) const {
-    return root_->mounts && root_->mounts->isBlocked(path);
+/// Whether the folder that the root lies in has changed.
+bool FolderVisitor::isParentNew() const {
+    if (!rootFolder_ || root_->path.empty()) return false;
+    const auto parent = examineEntry(rootFolder_.get(), "..");
+    return parent && isNew(parent->changed);
+}
+
+bool FolderVisitor::isBlocked(std::string_view path) const {
+    if (!root_->mounts) return false;
+    root_->mounts->refresh();
+    return root_->mounts->isBlocked(path);
 }
 
 std::string FolderVisitor::pathOf(const std::string& relative) const {

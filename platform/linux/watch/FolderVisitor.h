@@ -18,9 +18,9 @@ namespace velmora {
 
 /// One of the folders that the user wants watched.
 struct WatchedRoot {
-    std::string path;  ///< bytes; empty for "/"
-    WatchedFolders::Index folder = WatchedFolders::none;
-    std::optional<MountTable> mounts;  ///< read when first needed; to be reset when mounts have changed
+    std::string path;                  ///< bytes; empty for "/"
+    std::optional<MountTable> mounts;  ///< read when it is first opened; to be reset when it has gone
+    MountTable::Mounts handledMounts;  ///< those that have been visited
 };
 
 /// What a visit has found.
@@ -43,6 +43,7 @@ class FolderVisitor {
         bool compares = false;       ///< with what the index has in it
         bool comparesBelow = false;  ///< and in every folder below it
         bool onlyIfNew = false;      ///< nothing is to be done if it is already marked under this name
+        bool mayBeAnother = false;   ///< a folder with a new change time may be another one than the index has
     };
 
     FolderVisitor(WatchHost& host, MarkSet& marks, WatchedFolders& folders, SkipRule skipRule)
@@ -83,15 +84,18 @@ class FolderVisitor {
     Descriptor openFolder(const std::string& relative);
     bool visitFolder(Visit visit);
     Place mark(const Visit& visit, int folder, WatchedFolders::Index& index);
-    void read(Visit& visit, int folder, WatchedFolders::Index index);
-    void examine(const Visit& visit, int folder, const DirectoryReader::Entry& entry, WatchedFolders::Index index,
+    [[nodiscard]] bool isElsewhere(WatchedFolders::Index known, WatchedFolders::Index parent, const std::string& path,
+                                   int folder) const;
+    void read(Visit& visit, int folder, WatchedFolders::Index watched);
+    void examine(const Visit& visit, int folder, const DirectoryReader::Entry& entry, WatchedFolders::Index watched,
                  std::optional<Indexed>& indexed);
     void reportStale(const Indexed& indexed);
     template <class Include>
     void reportBelow(const std::string& folder, Include include);
     [[nodiscard]] std::optional<Indexed> indexedIn(const std::string& relative);
     [[nodiscard]] bool isNew(FileTime time) const;
-    [[nodiscard]] bool isBlocked(const std::string& path) const;
+    [[nodiscard]] bool isParentNew() const;
+    [[nodiscard]] bool isBlocked(std::string_view path) const;
     [[nodiscard]] std::string pathOf(const std::string& relative) const;
 
     WatchHost& host_;

@@ -1,6 +1,7 @@
 #include "platform/linux/watch/TreeWatch.h"
 
 #include "core/files/FileNames.h"
+#include "platform/linux/posix/PathParts.h"
 
 #include <fcntl.h>
 
@@ -31,7 +32,9 @@ std::vector<WatchedRoot> rootsFrom(const std::vector<std::string>& paths) {
             path.pop_back();
         const bool isKnown =
             std::any_of(roots.begin(), roots.end(), [&](const auto& root) { return root.path == path; });
-        if (!isKnown) roots.push_back({std::move(path), WatchedFolders::none, std::nullopt});
+        if (isKnown) continue;
+        roots.emplace_back();
+        roots.back().path = std::move(path);
     }
     return roots;
 }
@@ -82,9 +85,9 @@ void TreeWatch::handleEvents(FileTime since) {
     forgetDeleted(deleted);
     if (now.hasOverflowed) visitEverything(since, false);
     if (marks_.needsReset()) {
-        for (WatchedRoot& root : roots_) {
-            if (root.folder != WatchedFolders::none)
-                visitor_.forget(std::exchange(root.folder, WatchedFolders::none), true);
+        for (const WatchedRoot& root : roots_) {
+            const WatchedFolders::Index folder = FolderVisitor::marked(folders_, root, "");
+            if (folder != WatchedFolders::none) visitor_.forget(folder, true);
         }
         marks_.reset();
         visitEverything(since, false);
@@ -165,25 +168,23 @@ std::size_t TreeWatch::checkRoots() {
         visit.reportsAll = visit.compares = visit.onlyIfNew = true;
         const VisitResult found = visitor_.visit(root, std::move(visit));
         unmarked += found.unmarked;
-        if (found.isEntered || root.folder == WatchedFolders::none) continue;
-        visitor_.forget(std::exchange(root.folder, WatchedFolders::none), true);
+        if (found.isEntered) continue;
+        root.mounts.reset();
+        const WatchedFolders::Index gone = FolderVisitor::marked(folders_, root, "");
+        if (gone != WatchedFolders::none) visitor_.forget(gone, true);
     }
     return unmarked;
 }
 
 void TreeWatch::mountsChanged() {
     for (std::size_t i = 0; i < roots_.size(); ++i) {
-        const std::string path = roots_[i].path.empty() ? "/" : roots_[i].path;
-        const Descriptor folder = openPath(path, O_PATH | O_DIRECTORY);
-        if (!folder) continue;
-        MountTable now(path, folder.get());
+        if (!roots_[i].mounts) continue;
+        roots_[i].mounts->refresh();
+        const auto before = std::exchange(roots_[i].handledMounts, roots_[i].mounts->mounts());
+        const auto& now = roots_[i].handledMounts;
         std::vector<std::pair<std::string, std::string>> different;
-        if (const auto& known = roots_[i].mounts) {
-            const auto& before = known->mounts();
-            std::set_symmetric_difference(before.begin(), before.end(), now.mounts().begin(), now.mounts().end(),
-                                          std::back_inserter(different));
-        }
-        roots_[i].mounts = std::move(now);
+        std::set_symmetric_difference(before.begin(), before.end(), now.begin(), now.end(),
+                                      std::back_inserter(different));
         for (const auto& mount : different)
             mountChanged(i, mount.first);
     }
@@ -196,10 +197,8 @@ void TreeWatch::mountChanged(std::size_t root, const std::string& path) {
     visit.relative = path.substr(roots_[root].path.size() + 1);
     visit.reportsAll = visit.compares = true;
     const std::string relative = visit.relative;
-    const std::size_t slash = relative.rfind('/');
-    const std::string parent = slash == std::string::npos ? "" : relative.substr(0, slash);
-    const bool isWatched = FolderVisitor::marked(folders_, roots_[root], parent) != WatchedFolders::none;
-    if (!isWatched || options_.skipPrefixes.skips(fileNameText(path))) return;
+    const std::string parent(parentOf(relative));
+    if (!visitor_.canEnter(roots_[root], parent) || options_.skipPrefixes.skips(fileNameText(path))) return;
     host_.report(fileNameText(path));
     const VisitResult found = visitor_.visit(roots_[root], std::move(visit));
     unmarked_ += found.unmarked;
@@ -266,8 +265,8 @@ std::optional<FileTime> TreeWatch::sweptUntil() const {
 }
 
 std::size_t TreeWatch::rootOf(WatchedFolders::Index folder) const {
-    const WatchedFolders::Index top = folders_.rootOf(folder);
-    const auto root = std::find_if(roots_.begin(), roots_.end(), [&](const auto& each) { return each.folder == top; });
+    const std::string path = folders_.path(folders_.rootOf(folder));
+    const auto root = std::find_if(roots_.begin(), roots_.end(), [&](const auto& each) { return each.path == path; });
     return static_cast<std::size_t>(root - roots_.begin());
 }
 

@@ -70,6 +70,12 @@ std::string WatchedFolders::relativePath(Index folder) const {
     return path;
 }
 
+std::string WatchedFolders::path(Index folder) const {
+    const std::string relative = relativePath(folder);
+    const std::string& root = nodes_[rootOf(folder)].name;
+    return relative.empty() ? root : root + '/' + relative;
+}
+
 void WatchedFolders::unlink(Index folder) {
     const Node& node = nodes_[folder];
     if (node.next != none) nodes_[node.next].previous = node.previous;

@@ -22,7 +22,7 @@ class WatchedFolders {
     WatchedFolders(const WatchedFolders&) = delete;
     WatchedFolders& operator=(const WatchedFolders&) = delete;
 
-    /// A folder under `name` (bytes) in `parent`, or a root (`parent` is `none`).
+    /// A folder under `name` (bytes) in `parent`, or a root (`parent` is `none`), whose name is its whole path.
     Index add(Index parent, std::string_view name, MarkKey mark);
 
     [[nodiscard]] Index find(MarkKey mark) const;
@@ -35,6 +35,9 @@ class WatchedFolders {
 
     /// The bytes of the path from the root of the folder; empty for the root.
     [[nodiscard]] std::string relativePath(Index folder) const;
+
+    /// The bytes of the whole path; empty for "/".
+    [[nodiscard]] std::string path(Index folder) const;
 
     /// Removes a folder and all below it; `removed` sees each of their marks.
     void remove(Index folder, const std::function<void(MarkKey)>& removed);

@@ -5,10 +5,9 @@
 #include "tests/fakes/TemporaryFolder.h"
 #include "tests/fakes/TestLoop.h"
 #include "tests/platform/linux/FileTree.h"
+#include "tests/platform/linux/HungMount.h"
 
 #include <gtest/gtest.h>
-#include <sched.h>
-#include <sys/mount.h>
 
 #include <filesystem>
 #include <map>
@@ -17,6 +16,7 @@
 using namespace velmora;
 using namespace velmora::test;
 using namespace std::chrono_literals;
+using namespace std::string_literals;
 namespace fs = std::filesystem;
 
 namespace {
@@ -81,8 +81,10 @@ class ModelIndex final : public IndexReading {
 
     std::map<std::string, IndexedFile> rows;
 
+    const std::shared_ptr<RootMounts> mounts = std::make_shared<RootMounts>();
+
   private:
-    DiskFileAttributes attributes;
+    DiskFileAttributes attributes{mounts};
 };
 
 /// Where it watches, and whether by fanotify or else by inotify.
@@ -97,6 +99,7 @@ class FSEventsWatcherTest : public testing::TestWithParam<Setup> {
         options.tree.recheckDelay = 300ms;
         options.latency = 30ms;
         options.gathering = 5ms;
+        options.rootMounts = index.mounts;
     }
 
     void start(const std::vector<std::string>& roots, std::uint64_t since = 0) {
@@ -185,6 +188,7 @@ TEST_P(FSEventsWatcherTest, ReplaysWhatHappenedToOldFoldersWhileItWasOff) {
     const auto bookmark = static_cast<std::uint64_t>(fileTimeNow().time_since_epoch().count());
     ASSERT_EQ(renameat2(AT_FDCWD, at("one").c_str(), AT_FDCWD, at("two").c_str(), RENAME_EXCHANGE), 0);
     makeFile(at("kept/sub/in kept"), "changed in place");
+    makeFile(at("two/new"));  // so that its own times do not tell that it has been moved
     start({root}, bookmark);
     untilIndexEqualsDisk();
     EXPECT_FALSE(reported.contains(at("kept/sub"))) << "nothing in the listing of this folder changed";
@@ -272,14 +276,25 @@ TEST_P(FSEventsWatcherTest, WaitsForRootsAndNoticesTheirGoing) {
     loop.until([&] { return index.rows.empty(); });
 }
 
+TEST_P(FSEventsWatcherTest, ARootMovesWithTheOneItLiesIn) {
+    fs::create_directories(at("a/b/c"));
+    makeFile(at("a/b/c/file"));
+    index.scan(root);
+    start({at("a/b"), root});
+    for (const auto& [from, to] : {std::pair("a", "elsewhere"), {"elsewhere", "a"}}) {
+        fs::rename(at(from), at(to));
+        untilIndexEqualsDisk();
+        makeFile(at(to + "/b/c/live in "s + to));
+        untilIndexEqualsDisk();
+    }
+}
+
 TEST_P(FSEventsWatcherTest, FollowsMountsAndStaysOutOfSpecialOnes) {
-    // In a mount list of our own; the threads made from here on share it.
-    if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
-        GTEST_SKIP() << "only root may mount";
-    makeFolder(at("disk"));
-    makeFile(at("disk/beneath"));
-    makeFolder(at("proc"));
-    makeFile(at("proc/beneath"));
+    if (!ownMountList()) GTEST_SKIP() << "only root may mount";
+    for (const std::string name : {"disk", "proc", "hung"}) {
+        makeFolder(at(name));
+        makeFile(at(name + "/beneath"));
+    }
     index.scan(root);
     start({root});
     const DetachedMount diskMount{at("disk")}, procMount{at("proc")};
@@ -292,6 +307,19 @@ TEST_P(FSEventsWatcherTest, FollowsMountsAndStaysOutOfSpecialOnes) {
     ASSERT_EQ(mount("none", at("proc").c_str(), "proc", 0, nullptr), 0);
     untilIndexEqualsDisk();
     EXPECT_TRUE(index.childrenOf(at("proc")).empty());
+    {
+        const HungMount hung(at("hung"));
+        ASSERT_TRUE(hung);
+        fs::create_symlink("hung", at("link to it"));
+        fs::create_symlink(at("disk/../hung/x"), at("disk/link into it"));
+        untilIndexEqualsDisk();
+        EXPECT_TRUE(index.childrenOf(at("hung")).empty());
+        EXPECT_FALSE(index.rows.at(at("link to it")).isDirectory);
+    }
+    fs::remove(at("link to it"));
+    fs::remove(at("disk/link into it"));
+    untilIndexEqualsDisk();
+    EXPECT_TRUE(index.rows.contains(at("hung/beneath")));
     // Nothing of ours keeps a disk from being taken away.
     eventually([&] { return umount2(at("disk").c_str(), 0) == 0; });
     eventually([&] { return umount2(at("proc").c_str(), 0) == 0; });
@@ -340,7 +368,8 @@ TEST_P(FSEventsWatcherTest, IndexEqualsDiskAfterAnyOperations) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
     options.tree.skipPrefixes = std::vector{at("skipped")};
-    start({root});
+    const std::vector<std::string> roots{root, at("a/b"), root + "/"};  // one inside another is no harm
+    start(roots);
     std::vector<std::string> names{"a", "b", "c", "d.txt", "e.app", "skipped", "\xC3\xBC", "\xFF"};
     const auto somePath = [&](const std::string& base) {
         std::string path = base;
@@ -349,7 +378,9 @@ TEST_P(FSEventsWatcherTest, IndexEqualsDiskAfterAnyOperations) {
         return path;
     };
     const auto somewhere = [&] { return somePath(random() % 8 == 0 ? outside.path() : root); };
-    for (int round = 0; round < 6; ++round) {
+    for (int round = 0; round < 8; ++round) {
+        const bool isOff = round % 2 == 1;
+        if (isOff) watcher->stop();
         for (int operation = 0; operation < 400; ++operation) {
             std::error_code ignored;
             const std::string path = somewhere();
@@ -375,6 +406,7 @@ TEST_P(FSEventsWatcherTest, IndexEqualsDiskAfterAnyOperations) {
             }
             if (random() % 16 == 0) loop.settle();
         }
+        if (isOff) start(roots, lastID);
         untilIndexEqualsDisk();
     }
 }
