@@ -16,8 +16,9 @@ namespace velmora {
 /// Reports changes on the disk as the system tells of them: by fanotify marks on single folders, which any user may
 /// set, and by inotify where those are refused. Event identifiers are microseconds since 1970.
 ///
-/// Takes at most half of the user's marks; folders beyond that are looked at every minute or so. Starting from an
-/// identifier compares what has changed since then with the index, and so do lost events.
+/// Takes at most half of the user's marks; folders beyond that, or all where other programs have left none, are looked
+/// at every minute or so. Starting from an identifier compares what has changed since then with the index, and so do
+/// lost events.
 ///
 /// Runs on: the main thread; the handler is called there. Owns: one thread while it is running.
 class FSEventsWatcher final : public FileEventWatching {

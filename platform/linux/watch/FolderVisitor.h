@@ -21,6 +21,7 @@ struct WatchedRoot {
     std::string path;                  ///< bytes; empty for "/"
     std::optional<MountTable> mounts;  ///< read when it is first opened; to be reset when it has gone
     MountTable::Mounts handledMounts;  ///< those that have been visited
+    bool isUnmarked = false;           ///< it is there and could not be marked
 };
 
 /// What a visit has found.

@@ -36,6 +36,7 @@ FolderVisitor::Place FolderVisitor::mark(const Visit& visit, int folder, Watched
     const bool canBeMarked = isRoot || parent != WatchedFolders::none;
     const auto here = canBeMarked ? folders_.child(parent, name) : WatchedFolders::none;
     const auto key = canBeMarked ? marks_.add(folder, isRoot) : std::nullopt;
+    if (isRoot) root_->isUnmarked = !key && here == WatchedFolders::none;
     if (!key) {
         index = here;  // marked before the limit was reached
         if (here != WatchedFolders::none) return Place::known;

@@ -1,26 +1,30 @@
 #include "platform/linux/watch/MarkSet.h"
 
-#include "core/AppError.h"
-
 #include <algorithm>
 
 namespace velmora {
 
 MarkSet::MarkSet(MarkPolicy policy) : policy_(policy) {
     reset();
-    if (backends_.empty()) throw AppError::recoverable("File system monitoring could not start.");
 }
 
 void MarkSet::reset() {
     backends_.clear();
     orphans_.clear();
-    const auto use = [&](std::unique_ptr<DirectoryMarks> marks) {
-        if (!marks) return;
+    missing_.clear();
+    if (policy_.fanotify) missing_.push_back(makeFanotifyMarks);
+    if (policy_.inotify) missing_.push_back(makeInotifyMarks);
+    retry();
+}
+
+void MarkSet::retry() {
+    std::erase_if(missing_, [this](Make make) {
+        std::unique_ptr<DirectoryMarks> marks = make();
+        if (!marks) return false;
         const std::size_t limit = std::min(marks->limit(), policy_.maximumMarks);
         backends_.push_back({std::move(marks), limit, 0});
-    };
-    if (policy_.fanotify) use(makeFanotifyMarks());
-    if (policy_.inotify) use(makeInotifyMarks());
+        return true;
+    });
 }
 
 MarkSet::Backend* MarkSet::backendOf(MarkKey mark) {

@@ -16,9 +16,10 @@ struct MarkPolicy {
     std::size_t maximumMarks = SIZE_MAX;  ///< besides the half of the system's limit
 };
 
-/// The system's backends for marking folders, the better one first, within their limits.
+/// The system's backends for marking folders, the better one first, within their limits. There may be none at all when
+/// other programs of the user have taken everything.
 ///
-/// Runs on: one thread. Fails with: `AppError.recoverable` when there is no backend at all.
+/// Runs on: one thread.
 class MarkSet {
   public:
     explicit MarkSet(MarkPolicy policy);
@@ -43,7 +44,12 @@ class MarkSet {
     /// Drops every mark and every waiting event.
     void reset();
 
+    /// Tries again to get the backends that could not be had. What comes late serves where the others refuse: nothing
+    /// that is marked has to be marked again.
+    void retry();
+
   private:
+    using Make = std::unique_ptr<DirectoryMarks> (*)();
     struct Backend {
         std::unique_ptr<DirectoryMarks> marks;
         std::size_t limit = 0;
@@ -57,6 +63,7 @@ class MarkSet {
 
     MarkPolicy policy_;
     std::vector<Backend> backends_;
+    std::vector<Make> missing_;
     std::unordered_set<MarkKey, KeyHash> orphans_;  // that stayed on folders which have moved away
 };
 

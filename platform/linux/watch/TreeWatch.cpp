@@ -164,11 +164,13 @@ void TreeWatch::recheck(const Place& place, int times) {
 std::size_t TreeWatch::checkRoots() {
     std::size_t unmarked = 0;
     for (WatchedRoot& root : roots_) {
+        if (root.isUnmarked && visitor_.canEnter(root, "")) continue;  // the sweep looks at it
         Visit visit;
         visit.reportsAll = visit.compares = visit.onlyIfNew = true;
         const VisitResult found = visitor_.visit(root, std::move(visit));
         unmarked += found.unmarked;
         if (found.isEntered) continue;
+        root.isUnmarked = false;
         root.mounts.reset();
         const WatchedFolders::Index gone = FolderVisitor::marked(folders_, root, "");
         if (gone != WatchedFolders::none) visitor_.forget(gone, true);
@@ -232,7 +234,11 @@ void TreeWatch::beginSweep() {
     // Deleted folders first, whose marks are free again.
     fetchEvents();
     if (!hasFetchedEvents()) forgetDeleted(std::exchange(deletedFolders_, {}));
+    marks_.retry();
     toSweep_.clear();
+    for (std::size_t i = 0; i < roots_.size(); ++i) {
+        if (roots_[i].isUnmarked) toSweep_.push_back({i, ""});
+    }
     for (const WatchedFolders::Index folder : folders_.partialFolders()) {
         toSweep_.push_back({rootOf(folder), folders_.relativePath(folder)});
         folders_.setPartial(folder, false);

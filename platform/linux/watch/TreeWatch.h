@@ -20,9 +20,10 @@ struct TreeWatchOptions {
 /// Keeps a mark on every folder of some trees and turns what the system reports into paths to look at. Events are only
 /// hints; the disk is read again, so that their order, merging and age do not matter.
 ///
-/// Folders beyond the limits are looked at from time to time, in small steps. Roots that are not there are waited for.
+/// Folders beyond the limits are looked at from time to time, in small steps; so is everything where there is no mark
+/// to be had, until there is. Roots that are not there are waited for.
 ///
-/// Runs on: the thread of its host, but for its making. Fails with: see `MarkSet`.
+/// Runs on: the thread of its host, but for its making.
 class TreeWatch {
   public:
     using Time = std::chrono::steady_clock::time_point;

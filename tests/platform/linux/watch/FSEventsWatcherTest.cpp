@@ -8,6 +8,7 @@
 #include "tests/platform/linux/HungMount.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
 #include <filesystem>
 #include <map>
@@ -258,6 +259,57 @@ TEST_P(FSEventsWatcherTest, SweepsWhatItMayNotWatch) {
     loop.until([&] { return watcher->sweptFolders() == 0; });
     makeFile(at("9/sub/again"));
     untilIndexEqualsDisk();
+}
+
+/// In a process and with limits of its own: how many groups of marks the user may have.
+void limitGroups(const char* count) {
+    for (const char* name : {"inotify_instances", "fanotify_groups"})
+        std::ofstream(std::string("/proc/sys/user/max_") + name) << count;
+}
+
+TEST_P(FSEventsWatcherTest, SweepsEverythingUntilThereAreMarksToBeHad) {
+    constexpr int skipped = 77;
+    const auto run = [&] {
+        if (unshare(CLONE_NEWUSER) != 0) return skipped;
+        limitGroups("0");
+        fs::create_directories(at("a/b"));
+        makeFile(at("a/b/file"));
+        index.scan(root);
+        const std::string late = root + " late";
+        start({root, late});
+        EXPECT_EQ(watcher->sweptFolders(), 3U);
+        makeFile(at("a/new"));
+        fs::create_directories(at("a/c/d"));
+        untilIndexEqualsDisk();
+        EXPECT_EQ(watcher->sweptFolders(), 5U);
+        makeFolder(late);
+        makeFile(late + "/file");
+        eventually([&] { return index.rows.contains(late + "/file"); });
+        fs::remove_all(late);
+        eventually([&] { return !index.rows.contains(late + "/file"); });
+        letTimePass();
+        makeFile(at("a/b/file"), "changed in place");
+        limitGroups("16");
+        untilIndexEqualsDisk();
+        eventually([&] { return watcher->sweptFolders() == 0; });
+        makeFile(at("a/c/d/live"));
+        untilIndexEqualsDisk();
+        watcher.reset();
+        return HasFailure() ? 1 : 0;
+    };
+    const pid_t child = fork();
+    if (child == 0) {
+        try {
+            _exit(run());
+        } catch (const std::exception& failure) {
+            std::cerr << failure.what() << '\n';
+            _exit(2);
+        }
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    if (WIFEXITED(status) && WEXITSTATUS(status) == skipped) GTEST_SKIP() << "no limits of one's own here";
+    EXPECT_EQ(status, 0);
 }
 
 TEST_P(FSEventsWatcherTest, WaitsForRootsAndNoticesTheirGoing) {
