@@ -130,8 +130,9 @@ class FSEventsWatcher::Session final : public WatchHost, public std::enable_shar
     // The thread's own.
     TreeWatch watch_;
     const std::optional<FileTime> since_;
-    FileTime reportedUntil_;  // everything up to this time has been delivered
-    FileTime handledUntil_;   // everything up to this time is delivered or in `paths_`
+    FileTime reportedUntil_;    // everything up to this time has been delivered
+    FileTime handledUntil_;     // everything up to this time is delivered or in `paths_`
+    std::uint64_t lastID_ = 0;  // that was delivered
     std::unordered_set<std::string> paths_;
     SteadyTime deadline_ = SteadyTime::max();
     std::size_t foldersSeen_ = 0;
@@ -146,7 +147,8 @@ void FSEventsWatcher::Session::run() {
 
 void FSEventsWatcher::Session::loop() {
     const FileTime begun = fileTimeNow();
-    reportedUntil_ = since_.value_or(begun);
+    // An identifier that is still to come was made before the clock was set back.
+    reportedUntil_ = std::min(since_.value_or(begun), begun);
     watch_.begin(since_);
     handledUntil_ = begun;
     deliverAll();
@@ -200,8 +202,10 @@ void FSEventsWatcher::Session::deliverPaths(FileTime until) {
 
 void FSEventsWatcher::Session::deliver(std::vector<std::string> paths, FileTime until) {
     if (stopped_) return;
-    const std::uint64_t identifier = identifierOf(std::min(until, watch_.sweptUntil().value_or(until)));
-    spawn(main_, [self = shared_from_this(), paths = std::move(paths), identifier]() -> Task<> {
+    // When marks run out, time falls back to the last sweep. But until then everything was marked and has been
+    // reported.
+    lastID_ = std::max(lastID_, identifierOf(std::min(until, watch_.sweptUntil().value_or(until))));
+    spawn(main_, [self = shared_from_this(), paths = std::move(paths), identifier = lastID_]() -> Task<> {
         const Handler handler = self->handler_;  // which may stop the watcher
         if (!self->stopped_ && handler) handler(paths, identifier);
         co_return;

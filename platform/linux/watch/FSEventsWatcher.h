@@ -18,7 +18,7 @@ namespace velmora {
 ///
 /// Takes at most half of the user's marks; folders beyond that, or all where other programs have left none, are looked
 /// at every minute or so. Starting from an identifier compares what has changed since then with the index, and so do
-/// lost events.
+/// lost events. Identifiers never fall.
 ///
 /// Runs on: the main thread; the handler is called there. Owns: one thread while it is running.
 class FSEventsWatcher final : public FileEventWatching {

@@ -243,11 +243,12 @@ TEST_P(FSEventsWatcherTest, ADroppedQueueCostsALookAndNothingElse) {
 }
 
 TEST_P(FSEventsWatcherTest, SweepsWhatItMayNotWatch) {
-    for (int i = 0; i < 10; ++i)
-        fs::create_directories(at(std::to_string(i) + "/sub"));
-    index.scan(root);
     options.tree.marks.maximumMarks = 6;
     start({root});
+    makeFile(at("marked"));
+    untilIndexEqualsDisk();
+    for (int i = 0; i < 10; ++i)
+        fs::create_directories(at(std::to_string(i) + "/sub"));
     loop.until([&] { return watcher->sweptFolders() == 21 - 6; });
     for (int i = 0; i < 10; ++i)
         makeFile(at(std::to_string(i) + "/sub/new"));
