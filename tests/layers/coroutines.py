@@ -4,7 +4,8 @@
 usage: coroutines.py ROOT      checks the tree
        coroutines.py --self    checks the checker
 
-Two shapes did: a lambda that captures by value, and a conditional expression. Giving what is awaited a name avoids both.
+Three shapes did: a lambda that captures by value, a conditional expression, and an aggregate that is made of what is
+awaited. Giving what is awaited a name avoids all of them.
 """
 
 import pathlib
@@ -38,6 +39,8 @@ def objections(text):
             yield line, "a lambda that captures by value inside co_await: give it a name first"
         if re.search(r"[^?]\?[^?]", awaited):
             yield line, "a conditional expression inside co_await: give its value a name first"
+        if plain[match.end() + len(awaited) :].startswith("}"):
+            yield line, "co_await inside braces that make a value: give what is awaited a name first"
 
 
 def check_self():
@@ -48,12 +51,16 @@ def check_self():
         "const bool done = a ? b : c; co_await f(done);",
         "co_await f(list[0], map[key](x));",
         "co_await f(); // why?",
+        "if (a) { co_await f(); }",
+        "const auto value = co_await f({a, b}); Result result{value};",
     )
     refused = (
         "co_await actor.run([text = x] { return text; });",
         "auto y = co_await f([self](int) {});",
         "co_await f(a ? b : c);",
         "if (co_await f(\n    [x] { return x; }\n)) {}",
+        "Result result{co_await f()};",
+        "co_return Result{a, co_await f(), b};",
     )
     wrong = [text for text in accepted if list(objections(text))]
     wrong += [text for text in refused if not list(objections(text))]
