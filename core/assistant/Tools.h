@@ -89,8 +89,6 @@ class ToolRegistry {
     /// Removes the tools whose names begin with `prefix`. Calls that have begun go on.
     void remove(std::string_view prefix);
 
-    [[nodiscard]] const std::map<std::string, ToolPointer, std::less<>>& tools() const { return tools_; }
-
     /// In the order of the names' bytes.
     [[nodiscard]] std::vector<ToolDefinition> definitions() const;
 
