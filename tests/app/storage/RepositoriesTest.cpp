@@ -1,6 +1,7 @@
 #include "app/storage/AppLaunchRepository.h"
 #include "app/storage/ClipboardRepository.h"
 #include "app/storage/CommandUsageStore.h"
+#include "app/storage/ConversationRepository.h"
 #include "app/storage/QuicklinkRepository.h"
 #include "tests/app/storage/StorageFixture.h"
 
@@ -51,6 +52,24 @@ TEST_F(RepositoriesTest, RowsThatDoNotReadAreSkipped) {
     const ClipboardRepository clipboard(database, clock);
     EXPECT_EQ(loop.run([&] { return clipboard.search(""); }),
               (std::vector<ClipboardEntry>{{"good", "kept", "url", timeFromSeconds(5), std::nullopt}}));
+}
+
+TEST_F(RepositoriesTest, OfAConversationIsKeptWhatWasSaid) {
+    const ConversationRepository conversations(database, pool.executor(), clock);
+    using enum Message::Role;
+    const Conversation whole{
+        "A-1",
+        {{system, "s", {}}, {user, "open it", {}}, {assistant, "1", {}}, {tool, "t", "c"}, {assistant, "2", {}}}};
+    loop.run([&] { return conversations.add(whole); });
+    EXPECT_EQ(one("SELECT id||messages||(updated_at=?) AS c FROM conversations", {clock.now()}),
+              R"(A-1[{"content":"open it","role":"user"},{"content":"1","role":"assistant"},)"
+              R"({"content":"2","role":"assistant"}]1)");
+    EXPECT_EQ(failureOf([&] { loop.run([&] { return conversations.add(whole); }); }), "Could not save local data.");
+    RawConnection other(path);
+    ASSERT_EQ(other.run("BEGIN IMMEDIATE"), SQLITE_OK);
+    EXPECT_EQ(failureOf([&] { loop.run([&] { return conversations.add(Conversation()); }); }),
+              "Could not save local data.")
+        << "while another program holds the file";
 }
 
 }  // namespace
