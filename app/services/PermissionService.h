@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/assistant/Tools.h"
 #include "core/commands/Commands.h"
 #include "platform/Alerts.h"
 
@@ -21,7 +22,13 @@ class PermissionService {
     /// Asks before destructive actions; the others pass at once.
     [[nodiscard]] Task<> authorize(ActionRole role, std::string title, std::string detail);
 
+    /// Asks whether the model may have `tool` run with `input`: which tool, what it does, and the input as JSON text,
+    /// its first 1,600 characters at once and the rest on demand.
+    [[nodiscard]] Task<> approve(ToolDefinition tool, JSONValue input);
+
   private:
+    [[nodiscard]] Task<> ask(Confirmation confirmation);
+
     Alerts& alerts_;
 };
 

@@ -35,8 +35,9 @@ QtAlerts::~QtAlerts() {
     const std::unique_ptr<AlertDialog> last(dialog_);
 }
 
-Task<bool> QtAlerts::confirm(std::string title, std::string detail) {
-    const auto answer = co_await ask(AlertDialog::Kind::confirmation, std::move(title), std::move(detail));
+Task<bool> QtAlerts::confirm(Confirmation confirmation) {
+    std::string detail = std::move(confirmation.detail) + confirmation.rest;
+    const auto answer = co_await ask(AlertDialog::Kind::confirmation, std::move(confirmation.title), std::move(detail));
     co_return answer == AlertDialog::Answer::allowed;
 }
 

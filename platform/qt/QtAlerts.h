@@ -21,7 +21,7 @@ class QtAlerts final : public Alerts {
     QtAlerts(const QtAlerts&) = delete;
     QtAlerts& operator=(const QtAlerts&) = delete;
 
-    [[nodiscard]] Task<bool> confirm(std::string title, std::string detail) override;
+    [[nodiscard]] Task<bool> confirm(Confirmation confirmation) override;
     [[nodiscard]] Task<> showFailure(std::string title, std::string detail) override;
 
   private:

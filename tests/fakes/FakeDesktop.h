@@ -35,8 +35,9 @@ class FakeAlerts final : public Alerts {
   public:
     explicit FakeAlerts(ManualClock& clock) : clock_(clock) {}
 
-    [[nodiscard]] Task<bool> confirm(std::string title, std::string detail) override {
-        asked.push_back(title + "|" + detail);
+    [[nodiscard]] Task<bool> confirm(Confirmation confirmation) override {
+        asked.push_back(confirmation.title + "|" + confirmation.detail);
+        left = confirmation.rest;
         while (answers.empty())
             co_await clock_.sleep(std::chrono::seconds(1));
         const bool answer = answers.front();
@@ -51,6 +52,7 @@ class FakeAlerts final : public Alerts {
 
     std::deque<bool> answers;
     std::vector<std::string> asked;
+    std::string left;  ///< what the last detail left out
 
   private:
     ManualClock& clock_;

@@ -20,7 +20,8 @@ class QtAlertsTest : public testing::Test {
         return spawn(main.executor(), [this, title, detail]() -> Task<> {
             std::string answer = "cancelled";
             try {
-                const bool allowed = co_await alerts->confirm(title, detail);
+                Confirmation confirmation{title, detail, ""};
+                const bool allowed = co_await alerts->confirm(std::move(confirmation));
                 answer = allowed ? "allowed" : "refused";
             } catch (const Cancelled&) {  // the answer says so
             }
