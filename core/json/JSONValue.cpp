@@ -1,11 +1,9 @@
 #include "core/json/JSONValue.h"
 
 #include "core/AppError.h"
-#include "core/text/Text.h"
 
 #include <boost/json/basic_parser_impl.hpp>
 
-#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -35,12 +33,13 @@ class TreeBuilder {
     bool on_array_end(std::size_t, json::error_code&) { return close(); }
     bool on_key_part(json::string_view part, std::size_t, json::error_code&) { return gather(part); }
     bool on_key(json::string_view part, std::size_t, json::error_code&) {
-        gather(part);
-        levels_.back().key = std::exchange(text_, {});
+        levels_.back().key = whole(part);
+        text_.clear();
         return true;
     }
     bool on_string_part(json::string_view part, std::size_t, json::error_code&) { return gather(part); }
     bool on_string(json::string_view part, std::size_t, json::error_code& error) {
+        if (text_.empty()) return add(std::string_view(part), error);
         gather(part);
         return add(std::exchange(text_, {}), error);
     }
@@ -51,15 +50,14 @@ class TreeBuilder {
     }
     bool on_double(double approximate, json::string_view part, json::error_code& error) {
         // The parser's own conversion is off by a few units in the last place.
-        gather(part);
-        const std::string digits = std::exchange(text_, {});
+        const std::string_view digits = whole(part);
         double exact = approximate;
         const auto converted = std::from_chars(digits.data(), digits.data() + digits.size(), exact);
         if (converted.ec == std::errc::result_out_of_range) {
             if (std::abs(approximate) > 1) return fail("A number is too large.", error);
             exact = 0;
         }
-        return add(exact, error);
+        return addNumber(exact, error);
     }
     bool on_bool(bool flag, json::error_code& error) { return add(flag, error); }
     bool on_null(json::error_code& error) { return add(nullptr, error); }
@@ -83,6 +81,13 @@ class TreeBuilder {
         return true;
     }
 
+    /// Everything that was gathered, with its last part: mostly the only one, which then need not be copied.
+    std::string_view whole(json::string_view part) {
+        if (text_.empty()) return part;
+        gather(part);
+        return text_;
+    }
+
     template <class Container>
     bool open(json::error_code& error) {
         if (levels_.size() == JSONValue::maximumDepth) return fail("The values are nested too deeply.", error);
@@ -94,7 +99,7 @@ class TreeBuilder {
     bool close() {
         auto members = std::move(levels_.back().members);
         levels_.pop_back();
-        place(std::visit([](auto& contents) { return JSONValue(std::move(contents)); }, members));
+        std::visit([this](auto& contents) { place(std::move(contents)); }, members);
         return true;
     }
 
@@ -103,22 +108,24 @@ class TreeBuilder {
         return add(number, error);
     }
 
-    bool add(JSONValue value, json::error_code& error) {
+    template <class Contents>
+    bool add(Contents contents, json::error_code& error) {
         if (++values_ > JSONValue::maximumValues) return fail("There are too many values.", error);
-        place(std::move(value));
+        place(std::move(contents));
         return true;
     }
 
-    void place(JSONValue value) {
+    template <class Contents>
+    void place(Contents contents) {
         if (levels_.empty()) {
-            root = std::move(value);
+            root = JSONValue(std::move(contents));
             return;
         }
         Level& level = levels_.back();
         if (auto* const object = std::get_if<JSONValue::Object>(&level.members)) {
-            object->insert_or_assign(std::move(level.key), std::move(value));
+            object->insert_or_assign(std::move(level.key), std::move(contents));
         } else {
-            std::get<JSONValue::Array>(level.members).push_back(std::move(value));
+            std::get<JSONValue::Array>(level.members).emplace_back(std::move(contents));
         }
     }
 
@@ -126,74 +133,6 @@ class TreeBuilder {
     std::string text_;  // of the key, string or number being read
     std::size_t values_ = 0;
 };
-
-void write(const JSONValue& value, std::string& out);
-
-void write(std::nullptr_t, std::string& out) {
-    out += "null";
-}
-
-void write(bool flag, std::string& out) {
-    out += flag ? "true" : "false";
-}
-
-void write(double number, std::string& out) {
-    if (!std::isfinite(number)) throw JSONError("A number is not finite.");
-    std::array<char, 32> digits{};
-    char* const begin = digits.data();
-    char* const end = begin + digits.size();
-    const bool integral = std::trunc(number) == number && std::abs(number) < 9e18;
-    const auto written =
-        integral ? std::to_chars(begin, end, static_cast<std::int64_t>(number)) : std::to_chars(begin, end, number);
-    out.append(begin, written.ptr);
-}
-
-void write(const std::string& text, std::string& out) {
-    constexpr std::string_view hex = "0123456789abcdef";
-    out += '"';
-    for (const char c : text::validUtf8(text)) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (c == '"' || c == '\\') {
-            out += '\\';
-            out += c;
-        } else if (c == '\n') {
-            out += "\\n";
-        } else if (byte < 0x20) {
-            out += "\\u00";
-            out += hex[byte >> 4U];
-            out += hex[byte & 0xFU];
-        } else {
-            out += c;
-        }
-    }
-    out += '"';
-}
-
-void write(const JSONValue::Array& elements, std::string& out) {
-    out += '[';
-    const char* separator = "";
-    for (const JSONValue& element : elements) {
-        out += std::exchange(separator, ",");
-        write(element, out);
-    }
-    out += ']';
-}
-
-void write(const JSONValue::Object& members, std::string& out) {
-    out += '{';
-    const char* separator = "";
-    for (const auto& [key, member] : members) {
-        out += std::exchange(separator, ",");
-        write(key, out);
-        out += ':';
-        write(member, out);
-    }
-    out += '}';
-}
-
-void write(const JSONValue& value, std::string& out) {
-    std::visit([&](const auto& contents) { write(contents, out); }, value.payload());
-}
 
 }  // namespace
 
@@ -206,12 +145,6 @@ JSONValue JSONValue::parse(std::string_view text, std::size_t maximumBytes) {
     const std::size_t consumed = parser.write_some(false, text.data(), text.size(), error);
     if (error || consumed != text.size()) throw JSONError(parser.handler().problem);
     return std::move(parser.handler().root);
-}
-
-std::string JSONValue::encodedString() const {
-    std::string text;
-    write(*this, text);
-    return text;
 }
 
 const JSONValue& JSONValue::operator[](std::string_view key) const& {

@@ -10,16 +10,26 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 
 namespace velmora::text {
 namespace {
 
-bool isAscii(std::string_view text) {
-    for (const char c : text) {
-        if (static_cast<unsigned char>(c) >= 0x80) return false;
+/// How many ASCII characters `text` begins with.
+std::size_t asciiPrefix(std::string_view text) {
+    std::size_t at = 0;
+    for (std::uint64_t eight = 0; at + sizeof(eight) <= text.size(); at += sizeof(eight)) {
+        std::memcpy(&eight, text.data() + at, sizeof(eight));
+        if ((eight & 0x8080808080808080U) != 0) break;
     }
-    return true;
+    while (at < text.size() && static_cast<unsigned char>(text[at]) < 0x80)
+        ++at;
+    return at;
+}
+
+bool isAscii(std::string_view text) {
+    return asciiPrefix(text) == text.size();
 }
 
 icu::UnicodeString decoded(std::string_view text) {
@@ -157,8 +167,23 @@ std::string canonical(std::string_view text) {
     return U_SUCCESS(status) ? encoded(composed) : std::string(text);
 }
 
+bool isValidUtf8(std::string_view text) {
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+    const std::size_t size = text.size();
+    for (std::size_t i = 0; i < size;) {
+        if (bytes[i] < 0x80) {
+            i += asciiPrefix(text.substr(i));
+            continue;
+        }
+        UChar32 character = 0;
+        U8_NEXT(bytes, i, size, character);  // NOLINT(bugprone-inc-dec-in-conditions)
+        if (character < 0) return false;
+    }
+    return true;
+}
+
 std::string validUtf8(std::string_view text) {
-    return isAscii(text) ? std::string(text) : encoded(decoded(text));
+    return isValidUtf8(text) ? std::string(text) : encoded(decoded(text));
 }
 
 bool isWhiteSpace(char32_t character) {

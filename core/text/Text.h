@@ -31,6 +31,9 @@ int compareStandard(std::string_view left, std::string_view right);
 /// The canonical (NFC) form; comparing two of them byte by byte compares code points.
 std::string canonical(std::string_view text);
 
+/// Whether `text` is UTF-8 throughout.
+bool isValidUtf8(std::string_view text);
+
 /// `text` with every invalid sequence replaced by U+FFFD.
 std::string validUtf8(std::string_view text);
 

@@ -80,6 +80,19 @@ TEST(JSONValue, WritesCompactTextThatReadsBack) {
     EXPECT_THROW(static_cast<void>(JSONValue(Array{NAN}).encodedString()), JSONError);
 }
 
+TEST(JSONValue, FindsWhatToEscapeAtEveryPlace) {
+    for (const std::string_view odd :
+         {"\"", "\\", "\n", "\x1f", "\x01", " ", "!", "#", "[", "]", "\x7f", "é", "\xff"}) {
+        for (std::size_t before = 0; before < 20; ++before) {
+            const std::string text =
+                std::string(before, 'x') + std::string(odd) + "\x10" + std::string(20 - before, 'x');
+            const JSONValue read = JSONValue::parse(JSONValue(text).encodedString());
+            EXPECT_EQ(*read.string(),
+                      odd == "\xff" ? std::string(before, 'x') + "\uFFFD\x10" + text.substr(before + 2) : text);
+        }
+    }
+}
+
 TEST(JSONValue, RequiresANonEmptyString) {
     const JSONValue input = Object{{"blank", " "}, {"empty", ""}, {"number", 5}};
     EXPECT_EQ(input.requiredString("blank"), " ");
