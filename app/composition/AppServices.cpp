@@ -1,5 +1,6 @@
 #include "app/composition/AppServices.h"
 
+#include "app/ai/NativeTools.h"
 #include "app/services/SystemService.h"
 #include "app/services/applications/ApplicationIndexer.h"
 #include "app/services/applications/ApplicationService.h"
@@ -19,8 +20,12 @@ std::string dataFolder(const std::string& applicationSupport) {
     return applicationSupport + "/Velmora";
 }
 
-std::shared_ptr<FileIndexService> makeFileIndex(const Platform& platform, std::shared_ptr<Database> database) {
-    const FileIndexRepository repository(std::move(database), platform.paths.home, platform.clock);
+FileIndexRepository indexedFiles(const Platform& platform, const std::shared_ptr<Database>& database) {
+    return {database, platform.paths.home, platform.clock};
+}
+
+std::shared_ptr<FileIndexService> makeFileIndex(const Platform& platform, const std::shared_ptr<Database>& database) {
+    const FileIndexRepository repository = indexedFiles(platform, database);
     const FileIndexService::Folders folders{platform.paths.home, dataFolder(platform.paths.applicationSupport)};
     auto events = platform.makeFileEvents(std::make_shared<IndexedEntries>(repository),
                                           FileIndexService::skippedPrefixes(folders));
@@ -55,6 +60,7 @@ AppServices::AppServices(Platform given, std::shared_ptr<Database> opened)
       preferences(settings),
       appLaunches(database, platform.clock),
       quicklinks(database),
+      conversations(database, platform.storage, platform.clock),
       files(std::make_shared<FileService>(platform.disk, platform.workspace, platform.pasteboard, platform.popUpMenu,
                                           platform.folderPanel, platform.paths.home)),
       fileIndex(makeFileIndex(platform, database)),
@@ -66,13 +72,33 @@ AppServices::AppServices(Platform given, std::shared_ptr<Database> opened)
                                                    platform.frontmost, ClipboardRepository(database, platform.clock))),
       fileSearch(std::make_shared<FileResults>(fileIndex, files)),
       clipboardSearch(clipboard),
-      preferenceChanges_(preferences.onChange([history = clipboard](const AppPreferences& changed) {
-          history->enabled = changed.clipboardEnabled;
-          history->maximumItems = changed.clipboardLimit;
-      })) {}
+      preferenceChanges_(preferences.onChange([this](const AppPreferences& changed) { apply(changed); })) {}
+
+void AppServices::apply(const AppPreferences& changed) {
+    clipboard->enabled = changed.clipboardEnabled;
+    clipboard->maximumItems = changed.clipboardLimit;
+    tools().policy.confirmWrites = changed.confirmToolWrites;
+}
+
+ToolRegistry& AppServices::tools() {
+    VELMORA_ASSERT_MAIN();
+    if (!tools_) {
+        tools_ = std::make_unique<ToolRegistry>([this](ToolDefinition tool, JSONValue input) {
+            return permissions.approve(std::move(tool), std::move(input));
+        });
+    }
+    return *tools_;
+}
+
+AIRuntime& AppServices::ai() {
+    if (!ai_) ai_ = std::make_unique<AIRuntime>(tools());
+    return *ai_;
+}
 
 Task<> AppServices::start() {
     VELMORA_ASSERT_MAIN();
+    registerNativeTools(tools(), {applications, files, fileIndex, indexedFiles(platform, database), shortcuts, system,
+                                  platform.pasteboard, platform.paths.home});
     co_await fileIndex->start();
     if (stopped_) throw Cancelled{};
     shortcuts->start();

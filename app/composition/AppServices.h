@@ -1,10 +1,12 @@
 #pragma once
 
+#include "app/ai/AIRuntime.h"
 #include "app/services/PermissionService.h"
 #include "app/services/Preferences.h"
 #include "app/services/ResultSource.h"
 #include "app/storage/AppLaunchRepository.h"
 #include "app/storage/CommandUsageStore.h"
+#include "app/storage/ConversationRepository.h"
 #include "app/storage/QuicklinkRepository.h"
 #include "app/storage/SettingsRepository.h"
 #include "app/storage/sqlite/Database.h"
@@ -36,8 +38,8 @@ class AppServices {
     AppServices(const AppServices&) = delete;
     AppServices& operator=(const AppServices&) = delete;
 
-    /// Starts the file index and the shortcuts, and loads the preferences. Call once. Fails with what loading them
-    /// fails with; `Cancelled` once `stop` has been called.
+    /// Registers the native tools, starts the file index and the shortcuts, and loads the preferences. Call once. Fails
+    /// with what registering and loading fail with; `Cancelled` once `stop` has been called.
     [[nodiscard]] Task<> start();
 
     /// Begins to watch what changes by itself: the clipboard, and which applications are installed. Does nothing once
@@ -60,6 +62,7 @@ class AppServices {
     Preferences preferences;
     AppLaunchRepository appLaunches;
     QuicklinkRepository quicklinks;
+    ConversationRepository conversations;
     const std::shared_ptr<FileService> files;
     const std::shared_ptr<FileIndexService> fileIndex;
     const std::shared_ptr<ShortcutsService> shortcuts;
@@ -69,7 +72,15 @@ class AppServices {
     std::shared_ptr<ResultSource> fileSearch;
     std::shared_ptr<ResultSource> clipboardSearch;
 
+    /// Every tool of the assistant, and what carries out its requests; made when they are first asked for.
+    [[nodiscard]] ToolRegistry& tools();
+    [[nodiscard]] AIRuntime& ai();
+
   private:
+    void apply(const AppPreferences& changed);
+
+    std::unique_ptr<ToolRegistry> tools_;
+    std::unique_ptr<AIRuntime> ai_;
     Subscription preferenceChanges_;
     bool stopped_ = false;
 };

@@ -21,6 +21,10 @@ using namespace std::chrono_literals;
 
 constexpr auto rescanInterval = 60s;
 
+AppError notInstalled() {
+    return AppError::toolExecution("Choose an installed application bundle.");
+}
+
 Task<> openFromCommand(std::weak_ptr<ApplicationService> weak, std::string path, std::vector<std::string> arguments) {
     const auto service = weak.lock();
     if (!service) throw Cancelled{};
@@ -158,21 +162,29 @@ std::vector<ApplicationRecord> ApplicationService::search(std::string_view query
     return found;
 }
 
+bool ApplicationService::isListed(const std::string& location) const {
+    return std::ranges::find(applications_, location, &ApplicationRecord::path) != applications_.end();
+}
+
+Task<> ApplicationService::openListed(std::string path) {
+    VELMORA_ASSERT_MAIN();
+    if (!isListed(standardizedPath(path, home_))) throw notInstalled();
+    co_await open(std::move(path), {});
+}
+
 Task<> ApplicationService::open(std::string path, std::vector<std::string> arguments) {
     VELMORA_ASSERT_MAIN();
     std::string location = standardizedPath(path, home_);
     bool mayOpen = location.starts_with('/') && location.find('\0') == std::string::npos;
     if (mayOpen) {
-        const bool isListed =
-            std::ranges::find(applications_, location, &ApplicationRecord::path) != applications_.end();
-        const auto look = [&location, isListed, bundles = bundles_] {
+        const auto look = [&location, listed = isListed(location), bundles = bundles_] {
             std::error_code missing;
-            return isListed ? std::filesystem::exists(location, missing) : bundles->mayLaunch(location);
+            return listed ? std::filesystem::exists(location, missing) : bundles->mayLaunch(location);
         };
         Actor files(pool_);
         mayOpen = co_await files.run(look);
     }
-    if (!mayOpen) throw AppError::toolExecution("Choose an installed application bundle.");
+    if (!mayOpen) throw notInstalled();
     try {
         co_await workspace_.openApplication(std::move(location), std::move(arguments));
     } catch (const Cancelled&) {

@@ -106,9 +106,13 @@ class ApplicationService final : public std::enable_shared_from_this<Application
     /// The service must live until it returns.
     [[nodiscard]] Task<> open(std::string path, std::vector<std::string> arguments);
 
+    /// As `open` without arguments, for a path that is not the user's own choice: only a listed application will do.
+    [[nodiscard]] Task<> openListed(std::string path);
+
   private:
     TaskHandle startRefresh();
     void publish(std::vector<ApplicationRecord> records);
+    [[nodiscard]] bool isListed(const std::string& location) const;
 
     MainExecutor main_;
     Executor pool_;

@@ -41,7 +41,8 @@ Task<std::string> FileService::location(std::string path) {
     Actor files(pool_);
     const auto look = [&location] {
         std::error_code ignored;
-        return std::filesystem::exists(location, ignored);
+        // What follows a null byte would be left out on the way to the disk.
+        return location.find('\0') == std::string::npos && std::filesystem::exists(location, ignored);
     };
     const bool exists = co_await files.run(look);
     if (!exists) throw AppError::recoverable("This file no longer exists or is not accessible.");
