@@ -83,9 +83,8 @@ void AppServices::apply(const AppPreferences& changed) {
 ToolRegistry& AppServices::tools() {
     VELMORA_ASSERT_MAIN();
     if (!tools_) {
-        tools_ = std::make_unique<ToolRegistry>([this](ToolDefinition tool, JSONValue input) {
-            return permissions.approve(std::move(tool), std::move(input));
-        });
+        tools_ = std::make_unique<ToolRegistry>(
+            [this](const ToolDefinition& tool, const JSONValue& input) { return permissions.approve(tool, input); });
     }
     return *tools_;
 }

@@ -34,7 +34,7 @@ Task<> PermissionService::authorize(ActionRole role, std::string title, std::str
     if (role == ActionRole::destructive) co_await confirm(std::move(title), std::move(detail));
 }
 
-Task<> PermissionService::approve(ToolDefinition tool, JSONValue input) {
+Task<> PermissionService::approve(const ToolDefinition& tool, const JSONValue& input) {
     const std::string text = jsonText(input);
     const std::string_view shown = text::prefix(text, shownCharacters);
     std::string detail = tool.description + "\n\n";

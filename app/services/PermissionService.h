@@ -23,8 +23,8 @@ class PermissionService {
     [[nodiscard]] Task<> authorize(ActionRole role, std::string title, std::string detail);
 
     /// Asks whether the model may have `tool` run with `input`: which tool, what it does, and the input as JSON text,
-    /// its first 1,600 characters at once and the rest on demand.
-    [[nodiscard]] Task<> approve(ToolDefinition tool, JSONValue input);
+    /// its first 1,600 characters at once and the rest on demand. Neither is looked at once the call has returned.
+    [[nodiscard]] Task<> approve(const ToolDefinition& tool, const JSONValue& input);
 
   private:
     [[nodiscard]] Task<> ask(Confirmation confirmation);

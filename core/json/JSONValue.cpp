@@ -83,7 +83,7 @@ class TreeBuilder {
 
     /// Everything that was gathered, with its last part: mostly the only one, which then need not be copied.
     std::string_view whole(json::string_view part) {
-        if (text_.empty()) return part;
+        if (text_.empty()) return {part.data(), part.size()};
         gather(part);
         return text_;
     }
