@@ -19,7 +19,7 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 TIDY = "clang-tidy-19"
-LAYERS = ("core", "platform", "app", "tools")
+LAYERS = ("core", "toolkit", "platform", "app", "tools")
 INCLUDE = re.compile(rb'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
 FINDING = re.compile(r"^(?P<file>/[^:]+):\d+:\d+: (error|warning): .*\[(?P<check>[^],]+)[^]]*\]$")
 

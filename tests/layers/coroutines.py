@@ -71,7 +71,7 @@ def check_self():
 
 def check_tree(root):
     found = False
-    for folder in ("core", "platform", "app", "tests", "bench"):
+    for folder in ("core", "toolkit", "platform", "app", "tests", "bench"):
         for path in sorted(pathlib.Path(root, folder).rglob("*")):
             if path.suffix not in (".h", ".cpp"):
                 continue

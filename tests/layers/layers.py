@@ -14,6 +14,7 @@ INCLUDE = re.compile(r'^\s*#\s*(?:include|import)\s*(?:"([^"]+)"|<([^>]+)>)', re
 # From the bottom up, by folder. A layer may include itself and what it lists; everything below a layer is listed in
 # full, because an arrow that skips a layer is as visible here as one that does not.
 CORE = {"core"}
+TOOLKIT = CORE | {"toolkit"}
 PLATFORM = CORE | {"platform"}
 LOG = CORE | {"app/log"}
 STORAGE = PLATFORM | LOG | {"app/storage", "app/storage/sqlite"}
@@ -22,7 +23,7 @@ ASSISTANT = SERVICES | {"app/ai"}
 TOOLS = SERVICES | {"app/mcp"}
 COMPOSITION = ASSISTANT | TOOLS | {"app/composition"}
 STATE = COMPOSITION | {"app/ui/state"}
-VIEWS = STATE | {"app/ui"}
+VIEWS = STATE | TOOLKIT | {"app/ui"}
 # The rooms of platform/linux, each with its siblings; all of them see posix.
 LINUX = {
     "posix": set(),
@@ -42,13 +43,14 @@ ALL_LINUX = {"platform/linux"} | {f"platform/linux/{room}" for room in LINUX}
 ENTRY = VIEWS | ALL_LINUX | {"app", "platform/qt"}
 ALLOWED = {
     "core": CORE,
+    "toolkit": TOOLKIT,
     "platform": PLATFORM,
     **{
         f"platform/linux/{room}": PLATFORM | {f"platform/linux/{name}" for name in {room, "posix"} | siblings}
         for room, siblings in LINUX.items()
     },
     "platform/linux": PLATFORM | ALL_LINUX,
-    "platform/qt": PLATFORM | {"platform/qt"},
+    "platform/qt": PLATFORM | TOOLKIT | {"platform/qt"},
     "app/log": LOG,
     "app/storage/sqlite": STORAGE - {"app/storage"},
     "app/storage": STORAGE,
@@ -69,7 +71,7 @@ TESTS = {**ALLOWED, **{layer: PLATFORM | ALL_LINUX for layer in ALL_LINUX}, "too
 # Libraries, each with the folders that may see it. What matches no pattern (the standard library, ICU, Boost's values)
 # is open to all.
 LIBRARIES = (
-    ("Qt", r"Q[A-Za-z0-9]+(/.*)?$|q[a-z0-9_]+\.h$|qpa/", {"platform/qt", "app/ui", "app"}),
+    ("Qt", r"Q[A-Za-z0-9]+(/.*)?$|q[a-z0-9_]+\.h$|qpa/", {"toolkit", "platform/qt", "app/ui", "app"}),
     ("SQLite", r"sqlite3(ext)?\.h$", {"app/storage/sqlite"}),
     ("GLib", r"(gio|glib|gobject|gmodule|gdk-pixbuf)/|glib(-object|-unix)?\.h$", {"platform/linux/applications"}),
     ("libplist", r"libplist/|plist/", {"platform/linux/applications"}),
@@ -175,7 +177,7 @@ def objections_to_test(path, text, read):
             seen.add(header)
             if header.startswith("tests/"):
                 yield from ((line, deeper) for _, deeper in reached(read(header)))
-            elif header.startswith(("core/", "platform/", "app/", "tools/")):
+            elif header.startswith(("core/", "toolkit/", "platform/", "app/", "tools/")):
                 yield line, header
 
     for line, header in reached(text):
@@ -184,7 +186,7 @@ def objections_to_test(path, text, read):
 
 
 def sources(root):
-    for top in ("core", "platform", "app", "tools"):
+    for top in ("core", "toolkit", "platform", "app", "tools"):
         for path in sorted((root / top).rglob("*")):
             if path.suffix in (".h", ".cpp", ".hpp", ".cc", ".c", ".inc"):
                 yield path

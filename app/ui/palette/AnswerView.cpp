@@ -6,10 +6,12 @@
 #include "app/ui/widgets/Theme.h"
 
 #include <QEvent>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QPainter>
 #include <QStyle>
 #include <QVBoxLayout>
+#include <utility>
 
 namespace velmora {
 namespace {
@@ -23,29 +25,31 @@ constexpr int gap = 10;
 AnswerView::AnswerView(QWidget* parent)
     : QWidget(parent),
       heading_(new QLabel(QStringLiteral("Ask AI"), this)),
-      text_(new PassiveText(this)),
-      status_(new QLabel(this)) {
+      status_(new QWidget(this)),
+      text_(new PassiveText(this)) {
     heading_->setFont(Theme::font(Theme::titleFont, QFont::DemiBold));
     heading_->setIndent(symbolSize + gap);
     heading_->setMinimumHeight(symbolSize + 4);
     text_->setAccessibleName(QStringLiteral("Ask AI"));
     text_->setFont(Theme::font(Theme::titleFont));
-    status_->setTextFormat(Qt::PlainText);
-    status_->setFont(Theme::font(Theme::smallFont));
-    status_->setWordWrap(true);
+    auto* const header = new QHBoxLayout;
+    header->setSpacing(2 * gap);
+    header->addWidget(heading_);
+    header->addWidget(status_, 1);
     auto* const column = new QVBoxLayout(this);
     column->setContentsMargins(padding, padding, padding, padding);
     column->setSpacing(gap);
-    column->addWidget(heading_);
+    column->addLayout(header);
     column->addWidget(text_, 1);
-    column->addWidget(status_);
     applyTheme();
 }
 
-void AnswerView::show(const std::string& text, const std::string& status) {
-    text_->show(texts::of(text));
-    status_->setText(texts::line(status));
-    status_->setVisible(!status.empty());
+void AnswerView::show(std::shared_ptr<const std::string> text, const std::string& status) {
+    text_->setText(std::move(text));
+    const QString line = texts::line(status);
+    if (line == status_->accessibleName()) return;
+    status_->setAccessibleName(line);
+    update();
 }
 
 void AnswerView::changeEvent(QEvent* event) {
@@ -54,11 +58,15 @@ void AnswerView::changeEvent(QEvent* event) {
 }
 
 void AnswerView::paintEvent(QPaintEvent*) {
+    const Theme& theme = Theme::current();
+    QPainter painter(this);
     const QRect line = heading_->geometry();
     const QRect icon(line.left(), line.center().y() - symbolSize / 2 + 1, symbolSize, symbolSize);
-    QPainter(this).drawPixmap(
-        QStyle::visualRect(layoutDirection(), line, icon).topLeft(),
-        SymbolIcons::pixmap(QStringLiteral("sparkles"), symbolSize, devicePixelRatioF(), Theme::current().accent));
+    painter.drawPixmap(QStyle::visualRect(layoutDirection(), line, icon).topLeft(),
+                       SymbolIcons::pixmap(QStringLiteral("sparkles"), symbolSize, devicePixelRatioF(), theme.accent));
+    painter.setFont(Theme::font(Theme::smallFont));
+    painter.setPen(theme.secondary);
+    texts::draw(painter, status_->geometry(), status_->accessibleName(), layoutDirection(), Qt::AlignRight);
 }
 
 void AnswerView::applyTheme() {
@@ -67,10 +75,7 @@ void AnswerView::applyTheme() {
     colours.setColor(QPalette::WindowText, theme.text);
     colours.setColor(QPalette::Text, theme.text);
     heading_->setPalette(colours);
-    colours.setColor(QPalette::Text, theme.secondary);
     text_->setPalette(colours);
-    colours.setColor(QPalette::WindowText, theme.secondary);
-    status_->setPalette(colours);
 }
 
 }  // namespace velmora

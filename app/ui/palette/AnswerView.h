@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QWidget>
+#include <memory>
 #include <string>
 
 class QLabel;
@@ -9,13 +10,14 @@ namespace velmora {
 
 class PassiveText;
 
-/// The AI mode's page: its header, below it what it has to say, and how far it has come.
+/// The AI mode's page: its header, below it what it has to say. How far it has come stands at the end of the header, so
+/// that what is being read keeps its place.
 class AnswerView final : public QWidget {
   public:
     explicit AnswerView(QWidget* parent);
 
-    /// One line of `status`; an empty one takes no room.
-    void show(const std::string& text, const std::string& status);
+    /// One line of `status`.
+    void show(std::shared_ptr<const std::string> text, const std::string& status);
     [[nodiscard]] PassiveText& text() { return *text_; }
 
   protected:
@@ -26,8 +28,8 @@ class AnswerView final : public QWidget {
     void applyTheme();
 
     QLabel* heading_;
+    QWidget* status_;  // keeps the room of the status and tells it to those who do not see it
     PassiveText* text_;
-    QLabel* status_;
 };
 
 }  // namespace velmora

@@ -71,11 +71,17 @@ void PaletteInput::joinLines() {
 }
 
 void PaletteInput::keyPressEvent(QKeyEvent* event) {
-    if (composing() && steersThePalette(event->key())) {
+    if ((composing() && steersThePalette(event->key())) || belongsToTheText(*event)) {
         event->ignore();
     } else if (!handle(*event)) {
         QLineEdit::keyPressEvent(event);
     }
+}
+
+/// Home and End where the field has no use for them: whoever reads below it may have one.
+bool PaletteInput::belongsToTheText(const QKeyEvent& event) const {
+    if (event.key() != Qt::Key_Home && event.key() != Qt::Key_End) return false;
+    return (text().isEmpty() && !composing()) || event.modifiers().testFlag(Qt::ControlModifier);
 }
 
 bool PaletteInput::handle(QKeyEvent& event) {

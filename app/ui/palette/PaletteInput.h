@@ -34,6 +34,7 @@ class PaletteInput final : public QLineEdit {
     bool focusNextPrevChild(bool) override { return false; }
 
   private:
+    [[nodiscard]] bool belongsToTheText(const QKeyEvent& event) const;
     bool handle(QKeyEvent& event);
     void edited();
     /// What was pasted may have several lines; the field has one.

@@ -118,12 +118,15 @@ void PaletteView::wireInput() {
         if (!state_->showsActions()) list_->announceSelection();
     };
     input_->copy = [this] {
-        PassiveText* const text = shownText();
+        const TextView* const text = shownText();
         return text && text->copySelection();
     };
+    // Of two selections nobody would know which one is copied.
+    for (TextView* text : {&answer_->text(), &preview_->text()})
+        text->onSelecting = [this] { input_->deselect(); };
 }
 
-PassiveText* PaletteView::shownText() const {
+TextView* PaletteView::shownText() const {
     if (content_->currentWidget() == preview_) return &preview_->text();
     if (content_->currentWidget() == answer_) return &answer_->text();
     return nullptr;
@@ -197,9 +200,8 @@ void PaletteView::folderClicked() {
 }
 
 void PaletteView::keyPressEvent(QKeyEvent* event) {
-    const int page = event->key() == Qt::Key_PageDown ? 1 : event->key() == Qt::Key_PageUp ? -1 : 0;
-    if (PassiveText* const text = shownText(); text && page != 0) return text->scroll(page);
-    QWidget::keyPressEvent(event);
+    TextView* const text = shownText();
+    if (!text || !text->scroll(*event)) QWidget::keyPressEvent(event);
 }
 
 void PaletteView::paintEvent(QPaintEvent*) {

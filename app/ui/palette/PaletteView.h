@@ -19,9 +19,9 @@ class EmptyView;
 class NoticeLine;
 class PaletteFooter;
 class PaletteInput;
-class PassiveText;
 class ResultList;
 class ResultPreviewView;
+class TextView;
 
 /// Draws the palette from its state and sends the user's clicks and keys back to it. It decides nothing.
 class PaletteView final : public QWidget {
@@ -49,7 +49,7 @@ class PaletteView final : public QWidget {
     void placeActions();
     void folderClicked();
     /// The text on screen that can be read and copied from, if there is one.
-    [[nodiscard]] PassiveText* shownText() const;
+    [[nodiscard]] TextView* shownText() const;
 
     std::shared_ptr<PaletteState> state_;
     std::shared_ptr<ResultIcons> icons_;

@@ -7,7 +7,7 @@ namespace velmora {
 void AssistantState::begin(std::optional<Agent> agent) {
     const PaletteFeedback::Gathering gathering(*feedback_);
     feedback_->set(agent_, std::move(agent));
-    feedback_->set(output_, std::string());
+    feedback_->set(output_, std::make_shared<const std::string>());
     feedback_->set(status_, std::string());
 }
 

@@ -24,8 +24,8 @@ class AssistantState {
     void ask(const std::string& request);
 
     [[nodiscard]] const std::optional<Agent>& agent() const { return agent_; }
-    /// The answer; empty before there is one.
-    [[nodiscard]] const std::string& output() const { return output_; }
+    /// The answer; empty before there is one. It may be long, so it is handed on without a copy.
+    [[nodiscard]] const std::shared_ptr<const std::string>& output() const { return output_; }
     /// One line about the request that is running; empty when there is none.
     [[nodiscard]] const std::string& status() const { return status_; }
     /// What is shown before any answer.
@@ -34,7 +34,7 @@ class AssistantState {
   private:
     std::shared_ptr<PaletteFeedback> feedback_;
     std::optional<Agent> agent_;
-    std::string output_;
+    std::shared_ptr<const std::string> output_ = std::make_shared<const std::string>();
     std::string status_;
 };
 

@@ -71,7 +71,8 @@ PaletteScreen PaletteScreen::of(const PaletteState& state) {
     if (state.argumentTarget()) screen.argumentHelp = argumentHint;
     screen.page = pageOf(state);
     screen.nothing = nothingOf(state);
-    screen.answer = assistant.output().empty() ? assistant.introduction() : assistant.output();
+    screen.answer = assistant.output()->empty() ? std::make_shared<const std::string>(assistant.introduction())
+                                                : assistant.output();
     if (state.busy()) screen.answerStatus = assistant.status();
     if (screen.page == Page::preview) screen.previewed = state.selectedResult();
     if (state.showsActions()) screen.acting = state.selectedResult();

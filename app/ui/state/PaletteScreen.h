@@ -2,6 +2,7 @@
 
 #include "core/commands/Commands.h"
 
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -48,7 +49,7 @@ struct PaletteScreen {
     std::string argumentHelp;
     Page page = Page::list;
     Nothing nothing;
-    std::string answer;
+    std::shared_ptr<const std::string> answer;
     std::string answerStatus;
     ResultPointer previewed;  ///< the result whose `previewText` is shown; on the preview page only
     ResultPointer acting;     ///< the result whose actions are listed; none: the menu is closed

@@ -1,26 +1,17 @@
 #include "app/ui/widgets/Texts.h"
 
+#include "core/text/Invisible.h"
+
 #include <QFontMetrics>
 #include <QStyle>
 #include <algorithm>
 
 namespace velmora {
-namespace {
-
-/// Embeddings, overrides and isolates (UAX #9), and characters without a width. The joiners and the plain marks of
-/// direction stay: scripts and emoji are written with them.
-bool deceives(QChar character) {
-    const char16_t code = character.unicode();
-    return (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069) ||
-           (code >= 0x2060 && code <= 0x2064) || (code >= 0xFFF9 && code <= 0xFFFB) || code == 0x00AD ||
-           code == 0x180E || code == 0x200B || code == 0xFEFF || code < 0x20 || (code >= 0x7F && code < 0xA0);
-}
-
-}  // namespace
 
 QString texts::line(std::string_view text) {
     constexpr std::size_t longest = 1024;  // bytes; measuring a text costs time in proportion to its length
     QString shown = of(text.substr(0, longest)).simplified();
+    const auto deceives = [](QChar character) { return text::deceives(character.unicode()); };
     std::replace_if(shown.begin(), shown.end(), deceives, QChar(QChar::ReplacementCharacter));
     return shown;
 }

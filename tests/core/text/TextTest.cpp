@@ -1,5 +1,7 @@
 #include "core/text/Text.h"
 
+#include "core/text/Invisible.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -33,6 +35,20 @@ TEST(Text, CountsUserPerceivedCharacters) {
     EXPECT_EQ(text::prefix(family + "ab", 2), family + "a");
     EXPECT_EQ(text::prefix("a\r\nbc", 2), "a\r\n");
     EXPECT_EQ(text::prefix("a\xC3(bc", 2), "a\xC3");
+}
+
+TEST(Text, RevealsWhatNobodySees) {
+    const std::pair<std::string, std::string> cases[] = {
+        {"{\"path\":\"/home/Ä/文件\"}\n👩", "{\"path\":\"/home/Ä/文件\"}\n👩"},
+        {"a\u202Efdp.sh\u2066b\u2069", "a‹U+202E›fdp.sh‹U+2066›b‹U+2069›"},
+        {"\u200Bx\u200D\uFE0F\u3164\U000E0041", "‹U+200B›x‹U+200D›‹U+FE0F›‹U+3164›‹U+E0041›"},
+        {"a\r\nb\t\x1b[2J\u0085\u2028", "a‹U+000D›\nb‹U+0009›‹U+001B›[2J‹U+0085›‹U+2028›"},
+        {std::string("a\0b", 3), "a‹U+0000›b"},
+        {"e\u0301\u0302\u0303\u0304\u0305e", "e\u0301\u0302\u0303\u0304‹U+0305›e"},
+        {"\xff\xe2\x80", "\uFFFD\uFFFD"},
+    };
+    for (const auto& [text, shown] : cases)
+        EXPECT_EQ(text::revealed(text), shown);
 }
 
 TEST(Text, SizesFilesInDecimalUnits) {

@@ -1,8 +1,11 @@
+#include "app/ui/palette/AnswerView.h"
 #include "app/ui/palette/NoticeLine.h"
 #include "app/ui/palette/ResultList.h"
+#include "app/ui/widgets/PassiveText.h"
 #include "tests/app/ui/palette/PaletteFixture.h"
 
 #include <QAccessible>
+#include <QClipboard>
 
 namespace velmora {
 namespace {
@@ -35,6 +38,49 @@ TEST_F(PaletteViewTest, ReadsTheIconsOfCommandsAheadAndThoseOfFilesWhenTheyShow)
     EXPECT_TRUE(visible >= 7 && visible <= 10) << visible;
     press(Qt::Key_Up);
     EXPECT_GT(look(), 80 + visible) << "the selection is scrolled to";
+}
+
+TEST_F(PaletteViewTest, AnswersAreReadAndCopiedWhileTheKeyboardStaysInTheInput) {
+    show();
+    Agent talkative;
+    talkative.name = "no\u00A0break\r\n" + std::string(200, '\n');
+    state->enter(PaletteState::Mode::ai, talkative);
+    PassiveText& text = view<AnswerView>().text();
+    const auto first = [&text] { return text.offsetAt({0, 0}); };
+    const auto copied = [this] {
+        QGuiApplication::clipboard()->setText("what was there");
+        press(Qt::Key_C, Qt::ControlModifier);
+        return QGuiApplication::clipboard()->text();
+    };
+    const std::tuple<int, Qt::KeyboardModifiers, std::size_t, std::size_t> moves[] = {
+        {Qt::Key_PageDown, {}, 20, 120},
+        {Qt::Key_End, {}, 150, 300},
+        {Qt::Key_PageUp, {}, 100, 220},
+        {Qt::Key_Home, {}, 0, 0},
+        {Qt::Key_End, Qt::ControlModifier, 150, 300},
+        {Qt::Key_Home, Qt::ControlModifier, 0, 0},
+    };
+    for (const auto& [key, modifiers, atLeast, atMost] : moves) {
+        press(key, modifiers);
+        EXPECT_TRUE(first() >= atLeast && first() <= atMost) << first();
+    }
+    EXPECT_EQ(copied(), "what was there");
+    type("xy");
+    EXPECT_EQ(state->query(), "xy");
+    press(Qt::Key_Home);
+    EXPECT_EQ(input().cursorPosition(), 0) << "in a text, these keys are the input's";
+    press(Qt::Key_A, Qt::ControlModifier);
+    EXPECT_EQ(copied(), "xy");
+    const QPoint word = text.placeOf(1).center();
+    QTest::mouseClick(text.viewport(), Qt::LeftButton, {}, word);
+    QTest::mouseDClick(text.viewport(), Qt::LeftButton, {}, word);
+    EXPECT_TRUE(input().hasFocus());
+    press(Qt::Key_PageDown);
+    const std::size_t place = first();
+    state->showError("anything that draws the palette again");
+    view<AnswerView>().show(text.text(), "Thinking…");
+    EXPECT_EQ(copied(), "Enter") << "what was selected last";
+    EXPECT_EQ(first(), place);
 }
 
 TEST_F(PaletteViewTest, SaysWhichRowIsSelectedAndThatAnErrorIsAnAlert) {
