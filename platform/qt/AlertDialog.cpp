@@ -1,25 +1,32 @@
 #include "platform/qt/AlertDialog.h"
 
+#include "core/text/Invisible.h"
+#include "toolkit/TextView.h"
+
 #include <QAccessible>
-#include <QApplication>
 #include <QHBoxLayout>
 #include <QIcon>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QPainter>
-#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScreen>
 #include <QStyle>
-#include <QTextBlock>
 #include <QVBoxLayout>
+#include <QWindow>
+#include <algorithm>
 #include <utility>
 
 namespace velmora {
 namespace {
 
-constexpr int textWidth = 352;
-constexpr int longestDetailHeight = 240;
+constexpr int textWidth = 420;
+constexpr int highestTitle = 96;
+constexpr int highestDetail = 300;
+constexpr int lowestDetail = 60;
+constexpr int heightBesides = 220;  // of what is not the detail
 constexpr int iconSize = 48;
+constexpr int titleFont = 15;
 constexpr double cornerRadius = 12;
 constexpr float edgeShare = 0.25F;
 constexpr int allow = QDialog::Accepted;
@@ -35,46 +42,45 @@ QIcon icon(AlertDialog::Kind kind, const QStyle& style) {
 
 }  // namespace
 
-AlertDialog::AlertDialog(Kind kind, const QString& title, const QString& detail, QWidget* parent, bool translucent)
+AlertDialog::AlertDialog(Kind kind, const std::string& title, const std::string& detail, QWidget* parent, Look look)
     : QDialog(parent, parent ? sheetFlags : framedFlags) {
     setWindowTitle(QStringLiteral("Velmora"));
-    setAccessibleName(title);
-    setAccessibleDescription(detail);
     setWindowModality(parent ? Qt::WindowModal : Qt::ApplicationModal);
     if (!parent || parent->windowFlags().testFlag(Qt::WindowStaysOnTopHint)) setWindowFlag(Qt::WindowStaysOnTopHint);
+    hesitation_.setSingleShot(true);
+    hesitation_.setInterval(look.hesitation);
+    connect(&hesitation_, &QTimer::timeout, this, [this] { allow_->setEnabled(true); });
 
     auto* const picture = new QLabel(this);
     picture->setPixmap(icon(kind, *style()).pixmap(QSize(iconSize, iconSize), devicePixelRatioF()));
     picture->setFixedSize(iconSize, iconSize);
 
-    auto* const heading = new QLabel(this);
-    heading->setTextFormat(Qt::PlainText);
-    heading->setText(title);
-    heading->setWordWrap(true);
-    heading->setFixedWidth(textWidth);
-    QFont bold = heading->font();
+    QFont bold = font();
     bold.setWeight(QFont::DemiBold);
-    bold.setPixelSize(15);
-    heading->setFont(bold);
+    bold.setPixelSize(titleFont);
+    title_ = textView(title, bold, highestTitle);
+    const int room = (parent ? parent : this)->screen()->availableGeometry().height() - heightBesides;
+    detail_ = textView(detail, font(), std::clamp(room, lowestDetail, highestDetail));
+    detail_->setVisible(!detail.empty());
+    setAccessibleName(QString::fromStdString(*title_->text()));
+    setAccessibleDescription(QString::fromStdString(*detail_->text()));
 
     auto* const texts = new QVBoxLayout;
     texts->setSpacing(8);
-    texts->addWidget(heading);
-    if (!detail.isEmpty()) texts->addWidget(detailWidget(detail));
+    texts->addWidget(title_);
+    texts->addWidget(detail_);
     texts->addStretch();
-
     auto* const top = new QHBoxLayout;
     top->setSpacing(16);
     top->addWidget(picture, 0, Qt::AlignTop);
     top->addLayout(texts);
-
     auto* const column = new QVBoxLayout(this);
     column->setContentsMargins(24, 24, 24, 20);
     column->setSpacing(20);
     column->setSizeConstraint(QLayout::SetFixedSize);
     column->addLayout(top);
-    column->addWidget(buttonRow(kind));
-    if (parent) becomeSheet(*parent, translucent);
+    column->addLayout(buttonRow(kind));
+    if (parent) becomeSheet(*parent, look.translucent);
 }
 
 AlertDialog::~AlertDialog() {
@@ -85,55 +91,43 @@ void AlertDialog::becomeSheet(const QWidget& parent, bool translucent) {
     setAttribute(Qt::WA_TranslucentBackground, translucent);
     ensurePolished();
     adjustSize();
-    const QRect below = parent.frameGeometry();
-    move(below.center() - QPoint(width() / 2, height() / 2));
+    QRect place = rect();
+    place.moveCenter(parent.geometry().center());  // its frame may not be known yet
+    const QRect area = parent.screen()->availableGeometry();
+    place.moveTop(std::max(std::min(place.top(), area.bottom() - place.height()), area.top()));
+    move(place.topLeft());
 }
 
-QWidget* AlertDialog::detailWidget(const QString& detail) {
-    // A text view rather than a label: it breaks words that are too long and scrolls what would push the buttons away.
-    auto* const view = new QPlainTextEdit(this);
-    view->setPlainText(detail);
-    view->setReadOnly(true);
-    view->setFrameShape(QFrame::NoFrame);
-    view->setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-    view->setFocusPolicy(Qt::NoFocus);
-    view->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    view->document()->setDocumentMargin(0);
-    view->setAccessibleName(detail);
-    QPalette colours = view->palette();
-    colours.setBrush(QPalette::Base, Qt::transparent);
-    view->setPalette(colours);
-    view->setFixedWidth(textWidth);
-    view->document()->setTextWidth(textWidth);
-    int lines = 0;
-    for (QTextBlock block = view->document()->begin(); block.isValid() && lines < 1000; block = block.next()) {
-        view->document()->documentLayout()->blockBoundingRect(block);
-        lines += block.layout()->lineCount();
-    }
-    const int height = lines * view->fontMetrics().lineSpacing() + 4;
-    view->setVerticalScrollBarPolicy(height > longestDetailHeight ? Qt::ScrollBarAsNeeded : Qt::ScrollBarAlwaysOff);
-    view->setFixedHeight(std::min(height, longestDetailHeight));
+TextView* AlertDialog::textView(const std::string& text, const QFont& font, int highest) {
+    auto* const view = new TextView(this);
+    view->setFont(font);
+    view->setText(std::make_shared<const std::string>(text::revealed(text)));
+    view->setAccessibleName(QString::fromStdString(*view->text()));
+    const int height = view->heightAt(textWidth, highest);
+    if (height < highest) view->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    view->setFixedSize(textWidth, height);
     return view;
 }
 
-QWidget* AlertDialog::buttonRow(Kind kind) {
-    auto* const row = new QWidget(this);
-    auto* const buttons = new QHBoxLayout(row);
-    buttons->setContentsMargins(0, 0, 0, 0);
-    buttons->setSpacing(8);
-    buttons->addStretch();
+QLayout* AlertDialog::buttonRow(Kind kind) {
+    auto* const row = new QHBoxLayout;
+    row->setSpacing(8);
+    row->addStretch();
     const auto add = [&](const QString& text, int result) {
-        auto* const button = new QPushButton(text, row);
+        auto* const button = new QPushButton(text, this);
         button->setMinimumSize(96, 32);
-        // Return always means the default button, even while the focus is on the other one.
         button->setAutoDefault(false);
+        button->installEventFilter(this);
         connect(button, &QPushButton::clicked, this, [this, result] { done(result); });
-        buttons->addWidget(button);
+        row->addWidget(button);
         return button;
     };
     QPushButton* const first =
         add(kind == Kind::confirmation ? QStringLiteral("Cancel") : QStringLiteral("OK"), QDialog::Rejected);
-    if (kind == Kind::confirmation) add(QStringLiteral("Allow"), allow);
+    if (kind == Kind::confirmation) {
+        allow_ = add(QStringLiteral("Allow"), allow);
+        allow_->setEnabled(false);
+    }
     first->setDefault(true);
     first->setFocus();
     return row;
@@ -146,6 +140,52 @@ void AlertDialog::done(int result) {
 
 void AlertDialog::answer(Answer answer) {
     if (const auto callback = std::exchange(onAnswer, nullptr)) callback(answer);
+}
+
+/// Takes "Allow" back until the question has been in front for long enough.
+void AlertDialog::hesitate() {
+    if (!allow_) return;
+    allow_->setEnabled(false);
+    if (isActiveWindow() && windowHandle() && windowHandle()->isExposed()) {
+        hesitation_.start();
+    } else {
+        hesitation_.stop();
+    }
+}
+
+bool AlertDialog::event(QEvent* event) {
+    if (event->type() == QEvent::WindowActivate || event->type() == QEvent::WindowDeactivate) hesitate();
+    return QDialog::event(event);
+}
+
+bool AlertDialog::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == windowHandle()) {
+        if (event->type() == QEvent::Expose) hesitate();
+    } else if (event->type() == QEvent::KeyPress) {
+        return take(*static_cast<QKeyEvent*>(event));
+    }
+    return QDialog::eventFilter(watched, event);
+}
+
+void AlertDialog::keyPressEvent(QKeyEvent* event) {
+    if (!take(*event)) QDialog::keyPressEvent(event);
+}
+
+/// The keys that are the dialog's, whichever button has the focus.
+bool AlertDialog::take(const QKeyEvent& key) {
+    if (hesitation_.isActive()) hesitation_.start();
+    if (key.matches(QKeySequence::Copy)) return detail_->copySelection() || title_->copySelection();
+    if (key.matches(QKeySequence::SelectAll)) {
+        detail_->selectAll();
+        return true;
+    }
+    if (detail_->scroll(key)) return true;
+    const bool isReturn = key.key() == Qt::Key_Return || key.key() == Qt::Key_Enter;
+    // A key that is still held down was pressed for what is below.
+    if (key.isAutoRepeat()) return isReturn || key.key() == Qt::Key_Escape || key.key() == Qt::Key_Space;
+    // Some styles would let it press the button that has the focus.
+    if (isReturn) reject();
+    return isReturn;
 }
 
 void AlertDialog::paintEvent(QPaintEvent* event) {
@@ -161,6 +201,7 @@ void AlertDialog::paintEvent(QPaintEvent* event) {
 }
 
 void AlertDialog::showEvent(QShowEvent* event) {
+    windowHandle()->installEventFilter(this);
     QDialog::showEvent(event);
     QAccessibleEvent alert(this, QAccessible::Alert);
     QAccessible::updateAccessibility(&alert);

@@ -21,8 +21,8 @@ void bringForward(QWidget& window, WindowManager& windowManager) {
 
 struct QtAlerts::Question {
     AlertDialog::Kind kind;
-    QString title;
-    QString detail;
+    std::string title;
+    std::string detail;
     Completion<AlertDialog::Answer> answer;
 };
 
@@ -50,8 +50,7 @@ Task<AlertDialog::Answer> QtAlerts::ask(AlertDialog::Kind kind, std::string titl
     co_await throwIfCancelled();
     std::weak_ptr<Question> asked;
     const auto open = [&](const Completion<AlertDialog::Answer>& answer) {
-        const auto question = std::make_shared<Question>(
-            Question{kind, QString::fromStdString(title), QString::fromStdString(detail), answer});
+        const auto question = std::make_shared<Question>(Question{kind, title, detail, answer});
         asked = question;
         questions_.push_back(question);
         if (questions_.size() == 1) showNext();
@@ -67,8 +66,8 @@ void QtAlerts::showNext() {
     const Question& question = *questions_.front();
     if (QWidget* const active = QApplication::activeWindow()) parent_ = active;
     if (parent_ && !parent_->isVisible()) parent_ = nullptr;
-    auto dialog = std::make_unique<AlertDialog>(question.kind, question.title, question.detail, parent_,
-                                                windowManager_.composited());
+    const AlertDialog::Look look{windowManager_.composited(), hesitation_};
+    auto dialog = std::make_unique<AlertDialog>(question.kind, question.title, question.detail, parent_, look);
     dialog_ = dialog.release();  // its parent's, or deleted when it is closed
     dialog_->onAnswer = [this](AlertDialog::Answer answer) { end(answer); };
     dialog_->show();

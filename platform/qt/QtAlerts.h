@@ -16,7 +16,10 @@ namespace velmora {
 /// open when this is destroyed count as dismissed.
 class QtAlerts final : public Alerts {
   public:
-    explicit QtAlerts(WindowManager& windowManager) : windowManager_(windowManager) {}
+    /// `hesitation`: how long a question is in front before it can be allowed.
+    explicit QtAlerts(WindowManager& windowManager,
+                      std::chrono::milliseconds hesitation = AlertDialog::Look().hesitation)
+        : windowManager_(windowManager), hesitation_(hesitation) {}
     ~QtAlerts() override;
     QtAlerts(const QtAlerts&) = delete;
     QtAlerts& operator=(const QtAlerts&) = delete;
@@ -34,6 +37,7 @@ class QtAlerts final : public Alerts {
     void closeDialog();
 
     WindowManager& windowManager_;
+    std::chrono::milliseconds hesitation_;
     std::deque<std::shared_ptr<Question>> questions_;  // the first one is on screen
     QPointer<AlertDialog> dialog_;
     QPointer<QWidget> parent_;

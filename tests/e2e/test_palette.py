@@ -101,6 +101,13 @@ class PaletteTest(unittest.TestCase):
     def wait_for_text(self, text):
         wait_until(lambda: text in self.texts(), lambda: f'the text "{text}" among {self.texts()}')
 
+    def wait_for_button(self, name):
+        """Waits until the button can be chosen."""
+        def there():
+            return any(node["name"] == name and "enabled" in node["states"] for node in self.seen())
+
+        wait_until(there, f'the button "{name}"')
+
     def query(self, text):
         self.desktop.type(text)
         wait_until(lambda: self.typed() == text, lambda: f'the input to hold "{text}", not "{self.typed()}"')

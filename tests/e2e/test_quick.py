@@ -105,6 +105,7 @@ class Trash(Quick):
         self.assertTrue((trash / "files/holiday/beach.jpg").exists())
         self.desktop.press("Return")
         self.wait_for_text(QUESTION)
+        self.wait_for_button("Allow")
         self.desktop.press("Tab", "space")
         wait_until(lambda: not list(trash.glob("*/*")), "the Trash to be empty")
         self.desktop.wait_until_hidden(TITLE)

@@ -2,16 +2,19 @@
 
 #include "platform/qt/QtMainExecutor.h"
 #include "tests/fakes/FakeWindowManager.h"
+#include "toolkit/TextView.h"
 
 #include <gtest/gtest.h>
 
 #include <QApplication>
-#include <QLabel>
+#include <QClipboard>
 #include <QPushButton>
 #include <QTest>
 
 namespace velmora {
 namespace {
+
+using namespace std::chrono_literals;
 
 class QtAlertsTest : public testing::Test {
   protected:
@@ -37,9 +40,16 @@ class QtAlertsTest : public testing::Test {
         return nullptr;
     }
 
-    static AlertDialog& waitForDialog(const QString& title) {
+    [[nodiscard]] static QPushButton* button(const QString& text) {
+        for (auto* const found : dialog()->findChildren<QPushButton*>())
+            if (found->text() == text) return found;
+        return nullptr;
+    }
+
+    AlertDialog& waitForDialog(const QString& title) {
         EXPECT_TRUE(QTest::qWaitFor([&] { return dialog() && dialog()->accessibleName() == title; }));
         EXPECT_TRUE(QTest::qWaitForWindowActive(dialog()));
+        EXPECT_TRUE(!waits || QTest::qWaitFor([] { return button("Allow")->isEnabled(); }));
         return *dialog();
     }
 
@@ -51,8 +61,9 @@ class QtAlertsTest : public testing::Test {
 
     test::FakeWindowManager windowManager;
     QtMainExecutor main;
-    std::unique_ptr<QtAlerts> alerts = std::make_unique<QtAlerts>(windowManager);
+    std::unique_ptr<QtAlerts> alerts = std::make_unique<QtAlerts>(windowManager, 0ms);
     std::vector<std::string> answers;
+    bool waits = true;  // until the question can be allowed
 };
 
 TEST_F(QtAlertsTest, OnlyAllowAllows) {
@@ -61,7 +72,6 @@ TEST_F(QtAlertsTest, OnlyAllowAllows) {
         std::function<void(AlertDialog&)> answer;
         std::string expected;
     };
-    const auto button = [](AlertDialog& shown, int index) { return shown.findChildren<QPushButton*>().at(index); };
     const auto key = [](Qt::Key pressed) {
         return [pressed](AlertDialog& shown) { QTest::keyClick(shown.windowHandle(), pressed); };
     };
@@ -70,8 +80,8 @@ TEST_F(QtAlertsTest, OnlyAllowAllows) {
         {"Escape", key(Qt::Key_Escape), "q refused"},
         {"Space", key(Qt::Key_Space), "q refused"},
         {"close", [](AlertDialog& shown) { shown.close(); }, "q refused"},
-        {"Cancel", [&](AlertDialog& shown) { button(shown, 0)->click(); }, "q refused"},
-        {"Allow", [&](AlertDialog& shown) { button(shown, 1)->click(); }, "q allowed"},
+        {"Cancel", [](AlertDialog&) { button("Cancel")->click(); }, "q refused"},
+        {"Allow", [](AlertDialog&) { button("Allow")->click(); }, "q allowed"},
         {"Tab and Return",
          [](AlertDialog& shown) {
              QTest::keyClick(shown.windowHandle(), Qt::Key_Tab);
@@ -89,8 +99,6 @@ TEST_F(QtAlertsTest, OnlyAllowAllows) {
         SCOPED_TRACE(one.name);
         ask("q");
         AlertDialog& shown = waitForDialog("q");
-        EXPECT_EQ(button(shown, 0)->text(), "Cancel");
-        EXPECT_EQ(button(shown, 1)->text(), "Allow");
         one.answer(shown);
         expectAnswers({one.expected});
         EXPECT_TRUE(QTest::qWaitFor([] { return dialog() == nullptr; }));
@@ -104,7 +112,8 @@ TEST_F(QtAlertsTest, AsksOneQuestionAtATime) {
     waitForDialog("first");
     second.cancel();
     expectAnswers({"second cancelled"});
-    waitForDialog("first").findChildren<QPushButton*>().at(1)->click();
+    waitForDialog("first");
+    button("Allow")->click();
     waitForDialog("third");
     third.cancel();
     expectAnswers({"first allowed", "third cancelled"});
@@ -128,16 +137,67 @@ TEST_F(QtAlertsTest, EndsWithTheWindowItIsASheetOf) {
     EXPECT_EQ(dialog(), nullptr);
 }
 
-TEST_F(QtAlertsTest, ShowsHostileTextsAsTextAndKeepsTheButtonsInReach) {
-    const std::string detail = "<h1>big</h1>" + std::string(5000, 'x') + std::string(5000, '\n') + "end";
-    ask("<b>bold</b>", detail);
-    AlertDialog& shown = waitForDialog("<b>bold</b>");
-    EXPECT_LT(shown.height(), 500);
+TEST_F(QtAlertsTest, TakesNoHasteForAnAnswer) {
+    alerts = std::make_unique<QtAlerts>(windowManager, 1h);
+    waits = false;
+    ask("q");
+    AlertDialog& shown = waitForDialog("q");
+    const auto send = [&](QEvent::Type type, Qt::Key key, Qt::KeyboardModifiers modifiers, bool repeated) {
+        QKeyEvent event(type, key, modifiers, {}, repeated);
+        QApplication::sendEvent(shown.focusWidget(), &event);
+    };
+    // What was typed for the palette, and what is still held down.
+    for (const Qt::Key key : {Qt::Key_Tab, Qt::Key_Space, Qt::Key_Return, Qt::Key_Escape}) {
+        for (const QEvent::Type type : {QEvent::KeyPress, QEvent::KeyRelease})
+            send(type, key, {}, true);
+    }
+    QTest::keyClick(shown.windowHandle(), Qt::Key_Tab);
+    QTest::keyRelease(shown.windowHandle(), Qt::Key_Space);
+    QTest::keyClick(shown.windowHandle(), Qt::Key_A, Qt::AltModifier);
+    QTest::mouseClick(button("Allow"), Qt::LeftButton);
+    button("Allow")->click();
+    EXPECT_EQ(shown.focusWidget(), button("Cancel"));
+    EXPECT_EQ(dialog(), &shown);
+    QTest::keyClick(shown.windowHandle(), Qt::Key_Return);
+    expectAnswers({"q refused"});
+}
+
+TEST_F(QtAlertsTest, CanBeAllowedOnlyWhileItIsInFront) {
+    ask("q");
+    waitForDialog("q");
+    QTest::keyClick(dialog()->windowHandle(), Qt::Key_Tab);
+    EXPECT_TRUE(button("Allow")->hasFocus());
+    QWidget elsewhere;
+    elsewhere.show();
+    elsewhere.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&elsewhere));
+    EXPECT_FALSE(button("Allow")->isEnabled());
+    dialog()->activateWindow();
+    EXPECT_TRUE(QTest::qWaitFor([] { return button("Allow")->isEnabled(); }));
+    EXPECT_TRUE(button("Cancel")->hasFocus());
+    dialog()->close();
+    expectAnswers({"q refused"});
+}
+
+TEST_F(QtAlertsTest, ShowsEverythingOfHostileTextsAndKeepsTheButtonsInReach) {
+    const std::string flood = std::string(50'000, 'x') + std::string(50'000, '\n');
+    ask("<b>bold</b> " + flood, "<h1>big</h1>\n\u202Efdp.exe\u200B\r\n" + flood + "end");
+    const std::string title = "<b>bold</b> " + flood;
+    AlertDialog& shown = waitForDialog(QString::fromStdString(title));
+    EXPECT_LT(shown.height(), 600);
     EXPECT_LT(shown.width(), 600);
-    for (const QLabel* const label : shown.findChildren<QLabel*>())
-        EXPECT_NE(label->textFormat(), Qt::RichText);
+    const QString expected =
+        QString::fromUtf8("<h1>big</h1>\n‹U+202E›fdp.exe‹U+200B›‹U+000D›\n") + QString::fromStdString(flood + "end");
+    EXPECT_EQ(shown.accessibleDescription(), expected);
+    QTest::keyClick(shown.windowHandle(), Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClick(shown.windowHandle(), Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), expected);
+    TextView& detail = *dynamic_cast<TextView*>(shown.findChildren<QAbstractScrollArea*>().last());
+    EXPECT_TRUE(detail.placeOf(expected.toUtf8().size() - 1).isNull());
+    QTest::keyClick(shown.windowHandle(), Qt::Key_End);
+    EXPECT_TRUE(detail.viewport()->rect().contains(detail.placeOf(expected.toUtf8().size() - 1)));
     shown.close();
-    expectAnswers({"<b>bold</b> refused"});
+    expectAnswers({title + " refused"});
 }
 
 }  // namespace
