@@ -13,6 +13,7 @@ namespace velmora {
 class Alerts;
 class ApplicationBundles;
 class ChildProcesses;
+class CredentialStore;
 class FileAttributeReading;
 class FileEventWatching;
 class FileScanner;
@@ -43,6 +44,7 @@ struct Platform {
     Executor pool;     ///< everything else that blocks, for bounded time
     Executor disk;     ///< looking at and opening files of the user's
     Executor storage;  ///< the database
+    Executor secrets;  ///< the credential store, which may wait for the user
     Clock& clock;
     Paths paths;
     Workspace& workspace;
@@ -55,6 +57,7 @@ struct Platform {
     Power& power;
     ScreenLock& screenLock;
     Trash& trash;
+    CredentialStore& credentials;
     std::shared_ptr<const ApplicationBundles> applicationBundles;
     std::shared_ptr<FileScanner> fileScanner;
     /// Makes the watcher of the disk, which compares with the index what it missed and stays out of the folders

@@ -1,6 +1,7 @@
 #include "app/composition/AppServices.h"
 
 #include "app/ai/NativeTools.h"
+#include "app/services/KeychainService.h"
 #include "app/services/SystemService.h"
 #include "app/services/applications/ApplicationIndexer.h"
 #include "app/services/applications/ApplicationService.h"
@@ -48,6 +49,7 @@ Task<std::shared_ptr<AppServices>> AppServices::create(Platform platform) {
 AppServices::AppServices(Platform given, std::shared_ptr<Database> opened)
     : platform(std::move(given)),
       database(std::move(opened)),
+      keychain(std::make_shared<KeychainService>(platform.credentials, platform.secrets)),
       applications(std::make_shared<ApplicationService>(
           platform.main, platform.pool, platform.clock, platform.workspace,
           std::make_shared<ApplicationIndexer>(platform.pool, platform.applicationBundles), platform.applicationBundles,

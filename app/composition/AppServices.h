@@ -20,6 +20,7 @@ class ApplicationService;
 class ClipboardService;
 class FileIndexService;
 class FileService;
+class KeychainService;
 class ShortcutsService;
 class SystemService;
 
@@ -54,6 +55,7 @@ class AppServices {
 
     const Platform platform;
     const std::shared_ptr<Database> database;
+    const std::shared_ptr<KeychainService> keychain;
     const std::shared_ptr<ApplicationService> applications;
     const std::shared_ptr<SystemService> system;
     PermissionService permissions;

@@ -6,6 +6,7 @@
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
 #include <unicode/uscript.h>
+#include <unicode/ustring.h>
 #include <unicode/utf8.h>
 
 #include <algorithm>
@@ -184,6 +185,12 @@ bool isValidUtf8(std::string_view text) {
 
 std::string validUtf8(std::string_view text) {
     return isValidUtf8(text) ? std::string(text) : encoded(decoded(text));
+}
+
+bool isUtf8(std::string_view text) {
+    UErrorCode status = U_ZERO_ERROR;
+    u_strFromUTF8(nullptr, 0, nullptr, text.data(), static_cast<std::int32_t>(text.size()), &status);
+    return status != U_INVALID_CHAR_FOUND;
 }
 
 bool isWhiteSpace(char32_t character) {

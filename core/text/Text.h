@@ -37,6 +37,9 @@ bool isValidUtf8(std::string_view text);
 /// `text` with every invalid sequence replaced by U+FFFD.
 std::string validUtf8(std::string_view text);
 
+/// Whether there is no invalid sequence in it. Makes no copy of it.
+bool isUtf8(std::string_view text);
+
 /// The number of user-perceived characters.
 std::size_t characterCount(std::string_view text);
 

@@ -12,6 +12,8 @@
 #include "platform/linux/disk/DiskFileScanner.h"
 #include "platform/linux/posix/RootMounts.h"
 #include "platform/linux/process/LinuxChildProcesses.h"
+#include "platform/linux/secrets/SecretServiceStore.h"
+#include "platform/linux/session/CoreDumps.h"
 #include "platform/linux/trash/LinuxTrash.h"
 #include "platform/linux/watch/FSEventsWatcher.h"
 #include "platform/linux/x11/X11Session.h"
@@ -65,11 +67,13 @@ struct LinuxPlatform::Services {
     WorkerPool pool{workerThreads};
     WorkerPool disk{diskThreads};
     WorkerPool storage{storageThreads};
+    WorkerPool secrets{1};
     SystemClock clock;
     LinuxWorkspace workspace{disk.executor(), desktop};
     LinuxChildProcesses childProcesses{pool.executor(), desktop.home};
     LogindPower power{pool.executor()};
     LogindScreenLock screenLock{pool.executor()};
+    SecretServiceStore credentials{{}};
     LinuxTrash trash{disk.executor(), desktop.dataHome, desktop.home == accountHome()};
     std::unique_ptr<X11Session> x11 = connectX11();
     std::unique_ptr<WaylandClipboard> wayland = WaylandClipboard::connect({});
@@ -78,7 +82,9 @@ struct LinuxPlatform::Services {
     std::shared_ptr<const FileIcons> fileIcons = std::make_shared<const LinuxFileIcons>();
 };
 
-LinuxPlatform::LinuxPlatform() : services_(std::make_unique<Services>()) {}
+LinuxPlatform::LinuxPlatform() : services_(std::make_unique<Services>()) {
+    keepSecretsFromCoreDumps();
+}
 
 LinuxPlatform::~LinuxPlatform() = default;
 
@@ -100,6 +106,7 @@ Platform LinuxPlatform::platform(const MainExecutor& main, const Toolkit& toolki
         .pool = own.pool.executor(),
         .disk = own.disk.executor(),
         .storage = own.storage.executor(),
+        .secrets = own.secrets.executor(),
         .clock = own.clock,
         .paths = {own.desktop.home, own.desktop.dataHome},
         .workspace = own.workspace,
@@ -112,6 +119,7 @@ Platform LinuxPlatform::platform(const MainExecutor& main, const Toolkit& toolki
         .power = own.power,
         .screenLock = own.screenLock,
         .trash = own.trash,
+        .credentials = own.credentials,
         .applicationBundles = own.applications,
         .fileScanner = std::make_shared<DiskFileScanner>(own.desktop.home),
         .makeFileEvents =
@@ -131,6 +139,8 @@ void LinuxPlatform::stop() {
     services_->pool.stop();
     services_->disk.stop();
     services_->storage.stop();
+    services_->credentials.stop();
+    services_->secrets.stop();
 }
 
 }  // namespace velmora

@@ -3,6 +3,7 @@
 #include "app/composition/AppServices.h"
 #include "tests/fakes/FakeBundles.h"
 #include "tests/fakes/FakeChildProcesses.h"
+#include "tests/fakes/FakeCredentialStore.h"
 #include "tests/fakes/FakeDesktop.h"
 #include "tests/fakes/FakeDisk.h"
 #include "tests/fakes/FakeSession.h"
@@ -20,6 +21,7 @@ struct FakePlatform {
             .pool = loop.executor(),
             .disk = loop.executor(),
             .storage = loop.executor(),
+            .secrets = loop.executor(),
             .clock = clock,
             .paths = {folder.path(), folder.path() + "/data"},
             .workspace = workspace,
@@ -32,6 +34,7 @@ struct FakePlatform {
             .power = session,
             .screenLock = session,
             .trash = session,
+            .credentials = credentials,
             .applicationBundles = bundles,
             .fileScanner = std::make_shared<FakeScanner>(disk, loop.executor()),
             .makeFileEvents = [this](const std::shared_ptr<IndexReading>&,
@@ -55,6 +58,7 @@ struct FakePlatform {
     FakeFolderPanel folderPanel;
     FakeChildProcesses childProcesses{clock};
     FakeSession session{clock};
+    FakeCredentialStore credentials;
     FakeDisk disk;
     std::shared_ptr<FakeBundles> bundles = std::make_shared<FakeBundles>();
 };
