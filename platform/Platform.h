@@ -19,6 +19,7 @@ class FileEventWatching;
 class FileScanner;
 class FolderPanel;
 class FrontmostApplication;
+class HttpClient;
 class IndexReading;
 class Pasteboard;
 class PopUpMenu;
@@ -58,6 +59,7 @@ struct Platform {
     ScreenLock& screenLock;
     Trash& trash;
     CredentialStore& credentials;
+    HttpClient& http;
     std::shared_ptr<const ApplicationBundles> applicationBundles;
     std::shared_ptr<FileScanner> fileScanner;
     /// Makes the watcher of the disk, which compares with the index what it missed and stays out of the folders
@@ -68,6 +70,8 @@ struct Platform {
     std::shared_ptr<const FileAttributeReading> fileAttributes;
     /// Where the tool that lists and runs shortcuts may be: absolute paths, the best one first.
     std::vector<std::string> shortcutsTools;
+    /// The server that the environment names for the assistant, whatever it is; empty for none.
+    std::string responsesURL;
 };
 
 }  // namespace velmora

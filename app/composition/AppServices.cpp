@@ -1,6 +1,7 @@
 #include "app/composition/AppServices.h"
 
 #include "app/ai/NativeTools.h"
+#include "app/ai/OpenAIProvider.h"
 #include "app/services/KeychainService.h"
 #include "app/services/SystemService.h"
 #include "app/services/applications/ApplicationIndexer.h"
@@ -74,6 +75,7 @@ AppServices::AppServices(Platform given, std::shared_ptr<Database> opened)
                                                    platform.frontmost, ClipboardRepository(database, platform.clock))),
       fileSearch(std::make_shared<FileResults>(fileIndex, files)),
       clipboardSearch(clipboard),
+      responsesEndpoint_(responsesEndpoint(platform.responsesURL)),
       preferenceChanges_(preferences.onChange([this](const AppPreferences& changed) { apply(changed); })) {}
 
 void AppServices::apply(const AppPreferences& changed) {
@@ -94,6 +96,11 @@ ToolRegistry& AppServices::tools() {
 AIRuntime& AppServices::ai() {
     if (!ai_) ai_ = std::make_unique<AIRuntime>(tools());
     return *ai_;
+}
+
+std::shared_ptr<ModelProvider> AppServices::modelProvider(std::string model) const {
+    return std::make_shared<OpenAIProvider>(std::move(model), responsesEndpoint_, keychain, platform.http,
+                                            platform.pool);
 }
 
 Task<> AppServices::start() {

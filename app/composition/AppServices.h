@@ -13,6 +13,7 @@
 #include "platform/Platform.h"
 
 #include <memory>
+#include <string>
 
 namespace velmora {
 
@@ -78,9 +79,13 @@ class AppServices {
     [[nodiscard]] ToolRegistry& tools();
     [[nodiscard]] AIRuntime& ai();
 
+    /// The model of that name, for one request of the assistant.
+    [[nodiscard]] std::shared_ptr<ModelProvider> modelProvider(std::string model) const;
+
   private:
     void apply(const AppPreferences& changed);
 
+    const std::string responsesEndpoint_;
     std::unique_ptr<ToolRegistry> tools_;
     std::unique_ptr<AIRuntime> ai_;
     Subscription preferenceChanges_;

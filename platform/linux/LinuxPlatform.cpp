@@ -10,6 +10,7 @@
 #include "platform/linux/dbus/Logind.h"
 #include "platform/linux/disk/DiskFileAttributes.h"
 #include "platform/linux/disk/DiskFileScanner.h"
+#include "platform/linux/http/CurlHttpClient.h"
 #include "platform/linux/posix/RootMounts.h"
 #include "platform/linux/process/LinuxChildProcesses.h"
 #include "platform/linux/secrets/SecretServiceStore.h"
@@ -54,9 +55,13 @@ std::vector<std::string> shortcutsTools() {
     return tools;
 }
 
+std::string environment(const char* name) {
+    const char* const value = std::getenv(name);
+    return value ? value : "";
+}
+
 std::unique_ptr<X11Session> connectX11() {
-    const char* const display = std::getenv("DISPLAY");
-    if (!display || !*display) return nullptr;
+    if (environment("DISPLAY").empty()) return nullptr;
     return std::make_unique<X11Session>(X11Session::Options{});
 }
 
@@ -74,6 +79,7 @@ struct LinuxPlatform::Services {
     LogindPower power{pool.executor()};
     LogindScreenLock screenLock{pool.executor()};
     SecretServiceStore credentials{{}};
+    CurlHttpClient http;
     LinuxTrash trash{disk.executor(), desktop.dataHome, desktop.home == accountHome()};
     std::unique_ptr<X11Session> x11 = connectX11();
     std::unique_ptr<WaylandClipboard> wayland = WaylandClipboard::connect({});
@@ -120,6 +126,7 @@ Platform LinuxPlatform::platform(const MainExecutor& main, const Toolkit& toolki
         .screenLock = own.screenLock,
         .trash = own.trash,
         .credentials = own.credentials,
+        .http = own.http,
         .applicationBundles = own.applications,
         .fileScanner = std::make_shared<DiskFileScanner>(own.desktop.home),
         .makeFileEvents =
@@ -131,6 +138,7 @@ Platform LinuxPlatform::platform(const MainExecutor& main, const Toolkit& toolki
             },
         .fileAttributes = std::make_shared<DiskFileAttributes>(rootMounts),
         .shortcutsTools = shortcutsTools(),
+        .responsesURL = environment("VELMORA_RESPONSES_URL"),
     };
 }
 
@@ -141,6 +149,7 @@ void LinuxPlatform::stop() {
     services_->storage.stop();
     services_->credentials.stop();
     services_->secrets.stop();
+    services_->http.stop();
 }
 
 }  // namespace velmora

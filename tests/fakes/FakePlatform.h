@@ -6,6 +6,7 @@
 #include "tests/fakes/FakeCredentialStore.h"
 #include "tests/fakes/FakeDesktop.h"
 #include "tests/fakes/FakeDisk.h"
+#include "tests/fakes/FakeHttpClient.h"
 #include "tests/fakes/FakeSession.h"
 #include "tests/fakes/FakeWorkspace.h"
 #include "tests/fakes/TemporaryFolder.h"
@@ -35,12 +36,14 @@ struct FakePlatform {
             .screenLock = session,
             .trash = session,
             .credentials = credentials,
+            .http = http,
             .applicationBundles = bundles,
             .fileScanner = std::make_shared<FakeScanner>(disk, loop.executor()),
             .makeFileEvents = [this](const std::shared_ptr<IndexReading>&,
                                      const std::vector<std::string>&) { return std::make_shared<FakeWatcher>(disk); },
             .fileAttributes = std::make_shared<FakeAttributes>(disk),
             .shortcutsTools = {"/bin/true"},
+            .responsesURL = {},
         };
         return loop.run([platform]() -> Task<std::shared_ptr<AppServices>> {
             co_return co_await AppServices::create(platform);
@@ -59,6 +62,7 @@ struct FakePlatform {
     FakeChildProcesses childProcesses{clock};
     FakeSession session{clock};
     FakeCredentialStore credentials;
+    FakeHttpClient http;
     FakeDisk disk;
     std::shared_ptr<FakeBundles> bundles = std::make_shared<FakeBundles>();
 };
