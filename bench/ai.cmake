@@ -1,3 +1,3 @@
 add_executable(ai_bench ai_bench.cpp)
-target_link_libraries(ai_bench PRIVATE velmora_core)
+target_link_libraries(ai_bench PRIVATE velmora_ai velmora_platform_linux)
 velmora_precompile(ai_bench)

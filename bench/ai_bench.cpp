@@ -3,10 +3,20 @@
 // usage: ai_bench [PREFIX OF THE METRICS' NAMES]
 //
 // ai.json: a response of 7.9 MB read into a JSONValue and written again, next to Boost.JSON's own parse and serialize
-// of the same bytes. Medians of rounds in turns; one line with tabs, as all benchmarks.
+// of the same bytes.
+// ai.step: a step of the model, with a continuation of some ten thousand bytes and twenty tools, against a server of
+// this machine that answers at once, next to sending and reading the same with nothing but the HTTP client. ai.cancel:
+// from cancelling a request to the moment in which the server sees that the client has left.
+//
+// Medians of rounds in turns; one line with tabs, as all benchmarks.
 
+#include "app/ai/OpenAIProvider.h"
+#include "app/services/KeychainService.h"
+#include "bench/LoopbackServer.h"
 #include "bench/Measure.h"
 #include "core/json/JSONValue.h"
+#include "platform/Runtime.h"
+#include "platform/linux/http/CurlHttpClient.h"
 
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
@@ -68,6 +78,92 @@ void measureJSON() {
     report("ai.json", quantile(values, 0.5), "ms", quantile(references, 0.5));
 }
 
+class OneKey final : public CredentialStore {
+  public:
+    CredentialStatus update(const CredentialName&, const Secret&, std::stop_token) override { return {}; }
+    CredentialStatus add(const CredentialName&, const Secret&, std::stop_token) override { return {}; }
+    StoredCredential read(const CredentialName&, std::stop_token) override {
+        return {CredentialStatus::ok, Secret("sk-of-no-use")};
+    }
+    CredentialStatus remove(const CredentialName&, std::stop_token) override { return {}; }
+};
+
+/// The provider over the real client, in a run that has come some way.
+struct Assistant {
+    explicit Assistant(const std::string& url) : provider("gpt-4.1-mini", url, keychain, http, pool.executor()) {
+        for (int i = 0; i < 20; ++i) {
+            const std::string name = "tool.number" + std::to_string(i);
+            tools.push_back({name, "Does what " + name + " does.", JSONValue::schema({{"path", "where"}}, {"path"})});
+        }
+        JSONValue::Array items;
+        for (int i = 0; i < 10; ++i)
+            items.push_back(JSONValue::Object{{"type", "reasoning"}, {"encrypted_content", std::string(1000, 'g')}});
+        continuation = JSONValue(items).encodedString();
+    }
+
+    Task<ModelResponse> chat() {
+        return provider.chat({{Message::Role::tool, "found", "call_1"}}, tools, continuation);
+    }
+
+    Loop loop;
+    WorkerPool pool{2};
+    OneKey store;
+    std::shared_ptr<KeychainService> keychain = std::make_shared<KeychainService>(store, pool.executor());
+    CurlHttpClient http;
+    OpenAIProvider provider;
+    std::vector<ToolDefinition> tools;
+    std::string continuation;
+};
+
+void measureStep() {
+    constexpr int steps = 200;
+    const std::string body = R"({"status":"completed","output":[{"type":"message","content":[{"text":"Done."}]}]})";
+    LoopbackServer server(body);
+    Assistant assistant(server.url());
+    std::vector<double> values;
+    std::vector<double> references;
+    for (int step = 0; step < steps; ++step) {
+        values.push_back(milliseconds([&] { assistant.loop.run([&] { return assistant.chat(); }); }));
+        HttpRequest request;
+        request.url = server.url();
+        request.body = std::string(16'000, 'x');
+        request.maximumBodyBytes = 1'000'000;
+        const auto send = [&] { return assistant.http.send(std::move(request)); };
+        references.push_back(milliseconds([&] { assistant.loop.run(send); }));
+    }
+    report("ai.step", quantile(values, 0.5), "ms", quantile(references, 0.5));
+    std::fprintf(stderr, "ai.step: 99 of 100 took less than %.2f ms\n", quantile(values, 0.99));
+}
+
+void measureCancel() {
+    LoopbackServer server("");
+    server.isSilent = true;
+    Assistant assistant(server.url());
+    std::vector<double> values;
+    for (int round = 0; round < 100; ++round) {
+        double cancelled = 0;
+        server.gone = 0;
+        assistant.loop.write([&]() -> Task<> {
+            const int former = server.requests;
+            const TaskHandle task = spawn(assistant.loop.executor(), [&]() -> Task<> { co_await assistant.chat(); });
+            const TaskHandle waiting = spawn(assistant.pool.executor(), [&, former]() -> Task<> {
+                while (server.requests == former)
+                    std::this_thread::yield();
+                co_return;
+            });
+            co_await waiting.finished();
+            cancelled = now();
+            task.cancel();
+            co_await task.finished();
+        });
+        while (server.gone == 0)
+            std::this_thread::yield();
+        values.push_back((server.gone - cancelled) * 1000);
+    }
+    report("ai.cancel", quantile(values, 0.5), "ms");
+    std::fprintf(stderr, "ai.cancel: the worst of 100 took %.2f ms\n", quantile(values, 1));
+}
+
 }  // namespace
 }  // namespace velmora::bench
 
@@ -75,5 +171,7 @@ int main(int count, char** words) {
     const std::string_view prefix = count > 1 ? words[1] : "";
     const auto wanted = [&](std::string_view name) { return name.starts_with(prefix); };
     if (wanted("ai.json")) velmora::bench::measureJSON();
+    if (wanted("ai.step")) velmora::bench::measureStep();
+    if (wanted("ai.cancel")) velmora::bench::measureCancel();
     return 0;
 }

@@ -139,8 +139,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
         self.close_connection = True
 
     def send_stall(self, status, payload):
-        self.send(status, b"", Content_Length=len(payload))
         with contextlib.suppress(ConnectionError):
+            self.send(status, b"", Content_Length=len(payload))
             self.connection.recv(1)
         self.note("gone")
         self.close_connection = True
