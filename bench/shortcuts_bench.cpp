@@ -49,7 +49,7 @@ double longestPiece(const std::string& tool, const std::string& home, std::size_
     LinuxChildProcesses processes(pool.executor(), home);
     const auto service = std::make_shared<ShortcutsService>(
         loop.get_executor(), clock,
-        std::make_shared<ShortcutsCLI>(pool.executor(), clock, processes, std::vector<std::string>{tool}));
+        std::make_shared<ShortcutsCLI>(clock, processes, std::vector<std::string>{tool}));
     CommandRegistry registry;
     bool listed = false;
     const auto subscription = service->onUpdate([&] {

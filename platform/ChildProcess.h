@@ -75,6 +75,9 @@ class ChildProcesses {
   public:
     virtual ~ChildProcesses() = default;
 
+    /// Whether there is a file at `path` that the user may execute.
+    [[nodiscard]] virtual Task<bool> isExecutable(std::string path) = 0;
+
     [[nodiscard]] virtual Task<std::shared_ptr<ChildProcess>> start(ChildProcessRequest request) = 0;
 };
 

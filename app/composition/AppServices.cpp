@@ -69,8 +69,7 @@ AppServices::AppServices(Platform given, std::shared_ptr<Database> opened)
       fileIndex(makeFileIndex(platform, database)),
       shortcuts(std::make_shared<ShortcutsService>(
           platform.main, platform.clock,
-          std::make_shared<ShortcutsCLI>(platform.pool, platform.clock, platform.childProcesses,
-                                         platform.shortcutsTools))),
+          std::make_shared<ShortcutsCLI>(platform.clock, platform.childProcesses, platform.shortcutsTools))),
       clipboard(std::make_shared<ClipboardService>(platform.main, platform.pool, platform.clock, platform.pasteboard,
                                                    platform.frontmost, ClipboardRepository(database, platform.clock))),
       fileSearch(std::make_shared<FileResults>(fileIndex, files)),

@@ -17,6 +17,8 @@ class FakeChildProcesses final : public ChildProcesses {
   public:
     explicit FakeChildProcesses(ManualClock& clock) : clock_(clock) {}
 
+    [[nodiscard]] Task<bool> isExecutable(std::string path) override { co_return path != "/nonexistent"; }
+
     [[nodiscard]] Task<std::shared_ptr<ChildProcess>> start(ChildProcessRequest request) override {
         requests.push_back(request);
         if (fails) throw std::runtime_error("no such program");

@@ -46,7 +46,7 @@ class ShortcutsToolTest : public testing::Test {
     template <class Work>
     Texts attempt(Work work) {
         LinuxChildProcesses processes(pool.executor(), folder.path());
-        ShortcutsCLI cli(pool.executor(), clock, processes, {folder.path() + "/missing", VELMORA_SHORTCUTS_TOOL});
+        ShortcutsCLI cli(clock, processes, {folder.path() + "/missing", VELMORA_SHORTCUTS_TOOL});
         try {
             return loop.run([&]() -> Task<Texts> { co_return co_await work(cli); });
         } catch (const AppError& error) {

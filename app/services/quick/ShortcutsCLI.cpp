@@ -4,8 +4,6 @@
 #include "core/async/Timeout.h"
 #include "core/text/Text.h"
 
-#include <filesystem>
-
 #include <optional>
 
 namespace velmora {
@@ -16,14 +14,6 @@ using namespace std::chrono_literals;
 constexpr auto listTimeout = 20s;
 constexpr auto runTimeout = 180s;
 constexpr std::size_t listLimit = std::size_t{1} << 20U;
-
-bool isExecutableFile(const std::string& path) {
-    using std::filesystem::perms;
-    std::error_code missing;
-    const auto status = std::filesystem::status(path, missing);
-    constexpr perms anyExecute = perms::owner_exec | perms::group_exec | perms::others_exec;
-    return std::filesystem::is_regular_file(status) && (status.permissions() & anyExecute) != perms::none;
-}
 
 std::string_view withoutBlanks(std::string_view line) {
     line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
@@ -52,14 +42,11 @@ Task<> ShortcutsCLI::run(std::string name) {
 }
 
 Task<std::string> ShortcutsCLI::findTool() const {
-    Actor files(pool_);
-    const auto look = [this]() -> std::string {
-        for (const std::string& tool : tools_) {
-            if (isExecutableFile(tool)) return tool;
-        }
-        return {};
-    };
-    co_return co_await files.run(look);
+    for (const std::string& tool : tools_) {
+        const bool isThere = co_await processes_.isExecutable(tool);
+        if (isThere) co_return tool;
+    }
+    co_return std::string();
 }
 
 Task<std::string> ShortcutsCLI::execute(std::vector<std::string> arguments, std::size_t outputLimit,

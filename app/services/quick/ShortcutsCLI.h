@@ -18,8 +18,8 @@ class ShortcutsCLI final : public ShortcutRunning {
   public:
     /// `tools` are the absolute paths at which the tool may be, the best one first. The clock and the processes must
     /// outlive it and the tasks it started.
-    ShortcutsCLI(Executor pool, Clock& clock, ChildProcesses& processes, std::vector<std::string> tools)
-        : pool_(std::move(pool)), clock_(clock), processes_(processes), tools_(std::move(tools)) {}
+    ShortcutsCLI(Clock& clock, ChildProcesses& processes, std::vector<std::string> tools)
+        : clock_(clock), processes_(processes), tools_(std::move(tools)) {}
 
     /// The names in the tool's order, white space around them and empty lines left out, repeated ones not.
     [[nodiscard]] Task<std::vector<std::string>> listNames() override;
@@ -32,7 +32,6 @@ class ShortcutsCLI final : public ShortcutRunning {
     [[nodiscard]] Task<std::string> execute(std::vector<std::string> arguments, std::size_t outputLimit,
                                             std::chrono::seconds timeout);
 
-    Executor pool_;
     Clock& clock_;
     ChildProcesses& processes_;
     std::vector<std::string> tools_;

@@ -1,8 +1,8 @@
 #include "platform/linux/applications/DesktopEnvironment.h"
 
+#include "platform/linux/posix/ExecutableFile.h"
+
 #include <glib.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -25,11 +25,6 @@ std::vector<std::string> folders(const char* list, const char* fallback) {
     std::vector<std::string> parts = split(list && *list ? list : fallback);
     std::erase_if(parts, [](const std::string& part) { return !part.starts_with('/'); });
     return parts;
-}
-
-bool isExecutable(const std::string& path) {
-    struct stat status {};
-    return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && access(path.c_str(), X_OK) == 0;
 }
 
 }  // namespace
@@ -86,12 +81,12 @@ std::optional<std::string> DesktopEnvironment::findProgram(std::string_view name
     if (name.empty() || name.find('\0') != std::string_view::npos) return std::nullopt;
     std::string path(name);
     if (name.find('/') != std::string_view::npos) {
-        if (name.starts_with('/') && isExecutable(path)) return path;
+        if (name.starts_with('/') && isExecutableFile(path)) return path;
         return std::nullopt;
     }
     for (const std::string& folder : searchFolders) {
         path = folder + "/" + std::string(name);
-        if (isExecutable(path)) return path;
+        if (isExecutableFile(path)) return path;
     }
     return std::nullopt;
 }

@@ -2,6 +2,7 @@
 
 #include "core/Assert.h"
 #include "core/async/Completion.h"
+#include "platform/linux/posix/ExecutableFile.h"
 #include "platform/linux/process/SpawnedProcess.h"
 
 #include <sys/wait.h>
@@ -334,6 +335,12 @@ class LinuxChildProcess final : public ChildProcess, public std::enable_shared_f
 
 LinuxChildProcesses::LinuxChildProcesses(Executor pool, std::string home, Timeouts timeouts)
     : pool_(std::move(pool)), home_(std::move(home)), timeouts_(timeouts), environment_(minimalEnvironment()) {}
+
+Task<bool> LinuxChildProcesses::isExecutable(std::string path) {
+    Actor worker(pool_);
+    const auto look = [&path] { return isExecutableFile(path); };
+    co_return co_await worker.run(look);
+}
 
 Task<std::shared_ptr<ChildProcess>> LinuxChildProcesses::start(ChildProcessRequest request) {
     Actor worker(pool_);

@@ -21,6 +21,7 @@ class LinuxChildProcesses final : public ChildProcesses {
     LinuxChildProcesses(Executor pool, std::string home) : LinuxChildProcesses(std::move(pool), std::move(home), {}) {}
     LinuxChildProcesses(Executor pool, std::string home, Timeouts timeouts);
 
+    [[nodiscard]] Task<bool> isExecutable(std::string path) override;
     [[nodiscard]] Task<std::shared_ptr<ChildProcess>> start(ChildProcessRequest request) override;
 
   private:

@@ -51,7 +51,7 @@ class ShortcutsTest : public testing::Test {
     test::ManualClock clock;
     test::FakeChildProcesses processes{clock};
     std::shared_ptr<ShortcutsCLI> cli =
-        std::make_shared<ShortcutsCLI>(loop.executor(), clock, processes, Texts{"/nonexistent", "/bin/true"});
+        std::make_shared<ShortcutsCLI>(clock, processes, Texts{"/nonexistent", "/bin/true"});
     std::shared_ptr<ShortcutsService> service = std::make_shared<ShortcutsService>(loop.executor(), clock, cli);
     std::string words;
 };
