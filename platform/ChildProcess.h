@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/async/Stream.h"
+#include "core/text/Secret.h"
 
 #include <chrono>
 #include <cstddef>
@@ -24,6 +25,8 @@ struct ChildProcessRequest {
     std::vector<std::string> arguments = {};
     /// "NAME=value", all that it gets. Without: what the user's own programs need to know of the session.
     std::optional<std::vector<std::string>> environment = std::nullopt;
+    /// Further entries, which are wiped when nobody holds the request any more.
+    std::shared_ptr<std::vector<Secret>> secretEnvironment = {};
     bool hasInput = false;  ///< whether it is written to; it reads the end at once otherwise
     bool hasOutput = true;  ///< whether its standard output is read; it is discarded otherwise
     ErrorOutput errors = ErrorOutput::collect;

@@ -99,13 +99,17 @@ Pipe connect(FileActions& actions, int descriptor, bool isPiped) {
     return made;
 }
 
-std::vector<char*> pointers(std::vector<std::string>& texts) {
+/// Ends with a null pointer, as the system wants it.
+std::vector<char*> pointers(std::vector<std::string>& texts, std::vector<Secret>* secrets = nullptr) {
     std::vector<char*> all;
-    all.reserve(texts.size() + 1);
-    for (std::string& text : texts) {
-        if (text.find('\0') != std::string::npos) check(EINVAL, "a text for a program holds a null byte");
-        all.push_back(text.data());
-    }
+    const auto add = [&all](char* text, std::string_view whole) {
+        if (whole.find('\0') != std::string_view::npos) check(EINVAL, "a text for a program holds a null byte");
+        all.push_back(text);
+    };
+    for (std::string& text : texts)
+        add(text.data(), text);
+    for (std::size_t i = 0; secrets && i < secrets->size(); ++i)
+        add((*secrets)[i].data(), (*secrets)[i].view());
     all.push_back(nullptr);
     return all;
 }
@@ -129,7 +133,7 @@ SpawnedProcess SpawnedProcess::start(const ChildProcessRequest& request, const s
     }
     SpawnedProcess spawned;
     check(posix_spawn(&spawned.process, request.executable.c_str(), actions.get(), attributes.get(),
-                      pointers(words).data(), pointers(settings).data()),
+                      pointers(words).data(), pointers(settings, request.secretEnvironment.get()).data()),
           "the program could not be started");
     spawned.input = std::move(input.ours);
     spawned.output = std::move(output.ours);
