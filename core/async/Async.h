@@ -124,6 +124,9 @@ class Actor {
         }
     }
 
+    /// For tasks that share the actor's state: what they do between two waits is one of its pieces.
+    [[nodiscard]] Executor executor() const { return strand_; }
+
     /// True while the calling thread runs a piece of this actor's work.
     [[nodiscard]] bool isRunningHere() const { return strand_.running_in_this_thread(); }
 

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string_view>
+
+namespace velmora {
+
+/// Why the connection to an MCP server was given up.
+enum class Fault {
+    notJSON,
+    notVersion2,
+    tooLong,
+    timedOut,
+    outputEnded,
+    inputRefused,
+};
+
+/// For the log, in fixed words, so that the server can be mended.
+std::string_view description(Fault fault);
+
+}  // namespace velmora
