@@ -2,6 +2,7 @@
 
 #include "app/ai/NativeTools.h"
 #include "app/ai/OpenAIProvider.h"
+#include "app/mcp/MCPManager.h"
 #include "app/services/KeychainService.h"
 #include "app/services/SystemService.h"
 #include "app/services/applications/ApplicationIndexer.h"
@@ -77,6 +78,8 @@ AppServices::AppServices(Platform given, std::shared_ptr<Database> opened)
       responsesEndpoint_(responsesEndpoint(platform.responsesURL)),
       preferenceChanges_(preferences.onChange([this](const AppPreferences& changed) { apply(changed); })) {}
 
+AppServices::~AppServices() = default;
+
 void AppServices::apply(const AppPreferences& changed) {
     clipboard->enabled = changed.clipboardEnabled;
     clipboard->maximumItems = changed.clipboardLimit;
@@ -95,6 +98,17 @@ ToolRegistry& AppServices::tools() {
 AIRuntime& AppServices::ai() {
     if (!ai_) ai_ = std::make_unique<AIRuntime>(tools());
     return *ai_;
+}
+
+MCPManager& AppServices::mcp() {
+    VELMORA_ASSERT_MAIN();
+    if (!mcp_) {
+        mcp_ = std::make_unique<MCPManager>(
+            platform.main,
+            StdioTransport::Host{platform.pool, platform.clock, platform.childProcesses, platform.paths.home}, tools(),
+            keychain, MCPServerRepository(database));
+    }
+    return *mcp_;
 }
 
 std::shared_ptr<ModelProvider> AppServices::modelProvider(std::string model) const {
@@ -130,6 +144,7 @@ void AppServices::stopWatching() {
 Task<> AppServices::stop() {
     stopWatching();
     co_await fileIndex->stop();
+    if (mcp_) co_await mcp_->stop();
     co_await database->close();
 }
 

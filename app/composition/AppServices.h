@@ -22,6 +22,7 @@ class ClipboardService;
 class FileIndexService;
 class FileService;
 class KeychainService;
+class MCPManager;
 class ShortcutsService;
 class SystemService;
 
@@ -37,6 +38,7 @@ class AppServices {
     [[nodiscard]] static Task<std::shared_ptr<AppServices>> create(Platform platform);
 
     AppServices(Platform platform, std::shared_ptr<Database> database);
+    ~AppServices();
     AppServices(const AppServices&) = delete;
     AppServices& operator=(const AppServices&) = delete;
 
@@ -79,6 +81,9 @@ class AppServices {
     [[nodiscard]] ToolRegistry& tools();
     [[nodiscard]] AIRuntime& ai();
 
+    /// The MCP servers; made when they are first asked for.
+    [[nodiscard]] MCPManager& mcp();
+
     /// The model of that name, for one request of the assistant.
     [[nodiscard]] std::shared_ptr<ModelProvider> modelProvider(std::string model) const;
 
@@ -88,6 +93,7 @@ class AppServices {
     const std::string responsesEndpoint_;
     std::unique_ptr<ToolRegistry> tools_;
     std::unique_ptr<AIRuntime> ai_;
+    std::unique_ptr<MCPManager> mcp_;
     Subscription preferenceChanges_;
     bool stopped_ = false;
 };
