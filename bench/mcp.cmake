@@ -1,0 +1,3 @@
+add_executable(mcp_bench mcp_bench.cpp)
+target_link_libraries(mcp_bench PRIVATE velmora_mcp velmora_platform_linux)
+velmora_precompile(mcp_bench)
