@@ -44,8 +44,9 @@ AnswerView::AnswerView(QWidget* parent)
     applyTheme();
 }
 
-void AnswerView::show(std::shared_ptr<const std::string> text, const std::string& status) {
+void AnswerView::show(std::shared_ptr<const std::string> text, bool answered, const std::string& status) {
     text_->setText(std::move(text));
+    if (std::exchange(answered_, answered) != answered) applyTheme();
     const QString line = texts::line(status);
     if (line == status_->accessibleName()) return;
     status_->setAccessibleName(line);
@@ -73,8 +74,8 @@ void AnswerView::applyTheme() {
     const Theme& theme = Theme::current();
     QPalette colours = palette();
     colours.setColor(QPalette::WindowText, theme.text);
-    colours.setColor(QPalette::Text, theme.text);
     heading_->setPalette(colours);
+    colours.setColor(QPalette::Text, answered_ ? theme.text : theme.secondary);
     text_->setPalette(colours);
 }
 

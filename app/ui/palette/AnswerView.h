@@ -16,8 +16,8 @@ class AnswerView final : public QWidget {
   public:
     explicit AnswerView(QWidget* parent);
 
-    /// One line of `status`.
-    void show(std::shared_ptr<const std::string> text, const std::string& status);
+    /// What stands in place of an answer is paler than one. One line of `status`.
+    void show(std::shared_ptr<const std::string> text, bool answered, const std::string& status);
     [[nodiscard]] PassiveText& text() { return *text_; }
 
   protected:
@@ -30,6 +30,7 @@ class AnswerView final : public QWidget {
     QLabel* heading_;
     QWidget* status_;  // keeps the room of the status and tells it to those who do not see it
     PassiveText* text_;
+    bool answered_ = false;
 };
 
 }  // namespace velmora

@@ -165,7 +165,7 @@ void PaletteView::refreshContent(const PaletteScreen& screen) {
             content_->setCurrentWidget(empty_);
             break;
         case PaletteScreen::Page::answer:
-            answer_->show(screen.answer, screen.answerStatus);
+            answer_->show(screen.answer, screen.answered, screen.answerStatus);
             content_->setCurrentWidget(answer_);
             break;
         case PaletteScreen::Page::preview:

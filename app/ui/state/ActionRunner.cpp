@@ -19,12 +19,12 @@ ActionRunner::Busy::~Busy() {
 ActionRunner::ActionRunner(std::shared_ptr<AppServices> services, std::shared_ptr<PaletteFeedback> feedback)
     : services_(std::move(services)), feedback_(std::move(feedback)) {}
 
-void ActionRunner::start(std::function<Task<>(Busy)> work) {
-    if (busy_) return;
+TaskHandle ActionRunner::start(std::function<Task<>(Busy)> work) {
+    if (busy_) return {};
     const PaletteFeedback::Gathering gathering(*feedback_);
     feedback_->clearError();
     // What is spawned can be copied and the right to run cannot: the task takes it over when it begins.
-    spawn(services_->platform.main, [work = std::move(work), busy = std::make_shared<Busy>(shared_from_this())] {
+    return spawn(services_->platform.main, [work = std::move(work), busy = std::make_shared<Busy>(shared_from_this())] {
         return work(std::move(*busy));
     });
 }

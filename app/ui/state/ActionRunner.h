@@ -18,22 +18,6 @@ class AppServices;
 /// Runs on: the main thread. Lives in a `shared_ptr`. Fails with: nothing; failures become the error line.
 class ActionRunner : public std::enable_shared_from_this<ActionRunner> {
   public:
-    ActionRunner(std::shared_ptr<AppServices> services, std::shared_ptr<PaletteFeedback> feedback);
-
-    /// Whether something is running; until it has ended nothing else is begun.
-    [[nodiscard]] bool busy() const { return busy_; }
-
-    void run(const ResultPointer& result, const CommandAction& action);
-
-    /// Launches the application of the result `id` with arguments as the user typed them, and remembers those.
-    void launch(const std::string& id, const std::string& arguments);
-
-    /// How often, and when last, each command was used.
-    [[nodiscard]] const UsageMap& usages() const { return usages_; }
-    /// Fails with `AppError` (database).
-    [[nodiscard]] Task<> loadUsages();
-
-  private:
     /// The right to run something. The runner is busy for as long as it exists, so the task that owns it cannot leave
     /// the palette stuck, however it ends.
     class Busy {
@@ -49,7 +33,25 @@ class ActionRunner : public std::enable_shared_from_this<ActionRunner> {
         std::shared_ptr<ActionRunner> runner_;
     };
 
-    void start(std::function<Task<>(Busy)> work);
+    ActionRunner(std::shared_ptr<AppServices> services, std::shared_ptr<PaletteFeedback> feedback);
+
+    /// Whether something is running; until it has ended nothing else is begun.
+    [[nodiscard]] bool busy() const { return busy_; }
+
+    /// Starts `work` with the right to run, which ends with its task. Nothing when something is running already.
+    TaskHandle start(std::function<Task<>(Busy)> work);
+
+    void run(const ResultPointer& result, const CommandAction& action);
+
+    /// Launches the application of the result `id` with arguments as the user typed them, and remembers those.
+    void launch(const std::string& id, const std::string& arguments);
+
+    /// How often, and when last, each command was used.
+    [[nodiscard]] const UsageMap& usages() const { return usages_; }
+    /// Fails with `AppError` (database).
+    [[nodiscard]] Task<> loadUsages();
+
+  private:
     [[nodiscard]] Task<> perform(Busy busy, ResultPointer result, CommandAction action);
     [[nodiscard]] Task<> performLaunch(Busy busy, std::string id, std::string arguments);
     [[nodiscard]] Task<> recordUse(std::string id);

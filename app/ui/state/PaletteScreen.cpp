@@ -71,8 +71,11 @@ PaletteScreen PaletteScreen::of(const PaletteState& state) {
     if (state.argumentTarget()) screen.argumentHelp = argumentHint;
     screen.page = pageOf(state);
     screen.nothing = nothingOf(state);
-    screen.answer = assistant.output()->empty() ? std::make_shared<const std::string>(assistant.introduction())
-                                                : assistant.output();
+    if (screen.page == Page::answer) {
+        screen.answered = !assistant.output()->empty();
+        screen.answer = screen.answered ? assistant.output()
+                                        : std::make_shared<const std::string>(assistant.introduction());
+    }
     if (state.busy()) screen.answerStatus = assistant.status();
     if (screen.page == Page::preview) screen.previewed = state.selectedResult();
     if (state.showsActions()) screen.acting = state.selectedResult();

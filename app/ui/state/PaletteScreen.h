@@ -49,7 +49,8 @@ struct PaletteScreen {
     std::string argumentHelp;
     Page page = Page::list;
     Nothing nothing;
-    std::shared_ptr<const std::string> answer;
+    std::shared_ptr<const std::string> answer;  ///< on the answer page: the answer, or what is said before there is one
+    bool answered = false;
     std::string answerStatus;
     ResultPointer previewed;  ///< the result whose `previewText` is shown; on the preview page only
     ResultPointer acting;     ///< the result whose actions are listed; none: the menu is closed

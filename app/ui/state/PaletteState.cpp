@@ -32,7 +32,7 @@ PaletteState::PaletteState(std::shared_ptr<AppServices> services)
       groups_(std::make_shared<CommandGroups>(services_, registry_, feedback_)),
       runner_(std::make_shared<ActionRunner>(services_, feedback_)),
       arguments_(std::make_shared<ArgumentEntry>(services_, feedback_, runner_)),
-      assistant_(feedback_) {
+      assistant_(std::make_shared<AssistantState>(services_, feedback_, runner_)) {
     subscriptions_.push_back(groups_->onReplaced([this] { listAgain(); }));
     subscriptions_.push_back(arguments_->onLoaded([this] { search(); }));
 }
@@ -105,6 +105,12 @@ void PaletteState::chooseFileDirectory() {
 }
 
 void PaletteState::cancelWork() {
+    const Gathering gathering(*feedback_);
+    cancelSearch();
+    assistant_->cancel();
+}
+
+void PaletteState::cancelSearch() {
     ++generation_;
     queryTask_.cancel();
     queryTask_ = {};
@@ -113,7 +119,7 @@ void PaletteState::cancelWork() {
 
 void PaletteState::search() {
     const Gathering gathering(*feedback_);
-    cancelWork();
+    cancelSearch();
     feedback_->clearError();
     feedback_->set(showsPreview_, false);
     if (argumentTarget()) {
@@ -211,7 +217,9 @@ void PaletteState::togglePreview() {
 
 void PaletteState::escape() {
     const Gathering gathering(*feedback_);
-    if (showsActions_) {
+    if (mode_ == Mode::ai && busy()) {
+        assistant_->cancel();
+    } else if (showsActions_) {
         feedback_->set(showsActions_, false);
     } else if (showsPreview_) {
         feedback_->set(showsPreview_, false);
@@ -229,7 +237,7 @@ void PaletteState::escape() {
 void PaletteState::enter(Mode mode, std::optional<Agent> agent) {
     const Gathering gathering(*feedback_);
     feedback_->set(mode_, mode);
-    assistant_.begin(std::move(agent));
+    assistant_->begin(std::move(agent));
     arguments_->end();
     setQuery({});
 }
@@ -248,7 +256,7 @@ void PaletteState::execute(std::optional<CommandAction> action) {
     if (argumentTarget()) {
         arguments_->submit(query_, action);
     } else if (mode_ == Mode::ai) {
-        assistant_.ask(query_);
+        assistant_->ask(query_);
     } else if (const ResultPointer selected = selectedResult(); selected && action) {
         runner_->run(selected, *action);
     }

@@ -37,7 +37,7 @@ class PaletteState : public std::enable_shared_from_this<PaletteState> {
 
     /// Registers the built-in commands, loads usage and the applications, and lists everything. Works once.
     [[nodiscard]] Task<> start();
-    /// Ends a start that is under way and the pending search, for good.
+    /// Ends a start that is under way and the pending work, for good.
     void stop();
 
     [[nodiscard]] Mode mode() const { return mode_; }
@@ -54,7 +54,7 @@ class PaletteState : public std::enable_shared_from_this<PaletteState> {
     [[nodiscard]] const ResultPointer& argumentTarget() const { return arguments_->target(); }
     /// The folder that the files mode searches; none: every indexed folder.
     [[nodiscard]] const std::optional<std::string>& fileDirectory() const { return fileDirectory_; }
-    [[nodiscard]] const AssistantState& assistant() const { return assistant_; }
+    [[nodiscard]] const AssistantState& assistant() const { return *assistant_; }
     /// The selected row, if there is one.
     [[nodiscard]] ResultPointer selectedResult() const;
 
@@ -88,13 +88,14 @@ class PaletteState : public std::enable_shared_from_this<PaletteState> {
     void beginArguments();
     void toggleActions();
     void togglePreview();
-    /// Cancels the pending search.
+    /// Cancels the pending search and the request to the assistant.
     void cancelWork();
     /// Shows a failure as the error line.
     void showError(std::string sentence) { feedback_->showError(std::move(sentence)); }
 
   private:
     [[nodiscard]] std::vector<ResultPointer> ranked();
+    void cancelSearch();
     void searchLater(std::shared_ptr<ResultSource> source);
     [[nodiscard]] Task<> answer(std::shared_ptr<ResultSource> source, int generation);
     void showResults(std::vector<ResultPointer> results);
@@ -107,7 +108,7 @@ class PaletteState : public std::enable_shared_from_this<PaletteState> {
     std::shared_ptr<CommandGroups> groups_;
     std::shared_ptr<ActionRunner> runner_;
     std::shared_ptr<ArgumentEntry> arguments_;
-    AssistantState assistant_;
+    std::shared_ptr<AssistantState> assistant_;
     std::vector<Subscription> subscriptions_;
 
     bool started_ = false;
