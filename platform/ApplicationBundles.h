@@ -7,7 +7,7 @@
 
 namespace velmora {
 
-/// What an application says of itself.
+/// What an application says of itself; a text is cut off where no real one is as long.
 struct BundleInformation {
     std::optional<std::string> displayName;  ///< in the user's language
     std::optional<std::string> identifier;

@@ -46,8 +46,11 @@ std::size_t characterCount(std::string_view text);
 /// The user-perceived characters one by one, as views into `text`.
 std::vector<std::string_view> characters(std::string_view text);
 
-/// The first `count` user-perceived characters.
+/// The first `count` user-perceived characters. One of them can be as long as the text: its marks have no limit.
 std::string_view prefix(std::string_view text, std::size_t count);
+
+/// The first `maximumBytes` bytes, less the code point that they would cut in two.
+std::string_view beginning(std::string_view text, std::size_t maximumBytes);
 
 /// "yesterday", "2 hours ago": `then` as seen from `now`, in words, in the current locale.
 std::string relativeTime(TimePoint then, TimePoint now);

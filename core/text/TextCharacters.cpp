@@ -83,4 +83,13 @@ std::string_view prefix(std::string_view text, std::size_t count) {
     return text.substr(0, end);
 }
 
+std::string_view beginning(std::string_view text, std::size_t maximumBytes) {
+    if (text.size() <= maximumBytes) return text;
+    constexpr std::size_t longestTail = 3;  // of a code point; more of such bytes belong to none
+    std::size_t end = maximumBytes;
+    while (end > 0 && maximumBytes - end < longestTail && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U)
+        --end;
+    return text.substr(0, end);
+}
+
 }  // namespace velmora::text

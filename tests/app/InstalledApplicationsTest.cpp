@@ -113,6 +113,10 @@ TEST_F(InstalledApplicationsTest, MakesNamesFitForOneLine) {
     EXPECT_EQ(name("\\sTab\\tand\x1b[31m\x7f"), "Tab and [31m");
     EXPECT_EQ(name("\\s\\t"), "3 \uFFFD");
     EXPECT_EQ(name(std::string(100'000, 'n')), std::string(256, 'n'));
+    std::string marks = "n";
+    while (marks.size() < 900'000)
+        marks += "\u0301";
+    EXPECT_LE(name(marks).size(), 4096U) << "one character, as it were";
 }
 
 TEST_F(InstalledApplicationsTest, LaunchesOnlyWhatIsInstalled) {

@@ -14,6 +14,7 @@ using namespace std::chrono_literals;
 constexpr auto listTimeout = 20s;
 constexpr auto runTimeout = 180s;
 constexpr std::size_t listLimit = std::size_t{1} << 20U;
+constexpr std::size_t longestName = 1024;  // four times what a file's can have
 
 std::string_view withoutBlanks(std::string_view line) {
     line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
@@ -31,7 +32,7 @@ Task<std::vector<std::string>> ShortcutsCLI::listNames() {
         const std::string_view line = rest.substr(0, rest.find('\n'));
         rest.remove_prefix(std::min(line.size() + 1, rest.size()));
         const std::string_view name = withoutBlanks(line);
-        if (!name.empty()) names.emplace_back(name);
+        if (!name.empty() && name.size() <= longestName) names.emplace_back(name);
     }
     co_return names;
 }

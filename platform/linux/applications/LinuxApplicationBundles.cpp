@@ -1,5 +1,6 @@
 #include "platform/linux/applications/LinuxApplicationBundles.h"
 
+#include "core/text/Text.h"
 #include "platform/linux/applications/DesktopEntry.h"
 #include "platform/linux/applications/PropertyList.h"
 #include "platform/linux/applications/WindowClassIndex.h"
@@ -35,7 +36,10 @@ std::optional<Version> version(const std::string& path) {
     return Version{status.st_dev, status.st_ino, status.st_size, status.st_ctim.tv_sec, status.st_ctim.tv_nsec};
 }
 
+/// Kept of every application, and shown, sorted and searched by: not as much of a text as a file can hold.
 struct Description {
+    static std::string text(std::string_view whole) { return std::string(text::beginning(whole, 4096)); }
+
     std::optional<BundleInformation> information;
     std::string tryExec;
     std::string windowClass;
@@ -43,11 +47,11 @@ struct Description {
 
 Description describeBundle(const std::string& path) {
     static constexpr std::array keys{"CFBundleDisplayName"sv, "CFBundleName"sv, "CFBundleIdentifier"sv};
-    auto strings = bundleStrings(path, keys);
+    const auto strings = bundleStrings(path, keys);
     if (!strings) return {};
     const auto value = [&](std::string_view key) -> std::optional<std::string> {
         const auto found = strings->find(std::string(key));
-        return found == strings->end() ? std::nullopt : std::optional(std::move(found->second));
+        return found == strings->end() ? std::nullopt : std::optional(Description::text(found->second));
     };
     BundleInformation information;
     information.displayName = value(keys[0]);
@@ -69,15 +73,15 @@ std::string desktopId(const std::string& path, const std::string& root) {
 /// What is no application's entry has no identifier, so that it hides nothing but itself.
 Description describeEntry(const std::string& path, const std::string& root, const DesktopEnvironment& environment) {
     BundleInformation information;
-    auto entry = DesktopEntry::load(path, environment.languages);
+    const auto entry = DesktopEntry::load(path, environment.languages);
     if (!entry) {
         information.hidden = true;
         return {std::move(information), {}, {}};
     }
-    information.displayName = std::move(entry->name);
+    information.displayName = Description::text(entry->name);
     information.identifier = desktopId(path, root);
     information.hidden = !entry->isShown(environment.currentDesktops);
-    return {std::move(information), std::move(entry->tryExec), std::move(entry->startupWMClass)};
+    return {std::move(information), Description::text(entry->tryExec), Description::text(entry->startupWMClass)};
 }
 
 }  // namespace

@@ -35,6 +35,9 @@ TEST(Text, CountsUserPerceivedCharacters) {
     EXPECT_EQ(text::prefix(family + "ab", 2), family + "a");
     EXPECT_EQ(text::prefix("a\r\nbc", 2), "a\r\n");
     EXPECT_EQ(text::prefix("a\xC3(bc", 2), "a\xC3");
+    EXPECT_EQ(text::beginning("ab帮", 4), "ab");
+    EXPECT_EQ(text::beginning("ab帮", 5), "ab帮");
+    EXPECT_EQ(text::beginning(std::string(9, '\x80'), 7).size(), 4U) << "not UTF-8, and no reason to go further back";
 }
 
 TEST(Text, RevealsWhatNobodySees) {
