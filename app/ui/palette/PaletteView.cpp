@@ -149,8 +149,8 @@ void PaletteView::refreshInputRow(const PaletteScreen& screen) {
     back_->setVisible(!screen.atHome);
     folder_->setVisible(screen.folder.has_value());
     if (!screen.folder) return;
-    folder_->setText(texts::of(screen.folder->label));
-    folder_->setToolTip(texts::of(screen.folder->path).toHtmlEscaped());
+    folder_->setText(texts::line(screen.folder->label));
+    folder_->setToolTip(texts::line(screen.folder->path).toHtmlEscaped());
     folder_->updateGeometry();
 }
 
