@@ -66,7 +66,7 @@ Task<> AppDelegate::start() {
     state_ = std::make_shared<PaletteState>(services_);
     controller_ = std::make_unique<PaletteController>(
         state_, PaletteController::Desktop{platform_.main, platform_.disk, viewPlatform_.windowManager,
-                                           viewPlatform_.fileIcons});
+                                           platform_.childProcesses, viewPlatform_.fileIcons});
     paletteStart_ = spawn(platform_.main, [state = state_] { return state->start(); });
     AppLog::app.info("Velmora is ready");
     if (std::exchange(showWhenReady_, false)) controller_->show();

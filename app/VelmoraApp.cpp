@@ -2,6 +2,7 @@
 
 #include "app/AppDelegate.h"
 #include "app/log/AppLog.h"
+#include "app/ui/icons/IconDecoder.h"
 #include "app/ui/shell/DBusAvailability.h"
 #include "app/ui/shell/SystemAppearance.h"
 #include "app/ui/shell/Trace.h"
@@ -9,6 +10,7 @@
 #include "platform/Runtime.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/dbus/SingleInstance.h"
+#include "platform/linux/process/ResourceLimits.h"
 #include "platform/linux/session/ExitDeadline.h"
 #include "platform/linux/session/TerminationSignals.h"
 #include "platform/qt/QtMainExecutor.h"
@@ -16,6 +18,7 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QIcon>
 #include <QSessionManager>
 #include <QSocketNotifier>
 #include <QTimer>
@@ -31,6 +34,7 @@ namespace {
 
 constexpr std::chrono::milliseconds busHeadStart{100};
 constexpr std::chrono::seconds quitDeadline{2};
+constexpr std::size_t decodingMemory = std::size_t{1} << 30U;
 
 bool hasGraphicalSession() {
     for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
@@ -94,6 +98,23 @@ void onToolkitMessage(QtMsgType type, const QMessageLogContext& context, const Q
     }
 }
 
+/// The toolkit opens what lies in the folders of the icon theme on the main thread, whatever it is, and a pipe there
+/// would stop the program. It has pictures of its own for its dialogs; the program's icons are read elsewhere.
+void keepToolkitFromIconThemes() {
+    const QStringList none{QStringLiteral(":/icons")};  // an empty list stands for the usual folders
+    QIcon::setThemeSearchPaths(none);
+    QIcon::setFallbackSearchPaths(none);
+}
+
+/// The process that decodes pictures for the program. Drawings can have letters, and fonts are the application's.
+int decodeIcons(int argc, char** argv) {
+    const QGuiApplication application(argc, argv);
+    limitResources(decodingMemory);
+    std::ios::sync_with_stdio(false);
+    IconDecoder::serve(std::cin, std::cout, endProcessAfter);
+    return 0;
+}
+
 /// For benchmarks: a heartbeat that tells for how long the loop came to nothing else.
 std::unique_ptr<QTimer> watchLoop() {
     using namespace std::chrono_literals;
@@ -126,6 +147,7 @@ int run(int argc, char** argv, bool showAtStart, SingleInstance& instance) {
     QApplication::setApplicationName("Velmora");
     QApplication::setDesktopFileName("dev.velmora.brisklane");
     QApplication::setQuitOnLastWindowClosed(false);
+    keepToolkitFromIconThemes();
 
     LinuxPlatform linuxPlatform;
     QtMainExecutor main;
@@ -154,6 +176,7 @@ int run(int argc, char** argv, bool showAtStart, SingleInstance& instance) {
 
 int main(int argc, char** argv) {
     using namespace velmora;
+    if (argc == 2 && std::string_view(argv[1]) == IconDecoder::argument) return decodeIcons(argc, argv);
     bool show = false;
     for (int i = 1; i < argc; ++i) {
         if (std::string_view(argv[i]) != "--show") {

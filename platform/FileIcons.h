@@ -5,12 +5,6 @@
 
 namespace velmora {
 
-/// The picture of a file. Nothing set: the file has none of its own.
-struct FileIcon {
-    std::vector<std::string> themeNames;  ///< names in the user's icon theme, the best one first
-    std::string image;  ///< what an image file holds, 8 MiB at most; used instead of the names when not empty
-};
-
 /// Which icon the desktop shows for a file: an application's own, or that of its type.
 ///
 /// Runs on: any thread; the call reads the disk. Fails with: nothing, what cannot be read has no icon.
@@ -18,7 +12,10 @@ class FileIcons {
   public:
     virtual ~FileIcons() = default;
 
-    [[nodiscard]] virtual FileIcon find(const std::string& path) const = 0;
+    /// What the image file of the icon holds, 8 MiB at most and whatever it is; empty: there is none. Names are looked
+    /// up in the icon themes `themes`, the preferred one first, for a picture of `pixels` × `pixels`.
+    [[nodiscard]] virtual std::string find(const std::string& path, const std::vector<std::string>& themes,
+                                           int pixels) const = 0;
 };
 
 }  // namespace velmora

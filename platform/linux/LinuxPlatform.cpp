@@ -85,7 +85,7 @@ struct LinuxPlatform::Services {
     std::unique_ptr<WaylandClipboard> wayland = WaylandClipboard::connect({});
     std::shared_ptr<const LinuxApplicationBundles> applications = std::make_shared<LinuxApplicationBundles>(desktop);
     LinuxFrontmostApplication frontmost{pool.executor(), x11.get(), applications};
-    std::shared_ptr<const FileIcons> fileIcons = std::make_shared<const LinuxFileIcons>();
+    std::shared_ptr<const FileIcons> fileIcons = std::make_shared<const LinuxFileIcons>(desktop);
 };
 
 LinuxPlatform::LinuxPlatform() : services_(std::make_unique<Services>()) {

@@ -36,8 +36,7 @@ constexpr Qt::WindowFlags framedFlags =
 
 QIcon icon(AlertDialog::Kind kind, const QStyle& style) {
     const bool warning = kind == AlertDialog::Kind::confirmation;
-    return QIcon::fromTheme(QLatin1String(warning ? "dialog-warning" : "dialog-error"),
-                            style.standardIcon(warning ? QStyle::SP_MessageBoxWarning : QStyle::SP_MessageBoxCritical));
+    return style.standardIcon(warning ? QStyle::SP_MessageBoxWarning : QStyle::SP_MessageBoxCritical);
 }
 
 }  // namespace

@@ -221,6 +221,23 @@ class Life(PaletteTest):
         command = ["import", "-silent", "-window", "root", "-crop", middle, "-resize", "1x1!", "-depth", "8", "gray:-"]
         self.assertLess(self.desktop.run_for_bytes(command)[0], 90)
 
+    def test_icons_hold_nothing_up(self):
+        theme = self.desktop.data / "icons/hicolor"
+        (theme / "32x32/apps").mkdir(parents=True)
+        for pipe in (theme / "index.theme", theme / "32x32/apps/piped.png"):
+            os.mkfifo(pipe)
+        drawing = self.desktop.home / "endless.svg"
+        dashes = " ".join(f"L99999 {number} L0 0" for number in range(50_000))
+        drawing.write_text(f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 9 9"><path d="M0 0 {dashes}" '
+                           'fill="none" stroke="#000" stroke-dasharray="9 9" stroke-width="30"/></svg>')
+        for name, icon in (("Piped", "piped"), ("Endless", drawing)):
+            (self.desktop.data / f"applications/{name}.desktop").write_text(
+                f"[Desktop Entry]\nType=Application\nName={name} Picture\nExec=true\nIcon={icon}\n")
+        self.open()
+        self.query("picture")
+        self.wait_for_row("Endless Picture", 0)
+        self.wait_for_row("Piped Picture", 1)
+
     def test_of_two_starts_at_once_one_stays(self):
         started = [self.start("--show") for _ in range(2)]
         self.desktop.wait_for_window(TITLE)

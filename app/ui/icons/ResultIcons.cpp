@@ -1,13 +1,13 @@
 #include "app/ui/icons/ResultIcons.h"
 
-#include "app/ui/icons/IconImage.h"
 #include "app/ui/icons/SymbolIcons.h"
 #include "app/ui/widgets/Theme.h"
 
 #include <QIcon>
 #include <QPainter>
-#include <algorithm>
 #include <chrono>
+#include <ranges>
+#include <utility>
 
 namespace velmora {
 namespace {
@@ -18,10 +18,6 @@ constexpr std::size_t preloadedIcons = 300;
 // A list of new rows is painted once more when the last of their icons is there, not at each of them. One that takes
 // long does not hold back the others for more than two frames.
 constexpr std::chrono::milliseconds longestSilence{33};
-
-QString keyOf(const std::string& path, qreal devicePixelRatio) {
-    return QString::number(devicePixelRatio) + u'|' + QString::fromStdString(path);
-}
 
 /// A frame of the size of a result's icon with `content` in its middle.
 QPixmap framed(const QPixmap& content, qreal devicePixelRatio) {
@@ -34,55 +30,63 @@ QPixmap framed(const QPixmap& content, qreal devicePixelRatio) {
     return frame;
 }
 
-QPixmap fromTheme(const std::vector<std::string>& names, qreal devicePixelRatio) {
-    for (const std::string& name : names) {
-        const QString themeName = QString::fromStdString(name);
-        const QIcon icon = QIcon::fromTheme(themeName);
-        if (icon.isNull() || icon.name() != themeName) continue;
-        const QPixmap pixmap = icon.pixmap(QSize(Theme::iconFrame, Theme::iconFrame), devicePixelRatio);
-        if (!pixmap.isNull()) return pixmap;
-    }
-    return {};
+/// The icon themes to look in. They cover each other's gaps, and the bare fallback of all of them holds hardly more
+/// than applications.
+std::vector<std::string> iconThemes() {
+    std::vector<std::string> names;
+    for (const QString& name : {QIcon::themeName(), QIcon::fallbackThemeName(), QStringLiteral("Adwaita")})
+        names.push_back(name.toStdString());
+    return names;
 }
 
 }  // namespace
 
-ResultIcons::ResultIcons(MainExecutor main, const Executor& pool, std::shared_ptr<const FileIcons> fileIcons)
-    : main_(std::move(main)), reader_(pool), fileIcons_(std::move(fileIcons)), cache_(cachedIcons) {
+ResultIcons::ResultIcons(MainExecutor main, const Executor& pool, ChildProcesses& processes,
+                         std::shared_ptr<const FileIcons> fileIcons)
+    : main_(std::move(main)),
+      finder_(pool),
+      decoder_(processes),
+      fileIcons_(std::move(fileIcons)),
+      cache_(cachedIcons) {
     announcement_.setSingleShot(true);
     announcement_.setInterval(longestSilence);
     announcement_.callOnTimeout([this] { onLoaded(); });
+}
+
+ResultIcons::File ResultIcons::file(const std::string& path, qreal devicePixelRatio) {
+    QString key = QString::number(devicePixelRatio) + u'|' + QString::fromStdString(path);
+    return {std::move(key), path, qRound(Theme::iconFrame * devicePixelRatio), devicePixelRatio};
 }
 
 QPixmap ResultIcons::pixmap(const CommandIcon& icon, qreal devicePixelRatio, const QColor& symbolColour) {
     if (icon.kind == CommandIcon::Kind::symbol)
         return symbol(QString::fromStdString(icon.value), devicePixelRatio, symbolColour);
     if (!fileIcons_) return symbol(QStringLiteral("doc"), devicePixelRatio, symbolColour);
-    const QString key = keyOf(icon.value, devicePixelRatio);
-    if (const QPixmap* const cached = cache_.object(key)) {
+    File wanted = file(icon.value, devicePixelRatio);
+    if (const QPixmap* const cached = cache_.object(wanted.key))
         return cached->isNull() ? symbol(QStringLiteral("app"), devicePixelRatio, symbolColour) : *cached;
-    }
-    if (!loading_.contains(key)) {
-        loading_.insert(key);
-        spawn(main_, [weak = weak_from_this(), path = icon.value, devicePixelRatio] {
-            return load(weak, path, devicePixelRatio);
-        });
+    if (!awaited_.contains(wanted.key)) {
+        awaited_.insert(wanted.key);
+        awaitedFiles_.push_back(std::move(wanted));
+        read();
     }
     return {};
 }
 
-void ResultIcons::preload(std::vector<std::string> paths, qreal devicePixelRatio) {
-    if (!fileIcons_ || !preloading_.done()) return;
-    paths.resize(std::min(paths.size(), preloadedIcons));
-    preloading_ = spawn(main_, [weak = weak_from_this(), paths = std::move(paths), devicePixelRatio]() -> Task<> {
-        for (const std::string& path : paths) {
-            const auto self = weak.lock();
-            if (!self) co_return;
-            if (self->cache_.contains(keyOf(path, devicePixelRatio))) continue;
-            Task<> loading = load(weak, path, devicePixelRatio);
-            co_await std::move(loading);
-        }
-    });
+void ResultIcons::preload(const std::vector<std::string>& paths, qreal devicePixelRatio) {
+    if (!fileIcons_) return;
+    likelyFiles_.clear();
+    for (const std::string& path : paths | std::views::take(preloadedIcons))
+        likelyFiles_.push_back(file(path, devicePixelRatio));
+    read();
+}
+
+void ResultIcons::rest() {
+    awaited_.clear();
+    awaitedFiles_.clear();
+    likelyFiles_.clear();
+    resting_ = true;
+    if (!reading_) decoder_.rest();
 }
 
 QPixmap ResultIcons::symbol(const QString& name, qreal devicePixelRatio, const QColor& colour) {
@@ -94,33 +98,61 @@ QPixmap ResultIcons::symbol(const QString& name, qreal devicePixelRatio, const Q
     return pixmap;
 }
 
-Task<> ResultIcons::load(std::weak_ptr<ResultIcons> weak, std::string path, qreal devicePixelRatio) {
-    const auto self = weak.lock();
-    if (!self) co_return;
-    FileIcon icon;
-    QImage image;
-    const int size = qRound(Theme::iconFrame * devicePixelRatio);
-    const auto read = [&] {
-        icon = self->fileIcons_->find(path);
-        if (!icon.image.empty()) image = IconImage::decode(icon.image, size);
-    };
-    try {
-        co_await self->reader_.run(read);
-    } catch (const std::exception&) {
-        icon = {};  // a file without an icon of its own
-    }
-    self->keep(path, devicePixelRatio, icon, image);
+void ResultIcons::read() {
+    resting_ = false;
+    if (std::exchange(reading_, true)) return;
+    spawn(main_, [weak = weak_from_this()] { return readAll(weak); });
 }
 
-void ResultIcons::keep(const std::string& path, qreal devicePixelRatio, const FileIcon& icon, const QImage& image) {
+Task<> ResultIcons::readAll(std::weak_ptr<ResultIcons> weak) {
+    while (const auto self = weak.lock()) {
+        const std::optional<File> wanted = self->next();
+        if (!wanted) {
+            self->reading_ = false;
+            if (self->resting_) self->decoder_.rest();
+            co_return;
+        }
+        Task<QImage> loading = self->load(*wanted);
+        const QImage image = co_await std::move(loading);
+        self->keep(*wanted, image);
+    }
+}
+
+/// What is not there yet and is to be read next.
+std::optional<ResultIcons::File> ResultIcons::next() {
+    for (std::deque<File>* const queue : {&awaitedFiles_, &likelyFiles_}) {
+        while (!queue->empty()) {
+            File first = std::move(queue->front());
+            queue->pop_front();
+            if (!cache_.contains(first.key)) return first;
+        }
+    }
+    return std::nullopt;
+}
+
+Task<QImage> ResultIcons::load(const File& file) {
+    std::string contents;
+    const auto find = [this, &contents, &file, themes = iconThemes()] {
+        contents = fileIcons_->find(file.path, themes, file.size);
+    };
+    try {
+        co_await finder_.run(find);
+    } catch (const Cancelled&) {
+        throw;
+    } catch (const std::exception&) {
+        contents.clear();  // a file without an icon of its own
+    }
+    if (contents.empty()) co_return QImage();
+    Task<QImage> decoding = decoder_.decode(std::move(contents), file.size);
+    co_return co_await std::move(decoding);
+}
+
+void ResultIcons::keep(const File& file, const QImage& image) {
     QPixmap content = QPixmap::fromImage(image);
-    content.setDevicePixelRatio(devicePixelRatio);
-    if (content.isNull()) content = fromTheme(icon.themeNames, devicePixelRatio);
-    const QString key = keyOf(path, devicePixelRatio);
-    const bool isAwaited = loading_.remove(key);
-    cache_.insert(key, new QPixmap(content.isNull() ? content : framed(content, devicePixelRatio)));
-    if (!isAwaited) return;
-    if (loading_.isEmpty()) {
+    content.setDevicePixelRatio(file.devicePixelRatio);
+    cache_.insert(file.key, new QPixmap(content.isNull() ? content : framed(content, file.devicePixelRatio)));
+    if (!awaited_.remove(file.key)) return;
+    if (awaited_.isEmpty()) {
         announcement_.stop();
         onLoaded();
     } else if (!announcement_.isActive()) {

@@ -1,7 +1,6 @@
 #include "app/ui/icons/SymbolIcons.h"
 
 #include <QCache>
-#include <QIcon>
 #include <QPainter>
 #include <QSvgRenderer>
 #include <algorithm>
@@ -19,16 +18,6 @@ const SymbolDrawing& drawingOf(std::string_view symbol) {
     };
     const auto found = named(symbol);
     return found != all.end() ? *found : *named(unknownSymbol);
-}
-
-QPixmap fromTheme(const SymbolDrawing& symbol, int size, qreal devicePixelRatio) {
-    const auto names = QString::fromUtf8(symbol.themeNames.data(), static_cast<qsizetype>(symbol.themeNames.size()));
-    for (const QString& name : names.split(u' ', Qt::SkipEmptyParts)) {
-        const QIcon icon = QIcon::fromTheme(name);
-        // A theme without the icon offers the next more general name, which need not be a one-coloured picture.
-        if (!icon.isNull() && icon.name() == name) return icon.pixmap(QSize(size, size), devicePixelRatio);
-    }
-    return {};
 }
 
 QPixmap drawn(const SymbolDrawing& symbol, int size, qreal devicePixelRatio) {
@@ -54,14 +43,12 @@ void colourise(QPixmap& pixmap, const QColor& colour) {
 
 QPixmap SymbolIcons::pixmap(const QString& symbol, int size, qreal devicePixelRatio, const QColor& colour) {
     static QCache<QString, QPixmap> cache(cachedPixmaps);
-    const QString key = QStringLiteral("%1|%2|%3|%4|%5")
-                            .arg(symbol.left(80), QIcon::themeName(), colour.name(QColor::HexArgb))
+    const QString key = QStringLiteral("%1|%2|%3|%4")
+                            .arg(symbol.left(80), colour.name(QColor::HexArgb))
                             .arg(size)
                             .arg(devicePixelRatio);
     if (const QPixmap* const cached = cache.object(key)) return *cached;
-    const SymbolDrawing& drawing = drawingOf(symbol.toStdString());
-    QPixmap pixmap = fromTheme(drawing, size, devicePixelRatio);
-    if (pixmap.isNull()) pixmap = drawn(drawing, size, devicePixelRatio);
+    QPixmap pixmap = drawn(drawingOf(symbol.toStdString()), size, devicePixelRatio);
     colourise(pixmap, colour);
     cache.insert(key, new QPixmap(pixmap));
     return pixmap;

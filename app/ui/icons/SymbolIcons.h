@@ -8,17 +8,16 @@
 
 namespace velmora {
 
-/// One symbol image: a name the program knows, how icon themes call it, and a drawing of our own.
+/// One symbol image: a name the program knows, and what it looks like.
 struct SymbolDrawing {
     std::string_view symbol;
-    std::string_view themeNames;  ///< separated by blanks, the best one first; symbolic (one-coloured) icons only
     std::string_view drawing;  ///< SVG elements on a 24 × 24 grid less a rim of 2, stroked unless they say otherwise
 };
 
 /// Every symbol the program shows.
 std::span<const SymbolDrawing> symbolDrawings();
 
-/// Symbol images in one colour: from the user's icon theme where it has them, drawn otherwise.
+/// Symbol images in one colour, drawn by the program itself: they are there at once and match each other.
 ///
 /// Runs on: the main thread.
 namespace SymbolIcons {

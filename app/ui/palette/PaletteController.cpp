@@ -1,6 +1,7 @@
 #include "app/ui/palette/PaletteController.h"
 
 #include "app/log/AppLog.h"
+#include "app/ui/icons/ResultIcons.h"
 #include "app/ui/palette/PaletteInput.h"
 #include "app/ui/palette/PaletteView.h"
 #include "app/ui/widgets/Theme.h"
@@ -8,7 +9,6 @@
 #include <QApplication>
 #include <QCursor>
 #include <QDialog>
-#include <QIcon>
 #include <QInputMethod>
 #include <QScreen>
 #include <QWindow>
@@ -17,13 +17,6 @@ namespace velmora {
 namespace {
 
 constexpr double raise = 0.08;  // of the screen's height, above its middle
-
-/// Icon themes cover each other's gaps, and the bare fallback of all of them holds hardly more than applications.
-void ensureIconTheme() {
-    const QString fallback = QIcon::fallbackThemeName();
-    if (fallback.isEmpty() || fallback == QLatin1String("hicolor"))
-        QIcon::setFallbackThemeName(QStringLiteral("Adwaita"));
-}
 
 QScreen& screenWithMouse() {
     QScreen* const under = QGuiApplication::screenAt(QCursor::pos());
@@ -39,10 +32,10 @@ WindowManager::Edges devicePixels(const QMargins& margins, qreal ratio) {
 
 PaletteController::PaletteController(std::shared_ptr<PaletteState> state, Desktop desktop)
     : state_(std::move(state)),
+      icons_(std::make_shared<ResultIcons>(desktop.main, desktop.pool, desktop.childProcesses,
+                                           std::move(desktop.fileIcons))),
       windowManager_(desktop.windowManager),
-      view_(new PaletteView(
-          state_, std::make_shared<ResultIcons>(desktop.main, desktop.pool, std::move(desktop.fileIcons)), nullptr)) {
-    ensureIconTheme();
+      view_(new PaletteView(state_, icons_, nullptr)) {
     panel_.setContent(view_);
     panel_.setFocusProxy(&view_->input());
     hides_ = state_->onHide([this] { hide(); });
@@ -74,6 +67,7 @@ void PaletteController::hide() {
     if (!std::exchange(shown_, false)) return;
     state_->cancelWork();
     panel_.hide();
+    icons_->rest();
     AppLog::app.info("Palette hidden");
 }
 

@@ -2,6 +2,7 @@
 
 #include "app/ui/palette/CommandPanel.h"
 #include "app/ui/state/PaletteState.h"
+#include "platform/ChildProcess.h"
 #include "platform/FileIcons.h"
 #include "platform/WindowManager.h"
 
@@ -12,6 +13,7 @@ class QDialog;
 namespace velmora {
 
 class PaletteView;
+class ResultIcons;
 
 /// Shows, hides and places the palette's window, and gives its keys to the state.
 ///
@@ -22,6 +24,7 @@ class PaletteController {
         MainExecutor main;
         Executor pool;
         WindowManager& windowManager;
+        ChildProcesses& childProcesses;
         std::shared_ptr<const FileIcons> fileIcons;  ///< none: files have a neutral icon
     };
 
@@ -50,6 +53,7 @@ class PaletteController {
     [[nodiscard]] QDialog* openDialog() const;
 
     std::shared_ptr<PaletteState> state_;
+    std::shared_ptr<ResultIcons> icons_;
     Subscription hides_;
     WindowManager& windowManager_;
     CommandPanel panel_;

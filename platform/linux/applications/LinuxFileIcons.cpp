@@ -8,12 +8,10 @@
 
 #include <array>
 #include <string_view>
+#include <utility>
 
 namespace velmora {
 namespace {
-
-/// Far more than an icon has reason to take.
-constexpr std::size_t maximumImageBytes = 8U << 20U;
 
 /// Some entries name the file although they mean the icon of that name.
 std::string withoutEnding(const std::string& name) {
@@ -23,33 +21,34 @@ std::string withoutEnding(const std::string& name) {
     return name;
 }
 
-FileIcon iconOfType(const std::string& path) {
+/// What an application says its icon is.
+struct Named {
+    std::string image;               ///< what an image file holds
+    std::vector<std::string> names;  ///< otherwise, the best one first
+};
+
+std::vector<std::string> namesOfType(const std::string& path) {
     const glib::Object<GFile> file(g_file_new_for_path(path.c_str()));
     const glib::Object<GFileInfo> information(
         g_file_query_info(file.get(), G_FILE_ATTRIBUTE_STANDARD_ICON, G_FILE_QUERY_INFO_NONE, nullptr, nullptr));
-    FileIcon icon;
+    std::vector<std::string> names;
     GIcon* const found = information ? g_file_info_get_icon(information.get()) : nullptr;
-    if (!found || !G_IS_THEMED_ICON(found)) return icon;
+    if (!found || !G_IS_THEMED_ICON(found)) return names;
     for (const gchar* const* name = g_themed_icon_get_names(G_THEMED_ICON(found)); name && *name; ++name)
-        icon.themeNames.emplace_back(*name);
-    return icon;
+        names.emplace_back(*name);
+    return names;
 }
 
 /// As the desktop entry says it: an absolute path, or a name of the icon theme.
-FileIcon iconOfEntry(const std::string& path) {
-    FileIcon icon;
+Named iconOfEntry(const std::string& path) {
     const auto entry = DesktopEntry::load(path, DesktopEnvironment::userLanguages());
-    if (!entry || entry->icon.empty()) return icon;
-    if (entry->icon.starts_with('/')) {
-        icon.image = readBoundedFile(entry->icon, maximumImageBytes).value_or("");
-    } else {
-        icon.themeNames = {entry->icon, withoutEnding(entry->icon)};
-    }
-    return icon;
+    if (!entry || entry->icon.empty()) return {};
+    if (entry->icon.starts_with('/')) return {readBoundedFile(entry->icon, maximumImageBytes).value_or(""), {}};
+    return {{}, {entry->icon, withoutEnding(entry->icon)}};
 }
 
 /// The image inside the application bundle that its property list names.
-FileIcon iconOfBundle(const std::string& path) {
+Named iconOfBundle(const std::string& path) {
     static constexpr std::array<std::string_view, 1> keys{"CFBundleIconFile"};
     const auto strings = bundleStrings(path, keys);
     const std::string name = strings && !strings->empty() ? strings->begin()->second : "";
@@ -58,20 +57,30 @@ FileIcon iconOfBundle(const std::string& path) {
         std::string file = path;
         file.append("/Contents/Resources/").append(name).append(ending);
         auto image = readBoundedFile(file, maximumImageBytes);
-        if (image) return {{}, std::move(*image)};
+        if (image) return {std::move(*image), {}};
     }
     return {};
 }
 
 }  // namespace
 
-FileIcon LinuxFileIcons::find(const std::string& path) const {
+LinuxFileIcons::LinuxFileIcons(const DesktopEnvironment& environment) : installed_(environment) {}
+
+std::string LinuxFileIcons::find(const std::string& path, const std::vector<std::string>& themes, int pixels) const {
     const bool isEntry = path.ends_with(".desktop");
-    if (!isEntry && !path.ends_with(".app")) return iconOfType(path);
-    FileIcon icon = isEntry ? iconOfEntry(path) : iconOfBundle(path);
-    // For what is not there: the picture that stands for any application.
-    icon.themeNames.emplace_back("application-x-executable");
-    return icon;
+    Named icon;
+    if (isEntry || path.ends_with(".app")) {
+        icon = isEntry ? iconOfEntry(path) : iconOfBundle(path);
+        // For what is not there: the picture that stands for any application.
+        icon.names.emplace_back("application-x-executable");
+    } else {
+        icon.names = namesOfType(path);
+    }
+    for (const std::string& name : icon.names) {
+        if (!icon.image.empty()) break;
+        icon.image = installed_.find(name, themes, pixels);
+    }
+    return std::move(icon.image);
 }
 
 }  // namespace velmora

@@ -16,7 +16,7 @@ namespace velmora::test {
 /// Gives out themed icons and counts what it is asked for.
 class FakeFileIcons final : public FileIcons {
   public:
-    [[nodiscard]] FileIcon find(const std::string& path) const override {
+    [[nodiscard]] std::string find(const std::string& path, const std::vector<std::string>&, int) const override {
         asked.push_back(path);
         return {};
     }
@@ -32,7 +32,7 @@ class PaletteFixture : public testing::Test, protected FakePlatform {
         state = std::make_shared<PaletteState>(services);
         loop.run([this]() -> Task<> { co_await state->start(); });
         controller = std::make_unique<PaletteController>(
-            state, PaletteController::Desktop{loop.executor(), loop.executor(), windowManager, icons});
+            state, PaletteController::Desktop{loop.executor(), loop.executor(), windowManager, childProcesses, icons});
     }
 
     /// Shows the palette over another program's window, as it were, and waits until it has the focus.

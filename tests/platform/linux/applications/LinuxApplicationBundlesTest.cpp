@@ -82,26 +82,62 @@ TEST_F(LinuxApplicationBundlesTest, KnowsTheApplicationsOfWindows) {
 }
 
 TEST_F(LinuxApplicationBundlesTest, FindsIcons) {
-    const LinuxFileIcons icons;
-    const auto ofEntry = [&](const std::string& icon) { return icons.find(entry("a.desktop", "Icon=" + icon + "\n")); };
+    const LinuxFileIcons icons(environment);
+    const auto find = [&](const std::string& path, int pixels = 32) { return icons.find(path, {"Mine"}, pixels); };
+    const auto ofEntry = [&](const std::string& icon, int pixels = 32) {
+        return find(entry("a.desktop", "Icon=" + icon + "\n"), pixels);
+    };
     const auto ofBundle = [&](const std::string& name) {
         folder.write("Tool.app/Contents/Info.plist",
                      "<plist><dict><key>CFBundleIconFile</key><string>" + name + "</string></dict></plist>");
-        return icons.find(folder.path() + "/Tool.app").image;
+        return find(folder.path() + "/Tool.app");
     };
     folder.write("Tool.app/Contents/Resources/tool.png", "picture");
     folder.write("Tool.app/Contents/secret", "x");
     EXPECT_EQ(ofBundle("tool"), "picture");
     for (const char* const name : {"other", "../secret", "..", ""})
         EXPECT_EQ(ofBundle(name), "") << name;
-    const Texts names{"org.example.icon.png", "org.example.icon", "application-x-executable"};
-    EXPECT_EQ(ofEntry("org.example.icon.png").themeNames, names);
-    EXPECT_EQ(ofEntry(folder.write("icon.png", "picture")).image, "picture");
-    const std::string pipe = folder.path() + "/pipe";
-    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-    fs::resize_file(folder.write("big", ""), 9U << 20U);
-    for (const std::string& bad : {pipe, folder.path() + "/big", std::string("/dev/zero"), folder.path()})
-        EXPECT_EQ(ofEntry(bad).image, "") << bad;
+    EXPECT_EQ(ofEntry(folder.write("icon.png", "picture")), "picture");
+
+    folder.write(".icons/Mine/index.theme",
+                 "[Icon Theme]\nInherits=../up,Base,Mine\nDirectories=../up,48,all,16\n[48]\nSize=48\nType=Fixed\n"
+                 "[all]\nSize=64\nMinSize=8\nMaxSize=512\nType=Scalable\n[16]\nSize=16\n[../up]\nSize=32\n");
+    folder.write("system/icons/Base/index.theme", "[Icon Theme]\nDirectories=32\n[32]\nSize=32\n");
+    folder.write("system/icons/hicolor/index.theme", "[Icon Theme]\nDirectories=32\n[32]\nSize=32\n");
+    folder.write("system/icons/Base/32/piped.svg", "the next place of the theme");
+    fs::create_directories(folder.path() + "/.icons/Base/32");
+    ASSERT_EQ(mkfifo((folder.path() + "/.icons/Base/32/piped.png").c_str(), 0600), 0);
+    ASSERT_EQ(mkfifo((folder.path() + "/.icons/Base/index.theme").c_str(), 0600), 0);
+    for (const char* const file : {".icons/up/escaped.png", ".icons/secret.png", "secret.png"})
+        folder.write(file, "outside");
+    folder.write(".icons/Mine/48/org.one.png", "large");
+    folder.write("system/icons/Mine/16/org.one.png", "small");
+    folder.write("system/icons/Mine/all/drawn.svg", "drawn");
+    folder.write(".icons/Mine/48/drawn.png", "larger");
+    folder.write("system/icons/Base/32/inherited.png", "inherited");
+    folder.write("system/icons/hicolor/32/last.xpm", "last");
+    folder.write("system/pixmaps/alone.png", "alone");
+    fs::resize_file(folder.write(".icons/Mine/48/big.png", ""), 9U << 20U);
+    const std::tuple<const char*, int, const char*> cases[] = {
+        {"org.one", 32, "large"},
+        {"org.one.png", 16, "small"},
+        {"drawn", 32, "drawn"},
+        {"inherited", 32, "inherited"},
+        {"piped", 32, "the next place of the theme"},
+        {"last", 32, "last"},
+        {"alone", 32, "alone"},
+        {"big", 32, ""},
+        {"escaped", 32, ""},
+        {"../secret", 32, ""},
+        {"../../secret", 32, ""},
+        {"..", 32, ""},
+        {"missing", 32, ""},
+    };
+    for (const auto& [name, pixels, contents] : cases)
+        EXPECT_EQ(ofEntry(name, pixels), contents) << name << " " << pixels;
+    for (const std::string& bad : {folder.path() + "/.icons/Base/32/piped.png",
+                                   folder.path() + "/.icons/Mine/48/big.png", std::string("/dev/zero"), folder.path()})
+        EXPECT_EQ(ofEntry(bad), "") << bad;
 }
 
 }  // namespace
