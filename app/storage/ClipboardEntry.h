@@ -12,11 +12,12 @@ namespace velmora {
 /// One text that was copied.
 struct ClipboardEntry {
     std::string id;
-    std::string content;  ///< exactly as copied
+    std::string content;  ///< exactly as copied; only the beginning of it unless `isWhole`
     std::string kind;     ///< "url" or "text", see `kindOf`
     TimePoint createdAt;  ///< when it was last copied
     /// Identifier of the application that was frontmost then, where that is known.
     std::optional<std::string> sourceApp;
+    bool isWhole = true;  ///< false in lists, for a text longer than those hold
 
     bool operator==(const ClipboardEntry&) const = default;
 

@@ -19,6 +19,8 @@ class ClipboardRepository {
   public:
     /// Larger texts are not stored.
     static constexpr std::size_t maximumBytes = 1'000'000;
+    /// Lists hold no more of a text.
+    static constexpr std::size_t listedBytes = 8192;
 
     /// `clock` must outlive the repository.
     ClipboardRepository(std::shared_ptr<Database> database, const Clock& clock)
@@ -33,8 +35,12 @@ class ClipboardRepository {
     [[nodiscard]] Task<> prune(std::int64_t limit) const;
 
     /// The newest 500 texts that contain `text`, capitals of ASCII letters counting as small ones. An empty `text` is
-    /// in all of them. Rows that do not read as an entry are skipped.
+    /// in all of them. Rows that do not read as an entry are skipped. Of a text longer than `listedBytes` the entry has
+    /// the beginning.
     [[nodiscard]] Task<std::vector<ClipboardEntry>> search(std::string text) const;
+
+    /// The whole text of an entry; nothing when it is no longer there.
+    [[nodiscard]] Task<std::optional<std::string>> content(std::string id) const;
 
     /// Forgets everything.
     [[nodiscard]] Task<> clear() const;

@@ -60,7 +60,10 @@ struct CommandResult {
     CommandIcon icon;
     std::vector<CommandAction> actions;      ///< the first is what Return runs; none: Return does nothing
     std::optional<std::string> previewText;  ///< what the preview pane shows, when there is something to show
-    bool keepsOpen = false;                  ///< the palette stays after the default action
+    /// Reads the whole of it where `previewText` is only the beginning, which keeps lists small; else empty. Nothing:
+    /// it is gone. Runs on the main executor.
+    std::function<Task<std::optional<std::string>>()> wholePreview;
+    bool keepsOpen = false;  ///< the palette stays after the default action
 };
 
 /// Results are built once and shared: between a command, the ranking and the list on screen. They never change.

@@ -74,6 +74,14 @@ class FakeSource final : public ResultSource {
         CommandResult result;
         result.title = query;
         result.previewText = query;
+        if (whole) {
+            result.wholePreview = [this]() -> Task<std::optional<std::string>> {
+                const auto hold = [this](const Completion<>& answer) { late.push_back(answer); };
+                const auto ignore = [] {};
+                co_await Completion<>::await(hold, ignore);
+                co_return whole;
+            };
+        }
         std::vector<ResultPointer> found;
         for (std::size_t i = 0; i < count; ++i) {
             result.id = result.icon.value = "/found/" + std::to_string(i);
@@ -86,6 +94,7 @@ class FakeSource final : public ResultSource {
     std::size_t count = 1;
     bool fails = false;
     bool ignoresCancellation = false;
+    std::optional<std::string> whole;  ///< of every preview, which then answers when it is told to
     std::vector<Completion<>> late;
     std::vector<std::string> searches;
 };

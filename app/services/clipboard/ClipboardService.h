@@ -38,7 +38,8 @@ class ClipboardService final : public ResultSource, public std::enable_shared_fr
     /// Looks once: stores what was copied since the last time, if anything was. A failure becomes `error()`.
     [[nodiscard]] Task<> capture();
 
-    /// The newest 500 entries that contain `query`; without one, the newest 500. `directory` means nothing here.
+    /// The newest 500 entries that contain `query`; without one, the newest 500. Long texts are read only when they are
+    /// previewed or copied. `directory` means nothing here.
     [[nodiscard]] Task<std::vector<ResultPointer>> search(std::string query,
                                                           std::optional<std::string> directory) override;
 

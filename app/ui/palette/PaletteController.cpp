@@ -5,6 +5,7 @@
 #include "app/ui/palette/PaletteInput.h"
 #include "app/ui/palette/PaletteView.h"
 #include "app/ui/widgets/Theme.h"
+#include "platform/Runtime.h"
 
 #include <QApplication>
 #include <QCursor>
@@ -31,7 +32,9 @@ WindowManager::Edges devicePixels(const QMargins& margins, qreal ratio) {
 }  // namespace
 
 PaletteController::PaletteController(std::shared_ptr<PaletteState> state, Desktop desktop)
-    : state_(std::move(state)),
+    : main_(desktop.main),
+      background_(desktop.pool),
+      state_(std::move(state)),
       icons_(std::make_shared<ResultIcons>(desktop.main, desktop.pool, desktop.childProcesses,
                                            std::move(desktop.fileIcons))),
       windowManager_(desktop.windowManager),
@@ -65,10 +68,12 @@ void PaletteController::show() {
 
 void PaletteController::hide() {
     if (!std::exchange(shown_, false)) return;
-    state_->cancelWork();
     panel_.hide();
+    state_->rest();
     icons_->rest();
     AppLog::app.info("Palette hidden");
+    // What was listed and previewed can have been large, and nobody waits for the window now.
+    spawn(main_, [background = background_]() mutable -> Task<> { co_await background.run(returnFreeMemory); });
 }
 
 void PaletteController::open() {

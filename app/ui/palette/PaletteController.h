@@ -52,6 +52,8 @@ class PaletteController {
     void childClosed();
     [[nodiscard]] QDialog* openDialog() const;
 
+    MainExecutor main_;
+    Actor background_;
     std::shared_ptr<PaletteState> state_;
     std::shared_ptr<ResultIcons> icons_;
     Subscription hides_;

@@ -156,6 +156,7 @@ void PaletteView::refreshInputRow(const PaletteScreen& screen) {
 
 void PaletteView::refreshContent(const PaletteScreen& screen) {
     list_->show(state_->results(), state_->selection());
+    preview_->show(screen.preview);
     switch (screen.page) {
         case PaletteScreen::Page::list:
             content_->setCurrentWidget(list_);
@@ -169,7 +170,6 @@ void PaletteView::refreshContent(const PaletteScreen& screen) {
             content_->setCurrentWidget(answer_);
             break;
         case PaletteScreen::Page::preview:
-            if (const auto& text = screen.previewed->previewText) preview_->show(*text);
             content_->setCurrentWidget(preview_);
             break;
     }

@@ -10,6 +10,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QVBoxLayout>
+#include <string_view>
 
 namespace velmora {
 namespace {
@@ -17,7 +18,7 @@ namespace {
 constexpr int spacing = 10;
 constexpr int padding = 18;
 
-QString footerOf(const std::string& text, std::size_t shownBytes) {
+QString footerOf(std::string_view text, std::size_t shownBytes) {
     if (shownBytes < text.size())
         return QStringLiteral("Showing the first 50,000 characters. Return copies the complete item.");
     return texts::of(text::formattedCount(text::characterCount(text))) +
@@ -55,12 +56,13 @@ ResultPreviewView::ResultPreviewView(std::size_t displayLimit, QWidget* parent)
     applyTheme();
 }
 
-void ResultPreviewView::show(const std::string& text) {
-    if (text == shown_) return;
-    shown_ = text;
+void ResultPreviewView::show(const PaletteScreen::Preview& preview) {
+    if (preview.text == shown_) return;
+    shown_ = preview.text;
+    const std::string_view text = shown_ ? std::string_view(*shown_) : std::string_view();
     const std::string_view drawn = text::prefix(text, displayLimit_);
     text_->show(texts::of(drawn));
-    footer_->setText(footerOf(text, drawn.size()));
+    footer_->setText(preview.isWhole ? footerOf(text, drawn.size()) : QString());
 }
 
 void ResultPreviewView::changeEvent(QEvent* event) {

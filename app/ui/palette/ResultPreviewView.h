@@ -1,7 +1,10 @@
 #pragma once
 
+#include "app/ui/state/PaletteScreen.h"
+
 #include <QWidget>
 #include <functional>
+#include <memory>
 #include <string>
 
 class QLabel;
@@ -16,7 +19,8 @@ class ResultPreviewView final : public QWidget {
     /// Draws at most `displayLimit` characters.
     ResultPreviewView(std::size_t displayLimit, QWidget* parent);
 
-    void show(const std::string& text);
+    /// Without a text it is empty: what was shown can be large.
+    void show(const PaletteScreen::Preview& preview);
     [[nodiscard]] PassiveText& text() { return *text_; }
 
     std::function<void()> close = [] {};
@@ -28,7 +32,7 @@ class ResultPreviewView final : public QWidget {
     void applyTheme();
 
     std::size_t displayLimit_;
-    std::string shown_;
+    std::shared_ptr<const std::string> shown_;
     QLabel* heading_;
     PassiveText* text_;
     QLabel* footer_;

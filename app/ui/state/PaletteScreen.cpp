@@ -22,9 +22,16 @@ PaletteScreen::Folder folderOf(const std::optional<std::string>& directory) {
     return {name.empty() ? *directory : name, *directory};
 }
 
-PaletteScreen::Page pageOf(const PaletteState& state) {
+/// Without a text where nothing is previewed.
+PaletteScreen::Preview previewOf(const PaletteState& state) {
     const ResultPointer selected = state.selectedResult();
-    if (state.showsPreview() && selected && selected->previewText) return PaletteScreen::Page::preview;
+    if (!state.showsPreview() || !selected || !selected->previewText) return {};
+    if (state.wholePreview()) return {state.wholePreview(), true};
+    return {{selected, &*selected->previewText}, !selected->wholePreview};
+}
+
+PaletteScreen::Page pageOf(const PaletteState& state) {
+    if (previewOf(state).text) return PaletteScreen::Page::preview;
     if (state.mode() == Mode::ai) return PaletteScreen::Page::answer;
     return state.results().empty() ? PaletteScreen::Page::nothing : PaletteScreen::Page::list;
 }
@@ -77,7 +84,7 @@ PaletteScreen PaletteScreen::of(const PaletteState& state) {
                                         : std::make_shared<const std::string>(assistant.introduction());
     }
     if (state.busy()) screen.answerStatus = assistant.status();
-    if (screen.page == Page::preview) screen.previewed = state.selectedResult();
+    screen.preview = previewOf(state);
     if (state.showsActions()) screen.acting = state.selectedResult();
     screen.footer = footerOf(state, screen);
     return screen;

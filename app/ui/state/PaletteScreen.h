@@ -29,6 +29,11 @@ struct PaletteScreen {
 
         bool operator==(const Nothing&) const = default;
     };
+    /// What the preview shows.
+    struct Preview {
+        std::shared_ptr<const std::string> text;
+        bool isWhole = true;  ///< false: only the beginning, the rest is being read
+    };
     struct Footer {
         std::string symbol;
         std::string title;
@@ -52,8 +57,8 @@ struct PaletteScreen {
     std::shared_ptr<const std::string> answer;  ///< on the answer page: the answer, or what is said before there is one
     bool answered = false;
     std::string answerStatus;
-    ResultPointer previewed;  ///< the result whose `previewText` is shown; on the preview page only
-    ResultPointer acting;     ///< the result whose actions are listed; none: the menu is closed
+    Preview preview;       ///< on the preview page only
+    ResultPointer acting;  ///< the result whose actions are listed; none: the menu is closed
     Footer footer;
 };
 

@@ -32,6 +32,7 @@ PaletteState::PaletteState(std::shared_ptr<AppServices> services)
       groups_(std::make_shared<CommandGroups>(services_, registry_, feedback_)),
       runner_(std::make_shared<ActionRunner>(services_, feedback_)),
       arguments_(std::make_shared<ArgumentEntry>(services_, feedback_, runner_)),
+      preview_(std::make_shared<PreviewReader>(services_->platform.main, feedback_)),
       assistant_(std::make_shared<AssistantState>(services_, feedback_, runner_)) {
     subscriptions_.push_back(groups_->onReplaced([this] { listAgain(); }));
     subscriptions_.push_back(arguments_->onLoaded([this] { search(); }));
@@ -84,7 +85,9 @@ void PaletteState::refuseLongQuery() {
 }
 
 void PaletteState::setSelection(std::ptrdiff_t selection) {
+    const Gathering gathering(*feedback_);
     if (selection >= 0 && selection < countOf(results_)) feedback_->set(selection_, selection);
+    followPreview();
 }
 
 void PaletteState::setFileDirectory(std::optional<std::string> directory) {
@@ -117,6 +120,14 @@ void PaletteState::cancelSearch() {
     feedback_->set(searching_, false);
 }
 
+void PaletteState::rest() {
+    const Gathering gathering(*feedback_);
+    cancelSearch();
+    assistant_->begin(std::nullopt);
+    feedback_->set(showsPreview_, false);
+    showResults({});
+}
+
 void PaletteState::search() {
     const Gathering gathering(*feedback_);
     cancelSearch();
@@ -137,6 +148,7 @@ void PaletteState::showResults(std::vector<ResultPointer> results) {
     feedback_->set(results_, std::move(results));
     feedback_->set(selection_, std::ptrdiff_t{0});
     feedback_->set(showsActions_, false);
+    followPreview();
 }
 
 std::vector<ResultPointer> PaletteState::ranked() {
@@ -194,8 +206,10 @@ void PaletteState::move(std::ptrdiff_t step) {
     if (!selected) return;
     const std::ptrdiff_t rows = showsActions_ ? countOf(selected->actions) : countOf(results_);
     if (rows == 0) return;
+    const Gathering gathering(*feedback_);
     std::ptrdiff_t& field = showsActions_ ? actionSelection_ : selection_;
     feedback_->set(field, ((field + step) % rows + rows) % rows);
+    followPreview();
 }
 
 void PaletteState::toggleActions() {
@@ -205,6 +219,7 @@ void PaletteState::toggleActions() {
     feedback_->set(showsActions_, !showsActions_);
     feedback_->set(actionSelection_, std::ptrdiff_t{0});
     feedback_->set(showsPreview_, false);
+    followPreview();
 }
 
 void PaletteState::togglePreview() {
@@ -213,6 +228,12 @@ void PaletteState::togglePreview() {
     if (!selected || !selected->previewText) return;
     feedback_->set(showsPreview_, !showsPreview_);
     feedback_->set(showsActions_, false);
+    followPreview();
+}
+
+/// After whatever may change what is previewed.
+void PaletteState::followPreview() {
+    preview_->show(showsPreview_ ? selectedResult() : nullptr);
 }
 
 void PaletteState::escape() {
@@ -222,7 +243,7 @@ void PaletteState::escape() {
     } else if (showsActions_) {
         feedback_->set(showsActions_, false);
     } else if (showsPreview_) {
-        feedback_->set(showsPreview_, false);
+        togglePreview();
     } else if (argumentTarget()) {
         const std::string title = argumentTarget()->title;
         arguments_->end();

@@ -7,6 +7,7 @@
 #include "app/ui/state/CommandGroups.h"
 #include "app/ui/state/PaletteFeedback.h"
 #include "app/ui/state/PaletteMode.h"
+#include "app/ui/state/PreviewReader.h"
 #include "core/commands/CommandRegistry.h"
 
 #include <memory>
@@ -57,6 +58,8 @@ class PaletteState : public std::enable_shared_from_this<PaletteState> {
     [[nodiscard]] const AssistantState& assistant() const { return *assistant_; }
     /// The selected row, if there is one.
     [[nodiscard]] ResultPointer selectedResult() const;
+    /// The whole text of the preview that is shown, once it is there; none where the result's own is the whole.
+    [[nodiscard]] const std::shared_ptr<const std::string>& wholePreview() const { return preview_->whole(); }
 
     /// Called after every change of one or more fields.
     [[nodiscard]] Subscription onChange(std::function<void()> call) { return feedback_->onChange(std::move(call)); }
@@ -90,6 +93,8 @@ class PaletteState : public std::enable_shared_from_this<PaletteState> {
     void togglePreview();
     /// Cancels the pending search and the request to the assistant.
     void cancelWork();
+    /// Nothing of it is on screen any more: cancels what is pending and lets go of what was found and answered.
+    void rest();
     /// Shows a failure as the error line.
     void showError(std::string sentence) { feedback_->showError(std::move(sentence)); }
 
@@ -100,6 +105,7 @@ class PaletteState : public std::enable_shared_from_this<PaletteState> {
     [[nodiscard]] Task<> answer(std::shared_ptr<ResultSource> source, int generation);
     void showResults(std::vector<ResultPointer> results);
     void listAgain();
+    void followPreview();
     [[nodiscard]] std::optional<CommandAction> chosenAction() const;
 
     std::shared_ptr<AppServices> services_;
@@ -108,6 +114,7 @@ class PaletteState : public std::enable_shared_from_this<PaletteState> {
     std::shared_ptr<CommandGroups> groups_;
     std::shared_ptr<ActionRunner> runner_;
     std::shared_ptr<ArgumentEntry> arguments_;
+    std::shared_ptr<PreviewReader> preview_;
     std::shared_ptr<AssistantState> assistant_;
     std::vector<Subscription> subscriptions_;
 

@@ -71,5 +71,22 @@ TEST_F(ClipboardRepositoryTest, FindsSubstringsIgnoringTheCaseOfAsciiLetters) {
         EXPECT_EQ(found(text), expected) << text;
 }
 
+TEST_F(ClipboardRepositoryTest, ListsTheBeginningsOfLongTexts) {
+    const std::string end = "\0 帮"s;  // its last character begins with the last byte that fits
+    const std::string fits = std::string(ClipboardRepository::listedBytes - end.size(), 'x') + end;
+    const std::string longer = "x" + fits;
+    insert(fits);
+    insert(longer);
+    const auto listed = entries("\0 帮"s);
+    ASSERT_EQ(listed.size(), 2U);
+    EXPECT_EQ(listed[0].content, longer.substr(0, ClipboardRepository::listedBytes - 2));
+    EXPECT_FALSE(listed[0].isWhole);
+    EXPECT_EQ(listed[1].content, fits);
+    EXPECT_TRUE(listed[1].isWhole);
+    const auto content = [&](const std::string& id) { return loop.run([&] { return repository.content(id); }); };
+    EXPECT_EQ(content(listed[0].id), longer);
+    EXPECT_EQ(content("no such entry"), std::nullopt);
+}
+
 }  // namespace
 }  // namespace velmora::test

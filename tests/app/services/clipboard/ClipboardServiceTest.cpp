@@ -155,5 +155,24 @@ TEST_F(ClipboardServiceTest, AFailureIsKeptAndTheNextCopyIsTaken) {
     EXPECT_EQ(service->error(), "The database query could not be prepared.") << "a success leaves it";
 }
 
+TEST_F(ClipboardServiceTest, CopiesWholeTextsBackOfWhichTheListHasTheBeginning) {
+    std::string marks = "e";
+    while (marks.size() < 500'000)
+        marks += "\u0301";
+    for (const std::string& text : {std::string(1'000'000, 'x'), marks}) {
+        pasteboard.copyText(text);
+        capture();
+        const ResultPointer result = results().at(0);
+        EXPECT_LE(result->title.size() + result->previewText.value_or("").size(), 20'000U);
+        const auto copyBack = [&] { loop.run([&]() -> Task<> { co_await result->actions.at(0).execute(); }); };
+        copyBack();
+        EXPECT_TRUE(pasteboard.text == text);
+        loop.run([&] { return service->repository().clear(); });
+        pasteboard.text = "kept";
+        EXPECT_THROW(copyBack(), AppError) << "it is gone, and half of it is not what was asked for";
+        EXPECT_EQ(pasteboard.text, "kept");
+    }
+}
+
 }  // namespace
 }  // namespace velmora

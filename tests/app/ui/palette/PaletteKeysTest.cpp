@@ -53,7 +53,7 @@ TEST_F(PaletteKeys, MeanWhatTheyAreShownToMean) {
         {Qt::Key_Backtab, Qt::ShiftModifier, "row 1"},
         {Qt::Key_Return, Qt::ControlModifier, "row 1"},
         {Qt::Key_Enter, Qt::KeypadModifier, "row 1, ran"},
-        {Qt::Key_Escape, {}, "row 1, ran, hidden"},
+        {Qt::Key_Escape, {}, "row 0, ran, hidden"},
     };
     for (const auto& [key, modifiers, expected] : cases) {
         press(key, modifiers);

@@ -263,5 +263,41 @@ TEST_F(PaletteStateTest, ShowsOnePageForEverySituation) {
     }
 }
 
+TEST_F(PaletteStateTest, ReadsLongPreviewsWhenTheyAreShown) {
+    clipboard->count = 2;
+    clipboard->whole = "all of it";
+    state->enter(Mode::clipboard);
+    wait(180ms);
+    const auto preview = [this]() -> std::string {
+        const PaletteScreen::Preview shown = PaletteScreen::of(*state).preview;
+        return shown.text ? (shown.isWhole ? "" : "part:") + *shown.text : "none";
+    };
+    const auto answer = [this](std::size_t question) {
+        clipboard->late.at(question).fulfil();
+        settle();
+    };
+    EXPECT_TRUE(clipboard->late.empty()) << "a list needs none";
+    state->togglePreview();
+    settle();
+    EXPECT_EQ(preview(), "part:");
+    state->move(1);
+    settle();
+    answer(0);
+    EXPECT_EQ(preview(), "part:") << "that was another row's";
+    answer(1);
+    EXPECT_EQ(preview(), "all of it");
+    state->escape();
+    EXPECT_EQ(preview(), "none");
+    EXPECT_FALSE(state->wholePreview()) << "it can be large";
+    clipboard->whole.reset();
+    state->togglePreview();
+    settle();
+    answer(2);
+    EXPECT_EQ(preview(), "part:") << "it is gone, and what is known of it stays";
+    state->rest();
+    EXPECT_EQ(preview(), "none");
+    EXPECT_TRUE(state->results().empty());
+}
+
 }  // namespace
 }  // namespace velmora
