@@ -20,21 +20,21 @@ class HungMount {
   public:
     explicit HungMount(std::string path) : path_(std::move(path)), program_(open("/dev/fuse", O_RDWR | O_CLOEXEC)) {
         const std::string options = "fd=" + std::to_string(program_.get()) + ",rootmode=40000,user_id=0,group_id=0";
-        isMounted_ = program_ && mount("none", path_.c_str(), "fuse", 0, options.c_str()) == 0;
+        if (mount("none", path_.c_str(), "fuse", 0, options.c_str()) != 0) program_.reset();
     }
     ~HungMount() {
+        if (!program_) return;
         program_.reset();
-        if (isMounted_) umount2(path_.c_str(), MNT_DETACH);
+        umount2(path_.c_str(), MNT_DETACH);
     }
     HungMount(const HungMount&) = delete;
     HungMount& operator=(const HungMount&) = delete;
 
-    explicit operator bool() const { return isMounted_; }
+    explicit operator bool() const { return static_cast<bool>(program_); }
 
   private:
     std::string path_;
     Descriptor program_;
-    bool isMounted_ = false;
 };
 
 }  // namespace velmora::test

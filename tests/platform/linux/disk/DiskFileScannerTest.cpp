@@ -114,21 +114,18 @@ TEST_F(DiskFileScannerTest, KeepsEveryNameFindableAndOpenable) {
 TEST_F(DiskFileScannerTest, LooksAtWhatLinksLeadTo) {
     makeFolder(root + "/folder");
     makeFile(root + "/folder/file", "1234567");
-    const auto systemSize = static_cast<std::int64_t>(fs::file_size("/etc/passwd"));
-    const std::vector<std::pair<std::string, std::int64_t>> links{{"folder/file", 7},
-                                                                  {root + "//folder/./file", 7},
-                                                                  {"folder/../link 1", 7},
-                                                                  {"folder/../../../" + root.substr(5) + "/link 2", 7},
-                                                                  {"/../etc/passwd", systemSize},
-                                                                  {"../../shm/../../etc/passwd", systemSize},
-                                                                  {"link 6", 6},
-                                                                  {"nowhere/../folder/file", 22}};
+    using Links = std::vector<std::pair<std::string, std::int64_t>>;
+    const Links links{{"folder/file", 7},
+                      {root + "//folder/./file", 7},
+                      {"folder/../../../" + root.substr(5) + "/link 1", 7},
+                      {"../../shm/../../etc/passwd", static_cast<std::int64_t>(fs::file_size("/etc/passwd"))},
+                      {"link 4", 6},
+                      {"nowhere/../folder/file", 22}};
     for (std::size_t i = 0; i < links.size(); ++i) {
         const std::string link = root + "/link " + std::to_string(i);
         fs::create_symlink(links[i].first, link);
         const auto attributes = DiskFileAttributes().attributes(link);
-        ASSERT_TRUE(attributes) << links[i].first;
-        EXPECT_EQ(attributes->size, links[i].second) << links[i].first;
+        EXPECT_EQ(attributes ? attributes->size : -1, links[i].second) << links[i].first;
     }
     fs::create_symlink(root + "/folder", root + "/link");
     EXPECT_TRUE(DiskFileAttributes().attributes(root + "/link")->isDirectory);
