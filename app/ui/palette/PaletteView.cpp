@@ -47,7 +47,7 @@ void PaletteView::preloadIcons() {
     for (const ResultPointer& result : state_->registry().results()) {
         if (result->icon.kind == CommandIcon::Kind::file) paths.push_back(result->icon.value);
     }
-    icons_->preload(std::move(paths), devicePixelRatioF());
+    icons_->preload(paths, devicePixelRatioF());
 }
 
 void PaletteView::build() {

@@ -25,9 +25,11 @@ PaletteScreen::Folder folderOf(const std::optional<std::string>& directory) {
 /// Without a text where nothing is previewed.
 PaletteScreen::Preview previewOf(const PaletteState& state) {
     const ResultPointer selected = state.selectedResult();
-    if (!state.showsPreview() || !selected || !selected->previewText) return {};
+    if (!state.showsPreview() || !selected) return {};
+    const std::optional<std::string>& text = selected->previewText;
+    if (!text) return {};
     if (state.wholePreview()) return {state.wholePreview(), true};
-    return {{selected, &*selected->previewText}, !selected->wholePreview};
+    return {{selected, &*text}, !selected->wholePreview};
 }
 
 PaletteScreen::Page pageOf(const PaletteState& state) {

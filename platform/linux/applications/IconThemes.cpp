@@ -37,9 +37,16 @@ bool staysBelow(std::string_view path) {
     return true;
 }
 
+std::string below(std::string folder, std::string_view path) {
+    folder += '/';
+    folder += path;
+    return folder;
+}
+
 std::string pictureIn(const std::string& folder, const std::string& name) {
+    const std::string file = below(folder, name);
     for (const char* const ending : endings) {
-        auto contents = readBoundedFile(folder + '/' + name + ending, maximumImageBytes);
+        auto contents = readBoundedFile(file + ending, maximumImageBytes);
         if (contents && !contents->empty()) return std::move(*contents);
     }
     return {};
@@ -104,12 +111,12 @@ std::string IconThemes::findIn(const std::string& theme, const std::string& name
     std::vector<std::string> places;
     std::error_code missing;
     for (const std::string& folder : folders_) {
-        std::string place = folder + '/' + theme;
+        std::string place = below(folder, theme);
         if (std::filesystem::is_directory(place, missing)) places.push_back(std::move(place));
     }
     for (const auto& [distance, directory] : fitting) {
         for (const std::string& place : places) {
-            std::string found = pictureIn(place + '/' + directory->path, name);
+            std::string found = pictureIn(below(place, directory->path), name);
             if (!found.empty()) return found;
         }
     }
@@ -122,7 +129,7 @@ const IconThemes::Theme& IconThemes::theme(const std::string& name) const {
     const auto known = themes_.find(name);
     if (known != themes_.end()) return known->second;
     for (const std::string& folder : folders_) {
-        const auto index = readBoundedFile(folder + '/' + name + "/index.theme", maximumDescriptionBytes);
+        const auto index = readBoundedFile(below(folder, name) + "/index.theme", maximumDescriptionBytes);
         if (index) return themes_.emplace(name, parse(*index)).first->second;
     }
     return none;  // it may be installed yet
