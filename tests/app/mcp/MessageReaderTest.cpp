@@ -59,8 +59,7 @@ TEST(MessageReader, TakesWhatServersSayHoweverItArrives) {
         {message(R"("id":1,"error":null,"result":{})"), "{}|||"},
         {message(R"("id":1,"error":{"code":-1,"message":"secret"})") + message(R"("id":2,"error":0,"result":1)"),
          rejected + rejected + "|"},
-        {message(R"("method":"ping","id":7)"), R"({"id":7,"jsonrpc":"2.0","result":{}})"
-                                               "\n|||"},
+        {message(R"("method":"ping","id":7)"), "{\"id\":7,\"jsonrpc\":\"2.0\",\"result\":{}}\n|||"},
         {message(R"("method":"roots/list","id":"a","result":1)"),
          R"({"error":{"code":-32601,"message":"Client capability not supported"},"id":"a","jsonrpc":"2.0"})"
          "\n|||"},
@@ -68,12 +67,7 @@ TEST(MessageReader, TakesWhatServersSayHoweverItArrives) {
         {message(R"("method":5,"id":1,"result":1)"), "1|||"},
         {message(R"("id":1,"result":1)") + "Server is ready\n" + message(R"("id":2,"result":2)"), "1|||" + notJSON},
         {"\r\n", "|||" + notJSON},
-        {"\xFF\n", "|||" + notJSON},
-        {"{\"jsonrpc\":\"2.0\",\"id\":1e999}\n", "|||" + notJSON},
-        {std::string(200, '[') + std::string(200, ']') + "\n", "|||" + notJSON},
-        {R"({"jsonrpc":"1.0","id":1,"result":1})"
-         "\n",
-         "|||" + notVersion2},
+        {"{\"jsonrpc\":\"1.0\",\"id\":1,\"result\":1}\n", "|||" + notVersion2},
         {"{\"id\":1,\"result\":1}\n", "|||" + notVersion2},
         {"[{\"jsonrpc\":\"2.0\",\"id\":1,\"result\":1}]\n", "|||" + notVersion2},
     };

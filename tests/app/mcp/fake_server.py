@@ -8,8 +8,9 @@ import sys
 import time
 
 told = json.loads(sys.argv[1])
+tools = [{"name": name, "inputSchema": {}} for name in ("ask", "deaf", "exit", "silent", "surroundings", "write")]
+tools.append({"name": "echo", "description": "Says it again", "inputSchema": {"required": ["text"]}})
 pids = [os.getpid()]
-held = []
 pages = list(told.get("pages", []))
 
 
@@ -39,9 +40,8 @@ def sleep_until_killed():
 def page():
     """The next of the pages told, which are given as numbers of tools and cursors."""
     count, cursor = pages.pop(0)
-    number = len(pages)
-    tools = [{"name": f"{number}-{index}", "inputSchema": {}} for index in range(count)]
-    return {"tools": tools, **({"nextCursor": cursor} if cursor else {})}
+    listed = [{"name": f"{len(pages)}-{index}", "inputSchema": {}} for index in range(count)]
+    return {"tools": listed, **({"nextCursor": cursor} if cursor else {})}
 
 
 def call(request, name, given):
@@ -49,10 +49,6 @@ def call(request, name, given):
         answer(request, given)
     elif name == "write":
         write((given["text"] * given.get("times", 1)).replace("$ID", str(request)))
-    elif name == "hold":  # until so many are held, and then the last comes first
-        held.append((request, given["value"]))
-        for each in reversed(held if len(held) == given["until"] else []):
-            answer(*each)
     elif name == "ask":
         write(json.dumps(given) + "\n")
         answer(request, receive())
@@ -71,27 +67,17 @@ def handle(message):
         return
     if method == "initialize":
         answer(request, told.get("initialize", {"protocolVersion": message["params"]["protocolVersion"]}))
-    elif method == "tools/list" and pages:
-        answer(request, page())
     elif method == "tools/list":
-        described = {"name": "echo", "description": "Says it again", "inputSchema": {"required": ["text"]}}
-        answer(request, told.get("list", {"tools": [described, {"name": "surroundings", "inputSchema": {}}]}))
+        answer(request, page() if pages else told.get("list", {"tools": tools}))
     elif method == "tools/call":
         call(request, message["params"]["name"], message["params"]["arguments"])
 
 
-signal.alarm(120)
 if told.get("stubborn"):
     signal.signal(signal.SIGTERM, signal.SIG_IGN)
 if told.get("leaves"):
-    left = os.fork()
-    if left == 0:
-        sleep_until_killed()
-    pids.append(left)
-while True:
-    received = receive()
-    if received is None:
-        break
+    pids.append(os.fork() or sleep_until_killed())
+while received := receive():
     handle(received)
 if told.get("stubborn"):
     sleep_until_killed()

@@ -32,34 +32,22 @@ TEST(MCPServerConfiguration, ReadsWhatTheUserTypesAndWritesItAgain) {
 }
 
 TEST(MCPServerConfiguration, IsAddedWithANameAndWithoutPlainSecretsAndOnce) {
-    const auto refusal = [](const MCPServerConfiguration& configuration) -> std::string {
-        try {
-            configuration.requireAddable({{.id = "there", .name = "n", .command = ""}});
-        } catch (const AppError& error) {
-            return error.what();
-        }
-        return "";
+    const std::pair<const char*, std::string> cases[] = {
+        {R"({"name":"","id":"1","env":{"A":"b"}})", "Give the server a name."},
+        {R"({"name":" ","id":"1","env":{"A":"b"}})",
+         "Plaintext environment values are not stored. Use secretEnvironment with Keychain account references."},
+        {R"({"name":" ","id":"1","secretEnvironment":{"A":"b"}})", "This server is already configured."},
+        {R"({"name":" ","secretEnvironment":{"A":"b"}})", ""},
     };
-    MCPServerConfiguration server{.id = "there", .name = "", .command = "", .env = {{"KEY", "value"}}};
-    EXPECT_EQ(refusal(server), "Give the server a name.");
-    server.name = " ";
-    EXPECT_EQ(refusal(server),
-              "Plaintext environment values are not stored. Use secretEnvironment with Keychain account references.");
-    std::swap(server.env, server.secretEnvironment);
-    EXPECT_EQ(refusal(server), "This server is already configured.");
-    server.id = "new";
-    EXPECT_EQ(refusal(server), "");
-}
-
-TEST(MCPToolList, ReadsAPageOrNothingOfIt) {
-    const auto page = MCPToolList::fromJSON(
-        JSONValue::parse(R"({"tools":[{"name":"a","inputSchema":null,"title":1}],"nextCursor":"c","_meta":{}})"));
-    ASSERT_EQ(page.tools.size(), 1U);
-    EXPECT_EQ(page.tools.front().description, std::nullopt);
-    EXPECT_EQ(page.nextCursor, "c");
-    for (const char* const text : {"{}", R"({"tools":{}})", R"({"tools":[{"name":"a","inputSchema":{}},{"name":"b"}]})",
-                                   R"({"tools":[{"inputSchema":{}}]})", R"({"tools":[],"nextCursor":1})"})
-        EXPECT_THROW(MCPToolList::fromJSON(JSONValue::parse(text)), JSONError) << text;
+    for (const auto& [text, refusal] : cases) {
+        std::string sentence;
+        try {
+            read(text).requireAddable({read(R"({"name":"n","id":"1"})")});
+        } catch (const AppError& error) {
+            sentence = error.what();
+        }
+        EXPECT_EQ(sentence, refusal) << text;
+    }
 }
 
 TEST(MCPStartQuestion, ShowsTheWholeCommandAndWhereEachWordEnds) {
@@ -72,11 +60,13 @@ TEST(MCPStartQuestion, ShowsTheWholeCommandAndWhereEachWordEnds) {
     server.name = "Files” ?\nHarmless";
     EXPECT_EQ(MCPStartQuestion(server).title, "Start MCP server “Files” ?\\nHarmless” ?");
     server.command = "/tmp/x\nArguments: none";
-    server.args = {"",    "two words",           "a\tb", "say \"no\"", "\x7F", "no\u00A0break", "wide\u3000",
-                   "\\n", std::string(9000, 'x')};
-    EXPECT_EQ(MCPStartQuestion(server).detail, intro + R"(Executable: "/tmp/x\nArguments: none")" + "\n" +
-                                                   R"(Arguments: "" "two words" "a\u0009b" "say \"no\"" "\u007f" "no)" +
-                                                   "\u00A0break\" \"wide\u3000\" \\n " + std::string(9000, 'x'));
+    const std::string longest(9000, 'x');
+    server.args = {"", "two words", "a\tb", "say \"no\"", "\x7F", "wide\u3000", "\\n", longest};
+    const std::string shown = R"("" "two words" "a\u0009b" "say \"no\"" "\u007f" "wide)"
+                              "\u3000\" \\n " +
+                              longest;
+    EXPECT_EQ(MCPStartQuestion(server).detail,
+              intro + R"(Executable: "/tmp/x\nArguments: none")" + "\nArguments: " + shown);
 }
 
 }  // namespace
