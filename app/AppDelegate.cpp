@@ -16,6 +16,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto trayCheck = 1s;
+constexpr auto nextTry = 1s;
 
 /// What a start-up failure says of itself.
 std::string description(const std::exception_ptr& failure) {
@@ -53,14 +54,15 @@ void AppDelegate::launch() {
 Task<> AppDelegate::start() {
     std::exception_ptr failure;
     try {
-        services_ = co_await AppServices::create(platform_);
+        co_await createServices();
         co_await services_->start();
     } catch (...) {
         failure = std::current_exception();
     }
     if (terminating_) co_return;
     if (failure) {
-        co_await reportFailure(failure);
+        if (!alert_) showFailure(failure);
+        co_await stayWithoutPalette();
         co_return;
     }
     state_ = std::make_shared<PaletteState>(services_);
@@ -72,10 +74,36 @@ Task<> AppDelegate::start() {
     if (std::exchange(showWhenReady_, false)) controller_->show();
 }
 
-Task<> AppDelegate::reportFailure(std::exception_ptr failure) {
+/// What keeps the data from being opened may go by itself: another program's lock, a full disk. While the alert that
+/// tells of it is up, it is tried again.
+Task<> AppDelegate::createServices() {
+    for (;;) {
+        std::exception_ptr failure;
+        try {
+            services_ = co_await AppServices::create(platform_);
+        } catch (const Cancelled&) {
+            throw;
+        } catch (...) {
+            failure = std::current_exception();
+        }
+        if (!failure) break;
+        if (!alert_) showFailure(failure);
+        if (alert_.done()) std::rethrow_exception(failure);
+        co_await platform_.clock.sleep(nextTry);
+    }
+    alert_.cancel();
+    alert_ = {};
+}
+
+void AppDelegate::showFailure(const std::exception_ptr& failure) {
     AppLog::app.error("Velmora could not start");
-    const std::string detail = description(failure);
-    co_await platform_.alerts.showFailure("Velmora could not start", detail);
+    alert_ = spawn(platform_.main, [this, detail = description(failure)] {
+        return platform_.alerts.showFailure("Velmora could not start", detail);
+    });
+}
+
+Task<> AppDelegate::stayWithoutPalette() {
+    co_await alert_.finished();
     // A panel that comes up late still shows the item; where none does, nothing would be left to end the program with.
     while (status_->isAwaited() && !terminating_)
         co_await platform_.clock.sleep(trayCheck);
@@ -104,6 +132,7 @@ void AppDelegate::terminate(int exitCode) {
     if (controller_) controller_->hide();
     if (state_) state_->stop();
     startTask_.cancel();
+    alert_.cancel();
     paletteStart_.cancel();
     spawn(platform_.main, [this, exitCode] { return shutDown(exitCode); });
 }

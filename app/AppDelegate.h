@@ -47,7 +47,9 @@ class AppDelegate {
 
   private:
     [[nodiscard]] Task<> start();
-    [[nodiscard]] Task<> reportFailure(std::exception_ptr failure);
+    [[nodiscard]] Task<> createServices();
+    void showFailure(const std::exception_ptr& failure);
+    [[nodiscard]] Task<> stayWithoutPalette();
     [[nodiscard]] Task<> shutDown(int exitCode);
 
     Platform platform_;
@@ -56,6 +58,7 @@ class AppDelegate {
     std::function<void(int exitCode)> onTerminating_;
     bool terminating_ = false;
     TaskHandle startTask_;
+    TaskHandle alert_;  // that it could not start
     TaskHandle paletteStart_;
     std::shared_ptr<AppServices> services_;
     std::shared_ptr<PaletteState> state_;

@@ -4,6 +4,7 @@
 #include "app/ai/OpenAIProvider.h"
 #include "app/mcp/MCPManager.h"
 #include "app/services/KeychainService.h"
+#include "app/services/StorageHealth.h"
 #include "app/services/SystemService.h"
 #include "app/services/applications/ApplicationIndexer.h"
 #include "app/services/applications/ApplicationService.h"
@@ -13,7 +14,7 @@
 #include "app/services/files/FileService.h"
 #include "app/services/files/IndexedEntries.h"
 #include "app/services/quick/ShortcutsCLI.h"
-#include "app/storage/sqlite/PrivateFolder.h"
+#include "app/storage/sqlite/PrivateFiles.h"
 #include "core/Assert.h"
 
 namespace velmora {
@@ -68,6 +69,7 @@ AppServices::AppServices(Platform given, std::shared_ptr<Database> opened)
       files(std::make_shared<FileService>(platform.disk, platform.workspace, platform.pasteboard, platform.popUpMenu,
                                           platform.folderPanel, platform.paths.home)),
       fileIndex(makeFileIndex(platform, database)),
+      health(std::make_shared<StorageHealth>(platform.main, platform.clock, database, fileIndex)),
       shortcuts(std::make_shared<ShortcutsService>(
           platform.main, platform.clock,
           std::make_shared<ShortcutsCLI>(platform.clock, platform.childProcesses, platform.shortcutsTools))),
@@ -131,6 +133,7 @@ void AppServices::startWatching() {
     if (stopped_) return;
     clipboard->start();
     applications->startMonitoring();
+    health->start();
 }
 
 void AppServices::stopWatching() {
@@ -139,6 +142,7 @@ void AppServices::stopWatching() {
     clipboard->stop();
     shortcuts->stop();
     applications->stop();
+    health->stop();
 }
 
 Task<> AppServices::stop() {

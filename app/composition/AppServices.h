@@ -24,6 +24,7 @@ class FileService;
 class KeychainService;
 class MCPManager;
 class ShortcutsService;
+class StorageHealth;
 class SystemService;
 
 /// The composition root: every service and repository of the process, made once and handed to whoever needs it, and
@@ -46,8 +47,8 @@ class AppServices {
     /// with what registering and loading fail with; `Cancelled` once `stop` has been called.
     [[nodiscard]] Task<> start();
 
-    /// Begins to watch what changes by itself: the clipboard, and which applications are installed. Does nothing once
-    /// the services have been stopped.
+    /// Begins to watch what changes by itself: the clipboard, which applications are installed, and how the database's
+    /// file is. Does nothing once the services have been stopped.
     void startWatching();
 
     /// Ends what works by itself. Later calls do nothing.
@@ -70,6 +71,7 @@ class AppServices {
     ConversationRepository conversations;
     const std::shared_ptr<FileService> files;
     const std::shared_ptr<FileIndexService> fileIndex;
+    const std::shared_ptr<StorageHealth> health;
     const std::shared_ptr<ShortcutsService> shortcuts;
     const std::shared_ptr<ClipboardService> clipboard;
 

@@ -30,7 +30,7 @@ namespace {
 
 constexpr std::size_t workerThreads = 2;
 constexpr std::size_t diskThreads = 2;
-constexpr std::size_t storageThreads = 3;  // writing, reading, and copying the log into the file
+constexpr std::size_t storageThreads = 4;  // writing, reading, copying the log into the file, and looking for damage
 
 /// The home folder of the account, whatever the environment says.
 std::string accountHome() {

@@ -4,6 +4,7 @@
 VELMORA_PROGRAM names the program. With VELMORA_SCREENSHOTS, a folder, pictures of what the tests pass by are kept there.
 """
 
+import contextlib
 import os
 import pathlib
 import signal
@@ -261,6 +262,18 @@ class Life(PaletteTest):
         self.assertIsNone(self.desktop.find_window(TITLE))
         self.end(program)
         self.assertEqual((self.desktop.data / "Velmora").read_text(), "in the way")
+
+    def test_comes_up_when_what_kept_it_from_starting_has_gone(self):
+        self.open()
+        self.end(self.program)
+        with contextlib.closing(sqlite3.connect(self.desktop.data / "Velmora/velmora.sqlite")) as other:
+            other.execute("BEGIN IMMEDIATE")
+            self.start("--show")
+            self.wait_for_text("Velmora could not start")
+            self.picture("could-not-start")
+        self.window = self.desktop.wait_for_window(TITLE)
+        self.wait_for_row("Argument Writer")
+        self.assertNotIn("Velmora could not start", self.texts())
 
     def test_outlives_a_display_that_goes_away_without_hanging(self):
         self.open()

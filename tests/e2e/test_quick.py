@@ -80,6 +80,12 @@ class Shortcuts(Quick):
         self.find("take long", "Take Long")
         self.desktop.press("Return")
         wait_until(started.exists, "the shortcut to start")
+        self.desktop.press("Escape")
+        self.desktop.wait_until_hidden(TITLE)
+        self.show_again()
+        self.find("2+2", "4")  # everything else goes on
+        footer = "Running Take Long…"
+        wait_until(lambda: any(footer in node["description"] for node in self.seen()), "the name of what runs")
         process = int(started.read_text())
         self.addCleanup(os.kill, process, signal.SIGKILL)
         self.end(self.program)

@@ -4,10 +4,13 @@
 #include "app/storage/ClipboardRepository.h"
 #include "core/async/Clock.h"
 #include "core/async/Repeater.h"
+#include "core/async/Signal.h"
 #include "platform/FrontmostApplication.h"
 #include "platform/Pasteboard.h"
 
 #include <cstdint>
+#include <deque>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -17,7 +20,7 @@ namespace velmora {
 
 /// The clipboard history: looks at the clipboard again and again, stores texts and addresses that were copied, finds
 /// them, and copies them back. What the copying program marked as concealed, transient or generated is never read, and
-/// what is on the clipboard at the start is not taken.
+/// what is on the clipboard at the start is not taken. What cannot be stored is kept for about a minute, and tried again.
 ///
 /// Runs on: the main thread; results are made on the worker pool. Lives in a `shared_ptr`. `clock`, `pasteboard` and
 /// `frontmost` must outlive it and the actions it hands out. Fails with: `AppError` (database), from `search` only.
@@ -38,6 +41,11 @@ class ClipboardService final : public ResultSource, public std::enable_shared_fr
     /// Looks once: stores what was copied since the last time, if anything was. A failure becomes `error()`.
     [[nodiscard]] Task<> capture();
 
+    /// Called with the failure when copies cannot be stored, and without one when all of them have been after all.
+    [[nodiscard]] Subscription onTrouble(std::function<void(const std::optional<std::string>& failure)> callback) {
+        return trouble_.subscribe(std::move(callback));
+    }
+
     /// The newest 500 entries that contain `query`; without one, the newest 500. Long texts are read only when they are
     /// previewed or copied. `directory` means nothing here.
     [[nodiscard]] Task<std::vector<ResultPointer>> search(std::string query,
@@ -52,7 +60,16 @@ class ClipboardService final : public ResultSource, public std::enable_shared_fr
     std::int64_t maximumItems = 500;  ///< how many entries are kept after each capture
 
   private:
+    struct Copy {
+        std::string content;
+        std::optional<std::string> source;
+    };
+
+    [[nodiscard]] Task<> look();
     [[nodiscard]] Task<std::optional<std::string>> copiedText();
+    void storeBeside();
+    [[nodiscard]] Task<> store();
+    void retryAfter(const std::exception_ptr& failure);
 
     MainExecutor main_;
     Actor builder_;
@@ -63,6 +80,12 @@ class ClipboardService final : public ResultSource, public std::enable_shared_fr
     Repeater watcher_;
     std::int64_t lastCount_;
     std::optional<std::string> error_;
+    std::deque<Copy> unsaved_;  // the oldest first
+    bool isStoring_ = false;
+    int failures_ = 0;           // since all was stored
+    bool lost_ = false;          // some of the copies meanwhile were given up
+    int looksUntilNextTry_ = 0;  // after a failure
+    Signal<const std::optional<std::string>&> trouble_;
 };
 
 }  // namespace velmora

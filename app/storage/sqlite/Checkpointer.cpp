@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 
 #include <atomic>
+#include <mutex>
 #include <utility>
 
 namespace velmora {
@@ -12,9 +13,12 @@ namespace {
 // it anew and waits for the disk, which should not happen at every batch.
 constexpr int pagesWorthCopying = 4000;
 
-// Where the disk cannot keep up, commits wait after all. One that deletes thousands of files appends up to 20,000 pages
-// alone, and such commits come in pairs.
-constexpr int pagesToWaitAt = 40'000;
+// While batches keep coming, a copy in the background never has the last of them, and only when all of the log has been
+// copied is it begun anew. So the commit itself copies what few pages are left.
+constexpr int pagesToFinish = 4000;
+
+// Where the disk cannot keep up, commits wait for it after all.
+constexpr int pagesToWaitAt = 16'000;
 
 struct Closer {
     void operator()(sqlite3* connection) const noexcept { sqlite3_close_v2(connection); }
@@ -32,9 +36,16 @@ struct Checkpointer::State : std::enable_shared_from_this<State> {
     }
 
     void committed(sqlite3* connection, const char* schema, int pages) {
-        if (pages >= pagesToWaitAt) {
+        if (pages < pagesWorthCopying) {
+            copied = 0;  // of a log that has been begun anew
+            return;
+        }
+        if (pages >= pagesToWaitAt || (copied > 0 && pages - copied <= pagesToFinish)) {
+            std::unique_lock turn(copying, std::defer_lock);
+            pages >= pagesToWaitAt ? turn.lock() : static_cast<void>(turn.try_lock());
+            if (!turn) return;
             sqlite3_wal_checkpoint_v2(connection, schema, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
-        } else if (pages >= pagesWorthCopying && !isCopying.exchange(true)) {
+        } else if (!isCopying.exchange(true)) {
             spawn(pool, [self = shared_from_this()]() -> Task<> {
                 const auto work = [&self] { self->copy(); };
                 co_await self->actor.run(work);
@@ -44,23 +55,35 @@ struct Checkpointer::State : std::enable_shared_from_this<State> {
 
     /// Runs on: the actor.
     void copy() {
-        isCopying = false;  // a commit from now on may want another
-        if (isClosed) return;
-        if (!handle) {
-            sqlite3* opened = nullptr;
-            constexpr int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX;
-            const int code = sqlite3_open_v2(path.c_str(), &opened, flags, nullptr);
-            std::unique_ptr<sqlite3, Closer> closing(opened);
-            if (code != SQLITE_OK) return;
-            handle = std::move(closing);
+        if (!isClosed && open()) {
+            const std::lock_guard turn(copying);
+            int inFile = 0;
+            sqlite3_wal_checkpoint_v2(handle.get(), nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, &inFile);
+            copied = inFile;
         }
-        sqlite3_wal_checkpoint_v2(handle.get(), nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+        isCopying = false;
+    }
+
+    /// Runs on: the actor. False when there is no connection yet and none can be had.
+    bool open() {
+        if (handle) return true;
+        sqlite3* opened = nullptr;
+        constexpr int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX;
+        const int code = sqlite3_open_v2(path.c_str(), &opened, flags, nullptr);
+        std::unique_ptr<sqlite3, Closer> closing(opened);
+        // A connection knows of no log, and has nothing to copy, until it has read.
+        const char* const read = "SELECT 1 FROM sqlite_schema LIMIT 1";
+        if (code != SQLITE_OK || sqlite3_exec(opened, read, nullptr, nullptr, nullptr) != SQLITE_OK) return false;
+        handle = std::move(closing);
+        return true;
     }
 
     Executor pool;
     Actor actor;
     const std::string path;
     std::atomic<bool> isCopying{false};
+    std::atomic<int> copied{0};               // of the log's pages, by the last copy in the background
+    std::mutex copying;                       // one copies at a time
     std::unique_ptr<sqlite3, Closer> handle;  // the actor's
     bool isClosed = false;                    // the actor's
 };

@@ -1,17 +1,16 @@
 #include "app/storage/sqlite/Database.h"
 
+#include "app/storage/sqlite/Interruption.h"
+#include "app/storage/sqlite/PrivateFiles.h"
 #include "app/storage/sqlite/Schema.h"
 #include "app/storage/sqlite/Statement.h"
 #include "app/storage/sqlite/TextFunctions.h"
 #include "core/Assert.h"
 #include "platform/Runtime.h"
 
-#include <fcntl.h>
 #include <sqlite3.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-#include <cerrno>
+#include <filesystem>
 #include <stop_token>
 #include <utility>
 
@@ -19,43 +18,13 @@ namespace velmora {
 namespace {
 
 constexpr auto cannotOpen = "Could not open the local database.";
+constexpr auto cannotMigrate = "Could not migrate the local database.";
 constexpr auto cannotConfigure = "Could not configure the local database.";
 constexpr int openFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX;
 constexpr int busyTimeoutMilliseconds = 3000;
-constexpr mode_t ownerOnly = 0600;
 
 bool run(sqlite3* connection, const char* sql) {
     return sqlite3_exec(connection, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
-}
-
-/// Takes the permissions of others away. False when there is no such file.
-bool takeFromOthers(const std::string& path) {
-    struct stat status {};
-    if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return false;
-    const mode_t kept = status.st_mode & ownerOnly;
-    // Best effort: where it is refused (another owner, a file system without permissions) the file is still usable.
-    if ((status.st_mode & 0777U) != kept) static_cast<void>(::chmod(path.c_str(), kept));
-    return true;
-}
-
-/// Creates the file for its owner alone, before SQLite would create it by the process's mask; SQLite gives its side
-/// files the same permissions. Of a file that is already there, and of its side files, takes the permissions of others.
-///
-/// An existing file is never opened here: closing any descriptor of it would drop the locks that another connection of
-/// this process holds.
-bool makePrivate(const std::string& path) {
-    // A relative path could be one of SQLite's special names, which are not files.
-    if (!path.starts_with('/') || path.find('\0') != std::string::npos) return false;
-    const int created = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, ownerOnly);
-    if (created >= 0) {
-        ::close(created);
-        return true;
-    }
-    if (errno != EEXIST) return false;
-    if (!takeFromOthers(path)) return false;
-    for (const char* const side : {"-wal", "-shm"})
-        takeFromOthers(path + side);
-    return true;
 }
 
 /// While it lives, the schema's triggers do not fire. Statements compiled before its end compile anew after it.
@@ -88,26 +57,6 @@ class CaseSensitiveLike {
     sqlite3* connection_;
 };
 
-/// While it lives, a statement running on the connection is interrupted once a stop is requested. Unlike
-/// `sqlite3_interrupt` it can never hit another caller's statement.
-class Interruption {
-  public:
-    Interruption(sqlite3* connection, std::stop_token stop) : connection_(connection), stop_(std::move(stop)) {
-        sqlite3_progress_handler(connection_, instructionsBetweenLooks, &Interruption::look, this);
-    }
-    ~Interruption() { sqlite3_progress_handler(connection_, 0, nullptr, nullptr); }
-    Interruption(const Interruption&) = delete;
-    Interruption& operator=(const Interruption&) = delete;
-
-  private:
-    static constexpr int instructionsBetweenLooks = 100;  // about ten rows of a table scan
-
-    static int look(void* self) { return static_cast<const Interruption*>(self)->stop_.stop_requested() ? 1 : 0; }
-
-    sqlite3* connection_;
-    std::stop_token stop_;
-};
-
 }  // namespace
 
 void Database::Closer::operator()(sqlite3* connection) const noexcept {
@@ -115,31 +64,29 @@ void Database::Closer::operator()(sqlite3* connection) const noexcept {
 }
 
 Database::Database(Private, const Executor& pool, const std::string& path)
-    : checkpointer_(pool, path), writer_{Actor(pool)}, reader_{Actor(pool)} {}
+    : pool_(pool), path_(path), checkpointer_(pool, path), writer_{Actor(pool)}, reader_{Actor(pool)} {}
 
 Database::~Database() = default;
 
 Task<std::shared_ptr<Database>> Database::open(std::string path, Executor pool) {
     const auto database = std::make_shared<Database>(Private{}, pool, path);
-    const auto forWriting = [&] { database->openForWriting(path); };
-    const auto forQueries = [&] { database->openForQueries(path); };
+    const auto forWriting = [&] { database->openForWriting(); };
+    const auto forQueries = [&] { database->openForQueries(); };
     co_await database->writer_.actor.run(forWriting);
     co_await database->reader_.actor.run(forQueries);
     co_return database;
 }
 
 Task<> Database::execute(std::string_view sql, std::vector<SQLValue> values) {
-    const auto self = shared_from_this();
     const auto work = [&] {
         Statement statement(writer_.get(), sql);
         statement.bind(values);
         statement.execute();
     };
-    co_await writer_.actor.run(work);
+    co_await writing(work);
 }
 
 Task<> Database::executeErasing(std::string_view sql, std::vector<SQLValue> values) {
-    const auto self = shared_from_this();
     const auto work = [&] {
         Statement statement(writer_.get(), sql);
         statement.bind(values);
@@ -148,12 +95,11 @@ Task<> Database::executeErasing(std::string_view sql, std::vector<SQLValue> valu
         // Best effort: while another program reads from the log, it stays until the next time.
         sqlite3_wal_checkpoint_v2(writer_.get(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
     };
-    co_await writer_.actor.run(work);
+    co_await writing(work);
 }
 
 Task<> Database::executeBatch(std::string_view sql, std::vector<std::vector<SQLValue>> rows) {
     if (rows.empty()) co_return;
-    const auto self = shared_from_this();
     const auto work = [&] {
         transact([&] {
             Statement statement(writer_.get(), sql);
@@ -163,18 +109,17 @@ Task<> Database::executeBatch(std::string_view sql, std::vector<std::vector<SQLV
             }
         });
     };
-    co_await writer_.actor.run(work);
+    co_await writing(work);
 }
 
 Task<> Database::executeMatchingCase(std::string_view sql, std::vector<SQLValue> values) {
-    const auto self = shared_from_this();
     const auto work = [&] {
         const CaseSensitiveLike sensitive(writer_.get());
         Statement statement(writer_.get(), sql);
         statement.bind(values);
         statement.execute();
     };
-    co_await writer_.actor.run(work);
+    co_await writing(work);
 }
 
 Statement Database::Bulk::prepare(std::string_view sql) const {
@@ -182,12 +127,11 @@ Statement Database::Bulk::prepare(std::string_view sql) const {
 }
 
 Task<> Database::bulkWrite(std::function<void(const Bulk& bulk)> work) {
-    const auto self = shared_from_this();
     const auto transaction = [&] {
         const TriggersOff off(writer_.get());
         transact([&] { work(Bulk(*this)); });
     };
-    co_await writer_.actor.run(transaction);
+    co_await writing(transaction);
 }
 
 Task<std::vector<Row>> Database::rows(std::string_view sql, std::vector<SQLValue> values) {
@@ -215,12 +159,11 @@ Task<> Database::forEachRow(std::string_view sql, std::vector<SQLValue> values, 
 }
 
 Task<> Database::releaseMemory() {
-    const auto self = shared_from_this();
     const auto work = [&] {
         sqlite3_db_release_memory(writer_.get());
         returnFreeMemory();
     };
-    co_await writer_.actor.run(work);
+    co_await writing(work);
 }
 
 Task<> Database::close() {
@@ -253,38 +196,62 @@ std::unique_ptr<sqlite3, Database::Closer> Database::openFile(const std::string&
     return handle;
 }
 
-void Database::openForWriting(const std::string& path) {
-    if (!makePrivate(path)) throw databaseFailure(cannotOpen, nullptr);
-    auto handle = openFile(path);
-    run(handle.get(), schema::pageSize);
-    for (const char* const migration : schema::migrations) {
-        if (!run(handle.get(), migration)) {
-            throw databaseFailure("Could not migrate the local database.", handle.get());
+void Database::openForWriting() {
+    // The last connection that is closed takes the log along, so that one that is there was left by a killed process.
+    std::error_code absent;
+    formerRun_.endedCleanly = !std::filesystem::exists(path_ + "-wal", absent);
+    const PrivateFile file = makePrivateFile(path_);
+    if (file == PrivateFile::refused) throw databaseFailure(cannotOpen, nullptr);
+    formerRun_.leftNothing = file == PrivateFile::found && std::filesystem::is_empty(path_, absent);
+    auto handle = openFile(path_);
+    try {
+        if (file == PrivateFile::found) formerRun_.lost = findLoss(handle.get());
+        if (!schema::bringUpToDate(handle.get())) throw databaseFailure(cannotMigrate, handle.get());
+    } catch (const AppError&) {
+        handle.reset();
+        // What could not be begun is not to be taken for a file that has lost everything.
+        if (file == PrivateFile::made && std::filesystem::is_empty(path_, absent)) {
+            std::filesystem::remove(path_, absent);
         }
+        throw AppError::database(cannotMigrate);
     }
-    for (const char* const statement : schema::fullText)
-        run(handle.get(), statement);
-    for (const char* const statement : schema::tuning)
-        run(handle.get(), statement);
     if (!run(handle.get(), schema::configuration)) throw databaseFailure(cannotConfigure, handle.get());
     checkpointer_.follow(handle.get());
     writer_.handle = std::move(handle);
 }
 
-void Database::openForQueries(const std::string& path) {
-    auto handle = openFile(path);
+void Database::openForQueries() {
+    auto handle = openFile(path_);
     replaceTextFunctions(handle.get());
     if (!run(handle.get(), schema::queriesOnly)) throw databaseFailure(cannotConfigure, handle.get());
     reader_.handle = std::move(handle);
 }
 
+Task<> Database::writing(std::function<void()> work) {
+    const auto self = shared_from_this();
+    const auto watched = [&] {
+        try {
+            work();
+        } catch (const AppError&) {
+            noteDamage(writer_.handle.get());
+            throw;
+        }
+    };
+    co_await writer_.actor.run(watched);
+}
+
 void Database::query(std::string_view sql, const std::vector<SQLValue>& values, std::stop_token stop,
                      const std::function<void(Row row)>& visit) {
     const Interruption interruption(reader_.get(), std::move(stop));
-    Statement statement(reader_.get(), sql);
-    statement.bind(values);
-    while (auto row = statement.next())
-        visit(*std::move(row));
+    try {
+        Statement statement(reader_.get(), sql);
+        statement.bind(values);
+        while (auto row = statement.next())
+            visit(*std::move(row));
+    } catch (const AppError&) {
+        noteDamage(reader_.get());
+        throw;
+    }
 }
 
 void Database::transact(const std::function<void()>& work) {
@@ -295,6 +262,7 @@ void Database::transact(const std::function<void()>& work) {
         work();
         if (!run(open, "COMMIT")) throw databaseFailure(notSaved, open);
     } catch (...) {
+        noteDamage(open);  // before the rollback forgets it
         run(open, "ROLLBACK");
         throw;
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/storage/sqlite/Checkpointer.h"
+#include "app/storage/sqlite/Damage.h"
 #include "app/storage/sqlite/Row.h"
 #include "app/storage/sqlite/SQLValue.h"
 #include "app/storage/sqlite/Statement.h"
@@ -8,6 +9,7 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <stop_token>
 #include <string>
 #include <string_view>
@@ -89,6 +91,18 @@ class Database : public std::enable_shared_from_this<Database> {
     [[nodiscard]] Task<> forEachRow(std::string_view sql, std::vector<SQLValue> values,
                                     std::function<void(Row row)> visit);
 
+    /// What the opening told about the run before.
+    [[nodiscard]] const FormerRun& formerRun() const { return formerRun_; }
+
+    /// `callback` is called once, on any thread, when an operation first meets damage in the file; at once if one has.
+    void onDamage(std::function<void()> callback);
+
+    /// `velmora::findDamage`, on a connection of its own beside everything else.
+    [[nodiscard]] Task<Damage> findDamage(bool thorough);
+
+    /// `velmora::remakeFileIndex`, in turn with the other writes.
+    [[nodiscard]] Task<> remakeFileIndex(bool wholeOtherwise);
+
     /// Gives back the memory that a long series of writes has gathered.
     [[nodiscard]] Task<> releaseMemory();
 
@@ -109,15 +123,24 @@ class Database : public std::enable_shared_from_this<Database> {
     };
 
     static std::unique_ptr<sqlite3, Closer> openFile(const std::string& path);
-    void openForWriting(const std::string& path);
-    void openForQueries(const std::string& path);
+    void openForWriting();
+    void openForQueries();
+    [[nodiscard]] Task<> writing(std::function<void()> work);
+    void noteDamage(sqlite3* connection);
     void query(std::string_view sql, const std::vector<SQLValue>& values, std::stop_token stop,
                const std::function<void(Row row)>& visit);
     void transact(const std::function<void()>& work);
 
+    Executor pool_;
+    const std::string path_;
     Checkpointer checkpointer_;
     Connection writer_;
     Connection reader_;
+    FormerRun formerRun_;
+
+    std::mutex mutex_;
+    bool metDamage_ = false;          // guarded
+    std::function<void()> onDamage_;  // guarded
 };
 
 }  // namespace velmora

@@ -2,13 +2,19 @@
 
 #include <array>
 
+struct sqlite3;
+
 /// The whole schema of the database file. Every statement is idempotent: all of them run on every open, so that a file
-/// left half-made by a killed process is completed by the next.
+/// left half-made by a killed process is completed by the next. What they make is compared with what a file has, to the
+/// letter: a statement that has been in use is not reworded.
 namespace velmora::schema {
 
 /// Holds for a file that is still empty; any other keeps the size it was made with. Twice the usual size: searches that
 /// read whole tables take half as many reads, and two clipboard entries that do not fit one page fit one together.
 inline constexpr const char* pageSize = "PRAGMA page_size=8192;";
+
+/// What the last migration makes the file's user version.
+inline constexpr int version = 3;
 
 /// Each runs as one piece; a failure ends the opening.
 inline constexpr std::array migrations{
@@ -78,6 +84,9 @@ inline constexpr std::array tuning{
     "INSERT INTO file_index_fts(file_index_fts,rank) SELECT 'crisismerge',64 "
     "WHERE NOT EXISTS(SELECT 1 FROM file_index_fts_config WHERE k='crisismerge' AND v=64);",
 };
+
+/// Runs all of the above. False when a migration fails.
+[[nodiscard]] bool bringUpToDate(sqlite3* connection);
 
 inline constexpr const char* configuration = "PRAGMA synchronous=NORMAL;";
 

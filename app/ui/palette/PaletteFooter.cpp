@@ -89,7 +89,7 @@ void PaletteFooter::paintHelp(QPainter& painter, QRect area) const {
         draw(texts::of(content_.remark), theme.secondary);
     }
     painter.setFont(Theme::font(Theme::smallFont));
-    if (area.width() > 0) draw(texts::of(content_.help), theme.secondary);
+    if (area.width() > 0) draw(texts::line(content_.help), theme.secondary);
 }
 
 }  // namespace velmora

@@ -7,13 +7,33 @@
 #include "app/ui/state/ArgumentEntry.h"
 
 namespace velmora {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto moment = 500ms;
+
+}  // namespace
 
 ActionRunner::Busy::Busy(std::shared_ptr<ActionRunner> runner) : runner_(std::move(runner)) {
     runner_->feedback_->set(runner_->busy_, true);
 }
 
 ActionRunner::Busy::~Busy() {
-    if (runner_) runner_->feedback_->set(runner_->busy_, false);
+    if (!runner_) return;
+    naming_.cancel();
+    ++runner_->generation_;
+    const PaletteFeedback::Gathering gathering(*runner_->feedback_);
+    runner_->feedback_->set(runner_->busy_, false);
+    runner_->feedback_->set(runner_->running_, {});
+}
+
+void ActionRunner::Busy::name(const std::string& title) {
+    naming_ = spawn(runner_->services_->platform.main,
+                    [runner = runner_, title, generation = runner_->generation_]() -> Task<> {
+                        co_await runner->services_->platform.clock.sleep(moment);
+                        if (generation == runner->generation_) runner->feedback_->set(runner->running_, title);
+                    });
 }
 
 ActionRunner::ActionRunner(std::shared_ptr<AppServices> services, std::shared_ptr<PaletteFeedback> feedback)
@@ -33,13 +53,14 @@ void ActionRunner::run(const ResultPointer& result, const CommandAction& action)
     start([this, result, action](Busy busy) { return perform(std::move(busy), result, action); });
 }
 
-void ActionRunner::launch(const std::string& id, const std::string& arguments) {
-    start([this, id, arguments](Busy busy) { return performLaunch(std::move(busy), id, arguments); });
+void ActionRunner::launch(const ResultPointer& application, const std::string& arguments) {
+    start([this, application, arguments](Busy busy) { return performLaunch(std::move(busy), application, arguments); });
 }
 
-Task<> ActionRunner::perform(Busy /*busy*/, ResultPointer result, CommandAction action) {
+Task<> ActionRunner::perform(Busy busy, ResultPointer result, CommandAction action) {
     try {
         co_await services_->permissions.authorize(action.role, action.title, "This operation cannot be undone.");
+        busy.name(result->title);
         co_await action.execute();
     } catch (...) {
         feedback_->showFailure(std::current_exception());
@@ -50,8 +71,9 @@ Task<> ActionRunner::perform(Busy /*busy*/, ResultPointer result, CommandAction 
     co_await recordUse(result->id);
 }
 
-Task<> ActionRunner::performLaunch(Busy /*busy*/, std::string id, std::string arguments) {
-    const std::string path = ArgumentEntry::applicationPath(id);
+Task<> ActionRunner::performLaunch(Busy busy, ResultPointer application, std::string arguments) {
+    const std::string path = ArgumentEntry::applicationPath(application->id);
+    busy.name(application->title);
     try {
         co_await services_->applications->open(path, LaunchArguments::split(arguments));
         AppLog::command.info("Application launched with arguments");
@@ -60,7 +82,7 @@ Task<> ActionRunner::performLaunch(Busy /*busy*/, std::string id, std::string ar
         feedback_->showFailure(std::current_exception());
         co_return;
     }
-    co_await recordUse(id);
+    co_await recordUse(application->id);
     feedback_->hide();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/ui/state/PaletteFeedback.h"
+#include "core/async/Async.h"
 #include "core/commands/CommandRegistry.h"
 
 #include <functional>
@@ -29,8 +30,12 @@ class ActionRunner : public std::enable_shared_from_this<ActionRunner> {
         Busy(const Busy&) = delete;
         Busy& operator=(const Busy&) = delete;
 
+        /// Lets the user know what it is that runs, should it take longer than a moment.
+        void name(const std::string& title);
+
       private:
         std::shared_ptr<ActionRunner> runner_;
+        TaskHandle naming_;
     };
 
     ActionRunner(std::shared_ptr<AppServices> services, std::shared_ptr<PaletteFeedback> feedback);
@@ -38,13 +43,16 @@ class ActionRunner : public std::enable_shared_from_this<ActionRunner> {
     /// Whether something is running; until it has ended nothing else is begun.
     [[nodiscard]] bool busy() const { return busy_; }
 
+    /// The name of what has been running for more than a moment; empty: nothing.
+    [[nodiscard]] const std::string& running() const { return running_; }
+
     /// Starts `work` with the right to run, which ends with its task. Nothing when something is running already.
     TaskHandle start(std::function<Task<>(Busy)> work);
 
     void run(const ResultPointer& result, const CommandAction& action);
 
-    /// Launches the application of the result `id` with arguments as the user typed them, and remembers those.
-    void launch(const std::string& id, const std::string& arguments);
+    /// Launches the application of the result with arguments as the user typed them, and remembers those.
+    void launch(const ResultPointer& application, const std::string& arguments);
 
     /// How often, and when last, each command was used.
     [[nodiscard]] const UsageMap& usages() const { return usages_; }
@@ -53,12 +61,14 @@ class ActionRunner : public std::enable_shared_from_this<ActionRunner> {
 
   private:
     [[nodiscard]] Task<> perform(Busy busy, ResultPointer result, CommandAction action);
-    [[nodiscard]] Task<> performLaunch(Busy busy, std::string id, std::string arguments);
+    [[nodiscard]] Task<> performLaunch(Busy busy, ResultPointer application, std::string arguments);
     [[nodiscard]] Task<> recordUse(std::string id);
 
     std::shared_ptr<AppServices> services_;
     std::shared_ptr<PaletteFeedback> feedback_;
     bool busy_ = false;
+    std::string running_;
+    int generation_ = 0;  // of what runs
     UsageMap usages_;
 };
 

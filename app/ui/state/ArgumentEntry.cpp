@@ -58,8 +58,8 @@ ResultPointer ArgumentEntry::row(const AppLaunchRecord& record) const {
     result->subtitle = "Used " + std::to_string(record.count) + "× · " + text::relativeTime(record.lastUsed, now);
     result->icon = CommandIcon::symbol("clock.arrow.circlepath");
     result->actions.push_back({"run", "Launch With Arguments", "↵", ActionRole::normal,
-                               [runner = runner_, id = target_->id, arguments = record.arguments]() -> Task<> {
-                                   runner->launch(id, arguments);
+                               [runner = runner_, target = target_, arguments = record.arguments]() -> Task<> {
+                                   runner->launch(target, arguments);
                                    co_return;
                                }});
     return result;
@@ -67,7 +67,7 @@ ResultPointer ArgumentEntry::row(const AppLaunchRecord& record) const {
 
 void ArgumentEntry::submit(const std::string& query, const std::optional<CommandAction>& action) {
     if (!text::trimmed(query).empty()) {
-        runner_->launch(target_->id, query);
+        runner_->launch(target_, query);
     } else if (action) {
         spawn(services_->platform.main, action->execute);
     }

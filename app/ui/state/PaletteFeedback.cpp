@@ -4,6 +4,8 @@
 #include "core/Assert.h"
 #include "core/async/Async.h"
 
+#include <algorithm>
+
 namespace velmora {
 
 PaletteFeedback::Gathering::Gathering(PaletteFeedback& feedback) : feedback_(feedback) {
@@ -23,6 +25,25 @@ void PaletteFeedback::showFailure(const std::exception_ptr& failure) {
     } catch (...) {
         showError(AppError::friendly(failure));
     }
+}
+
+std::string PaletteFeedback::notice() const {
+    std::string all;
+    for (const std::string& sentence : notices_)
+        all += (all.empty() ? "" : " ") + sentence;
+    return all;
+}
+
+void PaletteFeedback::addNotice(const std::string& sentence) {
+    auto notices = notices_;
+    if (std::ranges::find(notices, sentence) == notices.end()) notices.push_back(sentence);
+    set(notices_, std::move(notices));
+}
+
+void PaletteFeedback::removeNotice(const std::string& sentence) {
+    auto notices = notices_;
+    std::erase(notices, sentence);
+    set(notices_, std::move(notices));
 }
 
 }  // namespace velmora

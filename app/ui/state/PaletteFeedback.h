@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace velmora {
 
@@ -48,6 +49,12 @@ class PaletteFeedback {
     void showFailure(const std::exception_ptr& failure);
     void clearError() { set(error_, std::optional<std::string>()); }
 
+    /// What went wrong by itself, mostly while nobody looked: stays until the palette has been shown with it.
+    [[nodiscard]] std::string notice() const;
+    void addNotice(const std::string& sentence);
+    void removeNotice(const std::string& sentence);
+    void clearNotices() { set(notices_, {}); }
+
     void hide() { hide_.emit(); }
 
     /// Called after every change of one or more fields.
@@ -59,6 +66,7 @@ class PaletteFeedback {
 
   private:
     std::optional<std::string> error_;
+    std::vector<std::string> notices_;
     Signal<> changed_;
     Signal<> hide_;
     int depth_ = 0;

@@ -55,7 +55,9 @@ PaletteScreen::Footer footerOf(const PaletteState& state, const PaletteScreen& s
     PaletteScreen::Footer footer;
     footer.symbol = state.argumentTarget() ? argumentSymbol : mode.symbol;
     footer.title = mode.title;
-    if (screen.atHome) {
+    if (!state.running().empty()) {
+        footer.help = "Running " + state.running() + "…";
+    } else if (screen.atHome) {
         footer.hints = keyHints;
     } else if (state.mode() == Mode::files) {
         footer.help = fileExample;
@@ -76,7 +78,7 @@ PaletteScreen PaletteScreen::of(const PaletteState& state) {
     screen.atHome = state.mode() == Mode::commands && !state.argumentTarget();
     if (state.mode() == Mode::files) screen.folder = folderOf(state.fileDirectory());
     screen.working = state.searching() || state.busy();
-    screen.error = state.error().value_or("");
+    screen.error = state.error().value_or(state.notice());
     if (state.argumentTarget()) screen.argumentHelp = argumentHint;
     screen.page = pageOf(state);
     screen.nothing = nothingOf(state);

@@ -1,7 +1,9 @@
 #include "app/ui/state/PaletteState.h"
 
 #include "app/composition/AppServices.h"
+#include "app/services/StorageHealth.h"
 #include "app/services/applications/ApplicationService.h"
+#include "app/services/clipboard/ClipboardService.h"
 #include "app/services/files/FileService.h"
 #include "app/ui/state/BuiltInCommands.h"
 #include "core/text/Text.h"
@@ -36,6 +38,15 @@ PaletteState::PaletteState(std::shared_ptr<AppServices> services)
       assistant_(std::make_shared<AssistantState>(services_, feedback_, runner_)) {
     subscriptions_.push_back(groups_->onReplaced([this] { listAgain(); }));
     subscriptions_.push_back(arguments_->onLoaded([this] { search(); }));
+    const auto notice = [this](const std::string& sentence) { feedback_->addNotice(sentence); };
+    subscriptions_.push_back(services_->health->onFinding(notice));
+    const auto onClipboardTrouble = [this](const std::optional<std::string>& failure) {
+        const std::string prefix = "What was copied could not be stored. ";
+        feedback_->removeNotice(clipboardNotice_);
+        clipboardNotice_ = failure ? prefix + *failure : "";
+        if (failure) feedback_->addNotice(clipboardNotice_);
+    };
+    subscriptions_.push_back(services_->clipboard->onTrouble(onClipboardTrouble));
 }
 
 Task<> PaletteState::start() {
@@ -126,6 +137,7 @@ void PaletteState::rest() {
     assistant_->begin(std::nullopt);
     feedback_->set(showsPreview_, false);
     showResults({});
+    feedback_->clearNotices();
 }
 
 void PaletteState::search() {

@@ -46,11 +46,15 @@ class PaletteState : public std::enable_shared_from_this<PaletteState> {
     [[nodiscard]] const std::vector<ResultPointer>& results() const { return results_; }
     [[nodiscard]] std::ptrdiff_t selection() const { return selection_; }
     [[nodiscard]] const std::optional<std::string>& error() const { return feedback_->error(); }
+    /// What went wrong while nobody looked, until the palette has been shown with it; empty: nothing.
+    [[nodiscard]] std::string notice() const { return feedback_->notice(); }
     [[nodiscard]] bool showsPreview() const { return showsPreview_; }
     [[nodiscard]] bool showsActions() const { return showsActions_; }
     [[nodiscard]] std::ptrdiff_t actionSelection() const { return actionSelection_; }
     [[nodiscard]] bool searching() const { return searching_; }
     [[nodiscard]] bool busy() const { return runner_->busy(); }
+    /// What has been running for more than a moment; empty: nothing.
+    [[nodiscard]] const std::string& running() const { return runner_->running(); }
     /// The application whose launch arguments are being typed, in the argument mode.
     [[nodiscard]] const ResultPointer& argumentTarget() const { return arguments_->target(); }
     /// The folder that the files mode searches; none: every indexed folder.
@@ -93,7 +97,8 @@ class PaletteState : public std::enable_shared_from_this<PaletteState> {
     void togglePreview();
     /// Cancels the pending search and the request to the assistant.
     void cancelWork();
-    /// Nothing of it is on screen any more: cancels what is pending and lets go of what was found and answered.
+    /// The palette has been shown and is hidden now: cancels what is pending and lets go of what was found and answered,
+    /// and of the notices, which have been seen.
     void rest();
     /// Shows a failure as the error line.
     void showError(std::string sentence) { feedback_->showError(std::move(sentence)); }
@@ -117,6 +122,7 @@ class PaletteState : public std::enable_shared_from_this<PaletteState> {
     std::shared_ptr<PreviewReader> preview_;
     std::shared_ptr<AssistantState> assistant_;
     std::vector<Subscription> subscriptions_;
+    std::string clipboardNotice_;
 
     bool started_ = false;
     bool stopped_ = false;

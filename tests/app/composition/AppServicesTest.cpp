@@ -1,5 +1,6 @@
 #include "app/composition/AppServices.h"
 
+#include "app/services/StorageHealth.h"
 #include "app/services/clipboard/ClipboardService.h"
 #include "app/services/files/FileIndexService.h"
 #include "app/services/quick/Shortcuts.h"
@@ -57,6 +58,30 @@ TEST_F(AppServicesTest, QuittingDuringTheStartStartsNothingAgain) {
     EXPECT_TRUE(loop.run([&] { return services->clipboard->search("", std::nullopt); }).empty());
     loop.run([&] { return services->stop(); });
     EXPECT_ANY_THROW(loop.run([&] { return services->usage.record("x"); })) << "the database is closed";
+}
+
+TEST_F(AppServicesTest, ADamagedFileIndexIsMadeAnewAndOtherDamageTold) {
+    disk.entries = {folder.path() + "/found.txt"};
+    const auto startAgain = [&](const char* damage) {
+        loop.run([&] { return services->database->execute(damage); });
+        loop.run([&] { return services->stop(); });
+        services = makeServices();
+        loop.run([&] { return services->start(); });
+        std::string told;
+        const auto listening = services->health->onFinding([&](const std::string& sentence) { told += sentence; });
+        services->startWatching();
+        loop.settle();
+        clock.advance(3s);
+        loop.until([&] { return !services->fileIndex->isScanning(); });
+        loop.settle();
+        return told;
+    };
+    EXPECT_EQ(startAgain("SELECT 1 WHERE 0"), "");
+    EXPECT_EQ(startAgain("ALTER TABLE file_index ADD COLUMN more"), "The file index was damaged. It is being made anew.");
+    EXPECT_EQ(services->fileIndex->fileCount(), 1);
+    EXPECT_EQ(startAgain("DROP TABLE app_launches"), "Lost from the local database: app launches.");
+    EXPECT_EQ(startAgain("ALTER TABLE command_usage ADD COLUMN more"), "Damaged in the local database: command usage.");
+    loop.run([&] { return services->stop(); });
 }
 
 }  // namespace

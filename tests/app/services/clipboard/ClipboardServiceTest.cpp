@@ -141,18 +141,55 @@ TEST_F(ClipboardServiceTest, ASecretThatReplacesATextWhileItIsReadIsNotStored) {
     EXPECT_EQ(stored(), Contents{}) << "the next look finds the mark";
 }
 
-TEST_F(ClipboardServiceTest, AFailureIsKeptAndTheNextCopyIsTaken) {
-    loop.run([&] { return database->execute("ALTER TABLE clipboard_history RENAME TO away"); });
+TEST_F(ClipboardServiceTest, WhatCannotBeStoredIsTriedAgainForAMinute) {
+    const std::string sentence = "The database query could not be prepared.";
+    const auto breakTable = [&](bool broken) {
+        const auto sql = broken ? "ALTER TABLE clipboard_history RENAME TO away"
+                                : "ALTER TABLE away RENAME TO clipboard_history";
+        loop.run([&] { return database->execute(sql); });
+    };
+    std::vector<std::string> told;
+    const auto listening =
+        service->onTrouble([&](const std::optional<std::string>& failure) { told.push_back(failure.value_or("saved")); });
+    const auto copy = [&](const char* text) {
+        pasteboard.copyText(text);
+        wait(650ms);
+    };
+    const auto polls = [&](int count) {
+        for (int i = 0; i < count; ++i)
+            wait(650ms);
+    };
     service->start();
-    pasteboard.copyText("lost");
-    wait(650ms);
-    EXPECT_EQ(service->error(), "The database query could not be prepared.");
+    breakTable(true);
+    copy("first");
+    EXPECT_EQ(service->error(), sentence);
     EXPECT_THROW(results(), AppError);
-    loop.run([&] { return database->execute("ALTER TABLE away RENAME TO clipboard_history"); });
-    pasteboard.copyText("kept");
-    wait(650ms);
-    EXPECT_EQ(stored(), Contents{"kept"});
-    EXPECT_EQ(service->error(), "The database query could not be prepared.") << "a success leaves it";
+    copy("second");
+    breakTable(false);
+    polls(8);
+    EXPECT_EQ(stored(), (Contents{"second", "first"}));
+    EXPECT_EQ(told, (Contents{sentence, "saved"}));
+    EXPECT_EQ(service->error(), sentence) << "a success leaves it";
+
+    breakTable(true);
+    copy("given up");
+    polls(200);
+    const auto tries = told.size();
+    polls(20);
+    EXPECT_EQ(told.size(), tries);
+    breakTable(false);
+    copy("kept");
+    EXPECT_EQ(stored(), (Contents{"kept", "second", "first"}));
+    EXPECT_EQ(told.back(), sentence) << "not all of them are stored";
+
+    breakTable(true);
+    copy("withdrawn");
+    service->enabled = false;
+    polls(1);
+    service->enabled = true;
+    breakTable(false);
+    polls(8);
+    EXPECT_EQ(stored(), (Contents{"kept", "second", "first"}));
 }
 
 TEST_F(ClipboardServiceTest, CopiesWholeTextsBackOfWhichTheListHasTheBeginning) {

@@ -102,6 +102,66 @@ TEST_F(PaletteStateTest, ACancelledActionLeavesNoTrace) {
     EXPECT_EQ(hidden, 0);
 }
 
+TEST_F(PaletteStateTest, WhatTakesLongIsNamedAndHoldsNothingElseUp) {
+    std::optional<Completion<>> end;
+    CommandResult result;
+    result.id = result.title = "Endless";
+    const std::function<Task<>()> work = [&end] {
+        return Completion<>::await([&end](const Completion<>& ended) { end = ended; });
+    };
+    result.actions.push_back({"run", "Run", std::nullopt, ActionRole::normal, work});
+    state->registry().registerCommand(std::make_shared<StaticCommand>(result));
+    const auto footer = [this] { return PaletteScreen::of(*state).footer; };
+    state->setQuery("endless");
+    execute();
+    EXPECT_EQ(footer().help, "") << "not yet";
+    wait(500ms);
+    EXPECT_EQ(footer().help, "Running Endless…");
+    EXPECT_EQ(footer().hints, "");
+    state->setQuery("zoom");
+    EXPECT_EQ(titles().front(), "Zoom");
+    execute();
+    EXPECT_TRUE(workspace.launches.empty());
+    state->escape();
+    EXPECT_EQ(hidden, 1);
+    state->enter(Mode::clipboard);  // as an action of the palette that is shown again does
+    wait(180ms);
+    EXPECT_EQ(footer().help, "Running Endless…");
+    state->escape();
+    EXPECT_EQ(state->mode(), Mode::commands);
+    end->fulfil();
+    settle();
+    EXPECT_EQ(footer().help, "");
+    EXPECT_NE(footer().hints, "");
+}
+
+TEST_F(PaletteStateTest, ATroubleIsShownUntilThePaletteWasShownWithIt) {
+    const auto run = [this](const char* sql) { loop.run([&] { return services->database->execute(sql); }); };
+    const char* const refuse =
+        "CREATE TRIGGER refuse BEFORE INSERT ON clipboard_history BEGIN SELECT RAISE(ABORT,''); END";
+    const auto poll = [this] {
+        for (int i = 0; i < 9; ++i)
+            wait(650ms);
+    };
+    const std::string trouble = "What was copied could not be stored. Could not save local data.";
+    run(refuse);
+    pasteboard.copyText("text");
+    poll();
+    state->setQuery("zoom");
+    EXPECT_EQ(PaletteScreen::of(*state).error, trouble) << "typing does not clear it";
+    state->showError("What was tried last failed.");
+    EXPECT_EQ(PaletteScreen::of(*state).error, "What was tried last failed.");
+    state->setQuery("");
+    run("DROP TRIGGER refuse");
+    poll();
+    EXPECT_EQ(state->notice(), "") << "stored after all";
+    run(refuse);
+    pasteboard.copyText("more");
+    poll();
+    state->rest();
+    EXPECT_EQ(state->notice(), "");
+}
+
 TEST_F(PaletteStateTest, FilesAreSearchedWhenTypingPauses) {
     state->enter(Mode::files);
     EXPECT_FALSE(state->searching());
