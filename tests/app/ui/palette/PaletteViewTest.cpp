@@ -78,7 +78,7 @@ TEST_F(PaletteViewTest, AnswersAreReadAndCopiedWhileTheKeyboardStaysInTheInput) 
     press(Qt::Key_PageDown);
     const std::size_t place = first();
     state->showError("anything that draws the palette again");
-    view<AnswerView>().show(text.text(), "Thinking…");
+    view<AnswerView>().show(text.text(), true, "Thinking…");
     EXPECT_EQ(copied(), "Enter") << "what was selected last";
     EXPECT_EQ(first(), place);
 }
