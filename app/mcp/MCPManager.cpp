@@ -55,7 +55,18 @@ Task<> MCPManager::connect(MCPServerConfiguration configuration) {
     if (isStopped_) throw Cancelled{};
     const std::string id = configuration.id;
     if (!connecting_.insert(id).second) co_return;
-    const std::shared_ptr<void> atEnd(nullptr, [this, id](void*) { connecting_.erase(id); });
+    std::exception_ptr failure;
+    try {
+        co_await establish(std::move(configuration));
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    connecting_.erase(id);
+    if (failure) std::rethrow_exception(failure);
+}
+
+Task<> MCPManager::establish(MCPServerConfiguration configuration) {
+    const std::string id = configuration.id;
     co_await disconnect(id);
     if (isStopped_) throw Cancelled{};
     const std::uint64_t session = ++lastSession_;
@@ -160,6 +171,7 @@ Task<> MCPManager::stop() {
     }
     // All at once: each can take more than half a second.
     std::vector<TaskHandle> endings;
+    endings.reserve(ids.size());
     for (const std::string& id : ids)
         endings.push_back(spawn(main_, [this, id] { return disconnect(id); }));
     for (const TaskHandle& ending : endings)

@@ -60,6 +60,7 @@ class MCPManager {
   private:
     using Transports = std::map<std::string, std::shared_ptr<StdioTransport>>;
 
+    [[nodiscard]] Task<> establish(MCPServerConfiguration configuration);
     [[nodiscard]] Task<> open(MCPServerConfiguration configuration, std::uint64_t session,
                               std::shared_ptr<StdioTransport> transport);
     [[nodiscard]] Task<StdioTransport::Secrets> readSecrets(std::map<std::string, std::string> accounts);
