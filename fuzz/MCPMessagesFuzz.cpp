@@ -14,7 +14,7 @@ namespace {
 struct Outcome {
     std::string replies;
     std::array<std::string, 4> answers;
-    std::optional<Fault> fault;
+    std::optional<MCPFault> fault;
 
     bool operator==(const Outcome&) const = default;
 };

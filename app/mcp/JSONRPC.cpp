@@ -28,7 +28,7 @@ std::optional<std::int64_t> requestId(const JSONValue& id) {
 }
 
 Message meaning(JSONValue message) {
-    if (message["jsonrpc"] != JSONValue("2.0")) return Fault::notVersion2;
+    if (message["jsonrpc"] != JSONValue("2.0")) return MCPFault::notVersion2;
     if (const std::string* const method = message["method"].string()) {
         if (message["id"] == JSONValue(nullptr)) return Ignored{};
         return Request{*method, message["id"]};
@@ -45,7 +45,7 @@ Message read(std::string_view line) {
     try {
         return meaning(JSONValue::parse(line));
     } catch (const JSONError&) {
-        return Fault::notJSON;
+        return MCPFault::notJSON;
     }
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/mcp/Fault.h"
+#include "app/mcp/MCPFault.h"
 #include "core/json/JSONValue.h"
 
 #include <cstdint>
@@ -27,9 +27,9 @@ struct Response {
 /// Nothing that we take notice of: a notification, or an answer to what we cannot have asked.
 struct Ignored {};
 
-using Message = std::variant<Ignored, Request, Response, Fault>;
+using Message = std::variant<Ignored, Request, Response, MCPFault>;
 
-/// What a line of the server says; a `Fault` when it is no message.
+/// What a line of the server says; a `MCPFault` when it is no message.
 Message read(std::string_view line);
 
 /// Our own messages. They fail with `JSONError` where the parameters have no JSON form.

@@ -16,20 +16,20 @@ namespace velmora {
 class MessageReader {
   public:
     /// `calls` must outlive it. `reply` sends a message to the server.
-    MessageReader(PendingCalls& calls, std::function<void(std::string message)> reply)
+    MessageReader(PendingCalls& calls, std::function<void(const std::string& message)> reply)
         : calls_(calls), reply_(std::move(reply)) {}
 
     /// Takes what has arrived. A fault is the end of the connection; what came before it has been taken.
-    [[nodiscard]] std::optional<Fault> receive(std::string_view piece);
+    [[nodiscard]] std::optional<MCPFault> receive(std::string_view piece);
 
     /// Gives back the memory of what has arrived and is no whole line.
     void forget() { lines_ = {}; }
 
   private:
-    [[nodiscard]] std::optional<Fault> take(jsonrpc::Message message);
+    [[nodiscard]] std::optional<MCPFault> take(jsonrpc::Message message);
 
     PendingCalls& calls_;
-    std::function<void(std::string)> reply_;
+    std::function<void(const std::string&)> reply_;
     LineBuffer lines_;
 };
 

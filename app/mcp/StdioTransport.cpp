@@ -27,14 +27,14 @@ void setEnvironment(ChildProcessRequest& request, const std::string& home, const
         {{"HOME", home}, {"PATH", "/opt/homebrew/bin:/usr/local/bin:/usr/bin:/bin"}, {"LANG", "en_US.UTF-8"}});
     request.environment.emplace();
     for (const auto& [name, value] : values) {
-        if (!secrets.contains(name)) request.environment->push_back(name + "=" + value);
+        if (!secrets.contains(name)) request.environment->emplace_back(name).append("=").append(value);
     }
     request.secretEnvironment = std::make_shared<std::vector<Secret>>();
     for (const auto& [name, secret] : secrets)
         request.secretEnvironment->emplace_back(name + "=", secret.view());
 }
 
-void report(Fault fault, std::optional<int> exitStatus) {
+void report(MCPFault fault, std::optional<int> exitStatus) {
     std::string line = "MCP server disconnected: ";
     line += description(fault);
     if (exitStatus) line += "; it exited with status " + std::to_string(*exitStatus);
@@ -44,10 +44,10 @@ void report(Fault fault, std::optional<int> exitStatus) {
 }  // namespace
 
 StdioTransport::StdioTransport(Host host)
-    : host_(std::move(host)), actor_(host_.pool), messages_(calls_, [this](std::string message) {
+    : host_(std::move(host)), actor_(host_.pool), messages_(calls_, [this](const std::string& message) {
           // Who reads nothing is not answered for ever.
           if (!isClosed_ && unsent_.size() < LineBuffer::maximumBytes && message.size() <= maximumMessageBytes) {
-              send(std::move(message));
+              send(message);
           }
       }) {}
 
@@ -105,7 +105,7 @@ Task<> StdioTransport::read(std::shared_ptr<ChildProcess> process,  // NOLINT(pe
         const auto self = transport.lock();
         if (!self) co_return;
         if (!piece) {
-            self->shutDown(Fault::outputEnded);
+            self->shutDown(MCPFault::outputEnded);
             co_return;
         }
         // Lets the other tasks of the actor in between two pieces, however fast they come.
@@ -171,7 +171,7 @@ void StdioTransport::expire(const CallPointer& call) {
     if (!calls_.isOpen(call->id)) return;
     sendCancellation(*call);
     calls_.fail(call->id, std::make_exception_ptr(AppError::mcp("The MCP server timed out.")));
-    shutDown(Fault::timedOut);
+    shutDown(MCPFault::timedOut);
 }
 
 void StdioTransport::cancel(const CallPointer& call) {
@@ -185,7 +185,7 @@ void StdioTransport::sendCancellation(const Call& call) {
     send(jsonrpc::notification("notifications/cancelled", JSONValue::Object{{"requestId", call.id}}));
 }
 
-void StdioTransport::send(std::string message) {
+void StdioTransport::send(std::string_view message) {
     VELMORA_ASSERT(actor_.isRunningHere());
     if (isClosed_) throw AppError::mcp("The MCP connection is closed.");
     if (message.size() > maximumMessageBytes) throw AppError::mcp("The MCP request exceeds the size limit.");
@@ -207,7 +207,7 @@ Task<> StdioTransport::writeOut() {
         }
     }
     isWriting_ = false;
-    if (isRefused) shutDown(Fault::inputRefused);
+    if (isRefused) shutDown(MCPFault::inputRefused);
 }
 
 void StdioTransport::receive(std::string_view piece) {
@@ -216,14 +216,14 @@ void StdioTransport::receive(std::string_view piece) {
     if (const auto fault = messages_.receive(piece)) shutDown(fault);
 }
 
-void StdioTransport::shutDown(std::optional<Fault> fault) {
+void StdioTransport::shutDown(std::optional<MCPFault> fault) {
     VELMORA_ASSERT(actor_.isRunningHere());
     if (std::exchange(isClosed_, true)) return;
     calls_.failAll(disconnected);
     closing_ = spawn(actor_.executor(), [self = shared_from_this(), fault] { return self->endProcess(fault); });
 }
 
-Task<> StdioTransport::endProcess(std::optional<Fault> fault) {
+Task<> StdioTransport::endProcess(std::optional<MCPFault> fault) {
     co_await launch_.finished();
     if (process_) {
         process_->closeInput();

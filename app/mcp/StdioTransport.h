@@ -10,13 +10,14 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace velmora {
 
 /// One local MCP server: its process, and the JSON-RPC spoken with it over standard input and output.
 ///
 /// `MessageReader` makes settled calls of what the server writes; here is the process around it, the time-outs, what is
-/// sent, and the end. The connection ends by `close`, by a `Fault`, or because a request was not answered within 20
+/// sent, and the end. The connection ends by `close`, by a `MCPFault`, or because a request was not answered within 20
 /// seconds; every open request then fails with "The MCP server disconnected.", and nothing is ever sent again.
 ///
 /// Runs on: any task; the work is done on an actor, one piece at a time. Lives in a `shared_ptr`. Owns: the process,
@@ -61,11 +62,11 @@ class StdioTransport final : public MCPTransport, public std::enable_shared_from
     void expire(const CallPointer& call);
     void cancel(const CallPointer& call);
     void sendCancellation(const Call& call);
-    void send(std::string message);
+    void send(std::string_view message);
     [[nodiscard]] Task<> writeOut();
     void receive(std::string_view piece);
-    void shutDown(std::optional<Fault> fault);
-    [[nodiscard]] Task<> endProcess(std::optional<Fault> fault);
+    void shutDown(std::optional<MCPFault> fault);
+    [[nodiscard]] Task<> endProcess(std::optional<MCPFault> fault);
 
     const Host host_;
     Actor actor_;

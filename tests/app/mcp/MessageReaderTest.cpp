@@ -25,7 +25,7 @@ std::string outcome(std::string_view input, std::size_t size) {
         });
     }
     loop.settle();
-    std::optional<Fault> fault;
+    std::optional<MCPFault> fault;
     for (std::size_t at = 0; at < input.size() && !fault; at += size)
         fault = reader.receive(input.substr(at, size));
     loop.settle();
@@ -38,8 +38,8 @@ std::string outcome(std::string_view input, std::size_t size) {
 }
 
 TEST(MessageReader, TakesWhatServersSayHoweverItArrives) {
-    const std::string notJSON(description(Fault::notJSON));
-    const std::string notVersion2(description(Fault::notVersion2));
+    const std::string notJSON(description(MCPFault::notJSON));
+    const std::string notVersion2(description(MCPFault::notVersion2));
     const std::string rejected = "The MCP server rejected the request.|";
     const auto message = [](const std::string& rest) { return R"({"jsonrpc":"2.0",)" + rest + "}\n"; };
     const struct {
@@ -89,7 +89,7 @@ TEST(MessageReader, HoldsSoMuchAndNoMore) {
     const std::string again = longest + longest;
     EXPECT_TRUE(outcome(again, longest.size()).ends_with("|||")) << "taken lines no longer count";
     for (const std::string& input : {line(LineBuffer::maximumBytes + 1), line(LineBuffer::maximumBytes) + "\n"})
-        EXPECT_EQ(outcome(input, pieceBytes), "|||" + std::string(description(Fault::tooLong)));
+        EXPECT_EQ(outcome(input, pieceBytes), "|||" + std::string(description(MCPFault::tooLong)));
 }
 
 }  // namespace

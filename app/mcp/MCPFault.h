@@ -5,7 +5,7 @@
 namespace velmora {
 
 /// Why the connection to an MCP server was given up.
-enum class Fault {
+enum class MCPFault {
     notJSON,
     notVersion2,
     tooLong,
@@ -15,6 +15,6 @@ enum class Fault {
 };
 
 /// For the log, in fixed words, so that the server can be mended.
-std::string_view description(Fault fault);
+std::string_view description(MCPFault fault);
 
 }  // namespace velmora
