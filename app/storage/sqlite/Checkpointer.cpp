@@ -11,14 +11,14 @@ namespace {
 
 // A batch of the file index appends about a thousand pages. When all of the log has been copied, the next commit begins
 // it anew and waits for the disk, which should not happen at every batch.
-constexpr int pagesWorthCopying = 4000;
+constexpr int pagesWorthCopying = 8000;
 
 // While batches keep coming, a copy in the background never has the last of them, and only when all of the log has been
 // copied is it begun anew. So the commit itself copies what few pages are left.
 constexpr int pagesToFinish = 4000;
 
 // Where the disk cannot keep up, commits wait for it after all.
-constexpr int pagesToWaitAt = 16'000;
+constexpr int pagesToWaitAt = 24'000;
 
 struct Closer {
     void operator()(sqlite3* connection) const noexcept { sqlite3_close_v2(connection); }
