@@ -308,7 +308,7 @@ TEST_F(PaletteStateTest, ShowsOnePageForEverySituation) {
         wait(60ms);
     };
     const std::pair<std::function<void()>, std::string> cases[] = {
-        {[this] { state->setQuery("zz"); }, "nothing, No Results, Type a name , ↑"},
+        {[this] { state->setQuery("nothing like it"); }, "nothing, No Results, Type a name , ↑"},
         {[this] { state->setQuery("zoom"), state->beginArguments(); }, "nothing, back, Type arguments, No Results"},
         {[this] { state->enter(Mode::files); }, "nothing, back, No Results, Results come, report, 0 results"},
         {[this] { state->setQuery("q"); }, "nothing, back, report, 0 results, working"},
