@@ -59,18 +59,19 @@ def large_answer(desktop, build):
     gaps, quiet, peaks, after = [], [], [], []
     for number in range(1, ROUNDS + 1):
         leave(desktop, palette)
-        before = memory(palette)[0]
-        palette.show()
+        hidden = memory(palette)[0]
+        palette.ask_to_show()
         palette.shown()
-        pathlib.Path(f"/proc/{palette.process.pid}/clear_refs").write_text("5")
         quiet.append(palette.longest_gap(time.monotonic_ns()))
+        shown = memory(palette)[0]
+        pathlib.Path(f"/proc/{palette.process.pid}/clear_refs").write_text("5")
         began = time.monotonic_ns()
         ask(desktop, scripted, number)
         gaps.append(palette.longest_gap(began))
-        peaks.append(peak(palette) - before)
+        peaks.append(peak(palette) - shown)
         leave(desktop, palette)
         time.sleep(1)
-        after.append(memory(palette)[0] - before)
+        after.append(memory(palette)[0] - hidden)
     palette.quit()
     yield "ai.stall", statistics.median(gaps), "ms", statistics.median(quiet)
     yield "ai.rss", statistics.median(peaks), "MiB", ANSWER_BYTES / MIB
