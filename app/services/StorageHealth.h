@@ -13,9 +13,9 @@ namespace velmora {
 
 class FileIndexService;
 
-/// Looks after the database's file: reads it in the background, all of it when the last run did not end cleanly or when an
-/// operation has met damage, has a damaged file index made anew from the disk, and tells of what else is damaged or has
-/// gone. Mends once in a run.
+/// Looks after the database's file: reads it in the background, all of it when the last run did not end cleanly or when
+/// an operation has met damage, has a damaged file index made anew from the disk, and tells of what else is damaged or
+/// has gone. Mends once in a run.
 ///
 /// Runs on: the main thread; the reading elsewhere. Lives in a `shared_ptr`. `clock` must outlive it. Fails with:
 /// nothing; what cannot be mended is told.

@@ -20,7 +20,8 @@ namespace velmora {
 
 /// The clipboard history: looks at the clipboard again and again, stores texts and addresses that were copied, finds
 /// them, and copies them back. What the copying program marked as concealed, transient or generated is never read, and
-/// what is on the clipboard at the start is not taken. What cannot be stored is kept for about a minute, and tried again.
+/// what is on the clipboard at the start is not taken. What cannot be stored is kept for about a minute, and tried
+/// again.
 ///
 /// Runs on: the main thread; results are made on the worker pool. Lives in a `shared_ptr`. `clock`, `pasteboard` and
 /// `frontmost` must outlive it and the actions it hands out. Fails with: `AppError` (database), from `search` only.

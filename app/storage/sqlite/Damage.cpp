@@ -147,8 +147,8 @@ void remakeFileIndex(sqlite3* connection, bool wholeOtherwise) {
                 "DELETE FROM sqlite_schema WHERE tbl_name IN ('file_index','file_index_fts') "
                 "OR tbl_name GLOB 'file_index_fts_*'");
     }
-    // Before anything is written: also the list of pages not in use may be damaged. In memory: copied texts must not pass
-    // through a file elsewhere.
+    // Before anything is written: also the list of pages not in use may be damaged. In memory: copied texts must not
+    // pass through a file elsewhere.
     if (wholeOtherwise) {
         run(connection, "PRAGMA temp_store=MEMORY");
         const bool copied = run(connection, "VACUUM");

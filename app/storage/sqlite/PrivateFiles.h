@@ -10,8 +10,8 @@ void makePrivateFolder(const std::string& path);
 
 enum class PrivateFile { refused, made, found };
 
-/// Makes the database file at the absolute `path` for its owner alone, before SQLite would by the process's mask; SQLite
-/// gives its side files the same permissions. Of a file that is already there, and of its side files, takes the
+/// Makes the database file at the absolute `path` for its owner alone, before SQLite would by the process's mask;
+/// SQLite gives its side files the same permissions. Of a file that is already there, and of its side files, takes the
 /// permissions of others. Refused is what is no plain file, or cannot be made. Blocks.
 [[nodiscard]] PrivateFile makePrivateFile(const std::string& path);
 

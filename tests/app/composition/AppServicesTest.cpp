@@ -77,7 +77,8 @@ TEST_F(AppServicesTest, ADamagedFileIndexIsMadeAnewAndOtherDamageTold) {
         return told;
     };
     EXPECT_EQ(startAgain("SELECT 1 WHERE 0"), "");
-    EXPECT_EQ(startAgain("ALTER TABLE file_index ADD COLUMN more"), "The file index was damaged. It is being made anew.");
+    EXPECT_EQ(startAgain("ALTER TABLE file_index ADD COLUMN more"),
+              "The file index was damaged. It is being made anew.");
     EXPECT_EQ(services->fileIndex->fileCount(), 1);
     EXPECT_EQ(startAgain("DROP TABLE app_launches"), "Lost from the local database: app launches.");
     EXPECT_EQ(startAgain("ALTER TABLE command_usage ADD COLUMN more"), "Damaged in the local database: command usage.");

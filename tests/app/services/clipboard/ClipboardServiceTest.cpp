@@ -144,13 +144,13 @@ TEST_F(ClipboardServiceTest, ASecretThatReplacesATextWhileItIsReadIsNotStored) {
 TEST_F(ClipboardServiceTest, WhatCannotBeStoredIsTriedAgainForAMinute) {
     const std::string sentence = "The database query could not be prepared.";
     const auto breakTable = [&](bool broken) {
-        const auto sql = broken ? "ALTER TABLE clipboard_history RENAME TO away"
-                                : "ALTER TABLE away RENAME TO clipboard_history";
+        const auto sql =
+            broken ? "ALTER TABLE clipboard_history RENAME TO away" : "ALTER TABLE away RENAME TO clipboard_history";
         loop.run([&] { return database->execute(sql); });
     };
     std::vector<std::string> told;
-    const auto listening =
-        service->onTrouble([&](const std::optional<std::string>& failure) { told.push_back(failure.value_or("saved")); });
+    const auto listening = service->onTrouble(
+        [&](const std::optional<std::string>& failure) { told.push_back(failure.value_or("saved")); });
     const auto copy = [&](const char* text) {
         pasteboard.copyText(text);
         wait(650ms);

@@ -70,8 +70,8 @@ TEST_F(DamageTest, IsFoundWhereItIsAndTheFileIndexIsMadeAnew) {
         const std::string file = at("damaged.sqlite");
         std::filesystem::copy_file(path, file, std::filesystem::copy_options::overwrite_existing);
         database = open(file);
-        const std::string page = overwritten.empty() ? "0" : one("SELECT rootpage AS c FROM sqlite_schema WHERE name=?",
-                                                                 {overwritten});
+        const std::string page =
+            overwritten.empty() ? "0" : one("SELECT rootpage AS c FROM sqlite_schema WHERE name=?", {overwritten});
         close();
         EXPECT_EQ(RawConnection(file).run(statements), SQLITE_OK);
         if (!overwritten.empty()) overwritePage(file, std::stoll(page));
