@@ -180,9 +180,10 @@ std::size_t TreeWatch::checkRoots() {
 
 void TreeWatch::mountsChanged() {
     for (std::size_t i = 0; i < roots_.size(); ++i) {
-        if (!roots_[i].mounts) continue;
-        roots_[i].mounts->refresh();
-        const auto before = std::exchange(roots_[i].handledMounts, roots_[i].mounts->mounts());
+        std::optional<MountTable>& mounts = roots_[i].mounts;
+        if (!mounts) continue;
+        mounts->refresh();
+        const auto before = std::exchange(roots_[i].handledMounts, mounts->mounts());
         const auto& now = roots_[i].handledMounts;
         std::vector<std::pair<std::string, std::string>> different;
         std::set_symmetric_difference(before.begin(), before.end(), now.begin(), now.end(),
