@@ -80,6 +80,8 @@ class Files(PaletteTest):
         def typed_after(close, text):
             close()
             self.desktop.wait_until_hidden(CHOOSER)
+            self.desktop.press("ctrl+a")  # at once: nobody may get it but the palette, for which it may come too early
+            self.desktop.wait_for_window(TITLE)
             self.desktop.press("ctrl+a")
             self.query(text)
 
