@@ -54,11 +54,14 @@ JSONValue toolList(const std::vector<ToolDefinition>& tools) {
 
 /// The compact text of the array with the elements of two others, given as compact texts. The values themselves need
 /// not be in memory, where they are several times as large.
-std::string joined(std::string first, std::string_view second) {
-    if (first == "[]") return std::string(second);
+std::string joined(std::string first, std::string second) {
+    if (first == "[]") return second;
     if (second == "[]") return first;
     first.back() = ',';
-    return first.append(second.substr(1));
+    // Into the longer one: it may have room for the other and is not held twice then.
+    if (first.size() > second.size()) return first.append(second, 1);
+    second.replace(0, 1, first);
+    return second;
 }
 
 ToolCall toolCallOf(const JSONValue& item, const Aliases& aliases) {

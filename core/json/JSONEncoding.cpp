@@ -78,9 +78,18 @@ void writeEscaped(char c, std::string& out) {
     }
 }
 
+/// Growing as texts do, by doubling, would hold a text of megabytes up to three times.
+void makeRoom(std::size_t textBytes, std::string& out) {
+    constexpr std::size_t large = std::size_t{1} << 16U;
+    if (textBytes < large) return;
+    const std::size_t escapes = textBytes / 16;  // one for each line or quotation mark
+    out.reserve(out.size() + textBytes + escapes);
+}
+
 void write(const std::string& text, std::string& out) {
     const std::size_t start = out.size();
     std::uint64_t high = 0;
+    makeRoom(text.size(), out);
     out += '"';
     for (std::size_t at = 0; at < text.size(); ++at) {
         const std::size_t end = findEscaped(text, at, high);

@@ -109,7 +109,7 @@ Examined RootMounts::follow(const std::string& path, const Examined& link) {
             if (++links > maximumLinks) return link;
             pushParts(parts, *target);
             if (!target->starts_with('/')) continue;
-            next = "/";
+            next.assign(1, '/');  // from a literal, GCC 12 warns of an overflow where it optimises
             here = openPath("/", O_PATH | O_DIRECTORY);
         } else {
             here = Descriptor(openat(here.get(), part.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
