@@ -15,12 +15,19 @@ PACKAGES = ("@modelcontextprotocol/server-filesystem@2026.8.31", "@modelcontextp
 tests, folder = sys.argv[1], pathlib.Path(sys.argv[2])
 node, npm = shutil.which("node"), shutil.which("npm")
 modules = folder / "node_modules"
-if npm and not modules.is_dir():
+
+
+def installed():
+    """Whether all of them are there: an installation that was cut off leaves some."""
+    return all((modules / package.rpartition("@")[0] / "package.json").is_file() for package in PACKAGES)
+
+
+if npm and not installed():
     folder.mkdir(parents=True, exist_ok=True)
     # No script of a package runs while it is installed.
     options = ["--prefix", str(folder), "--ignore-scripts", "--no-audit", "--no-fund"]
     subprocess.run([npm, "install", *options, *PACKAGES], check=False, timeout=200)
-if not node or not modules.is_dir():
+if not node or not installed():
     print("skipped: there is no Node, or its packages could not be installed")
     sys.exit(77)
 environment = {**os.environ, "VELMORA_NODE": node, "VELMORA_NODE_MODULES": str(modules)}
